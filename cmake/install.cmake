@@ -1,0 +1,27 @@
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(opal_targets opal_engine)
+if(OPAL_BUILD_TOOL)
+  list(APPEND opal_targets opal_host)
+  install(TARGETS opal RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(DIRECTORY opal/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
+    FILES_MATCHING PATTERN "*.h")
+endif()
+install(TARGETS ${opal_targets} EXPORT opalTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY opal/utils opal/interfaces opal/la
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal FILES_MATCHING PATTERN "*.h")
+install(EXPORT opalTargets NAMESPACE opal::
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
+configure_package_config_file(cmake/opalConfig.cmake.in
+  ${CMAKE_BINARY_DIR}/opalConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/opalConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/opalConfig.cmake
+  ${CMAKE_BINARY_DIR}/opalConfigVersion.cmake cmake/FindGMP.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
+configure_file(cmake/opal.pc.in ${CMAKE_BINARY_DIR}/opal.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/opal.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,33 @@
+#include "opal/interfaces/proof.h"
+
+#include <cassert>
+
+namespace opal::proof {
+
+namespace {
+
+// The deletion in progress on this thread: its list of waiting nodes, or null.
+thread_local Proof** waiting = nullptr;
+
+}  // namespace
+
+void Proof::release(Proof* node) noexcept {
+  if (node == nullptr) return;
+  assert(node->references_ > 0);
+  if (--node->references_ > 0) return;
+  if (waiting != nullptr) {
+    node->next_dead_ = *waiting;
+    *waiting = node;
+    return;
+  }
+  Proof* list = node;
+  waiting = &list;
+  while (list != nullptr) {
+    Proof* dead = list;
+    list = dead->next_dead_;
+    delete dead;
+  }
+  waiting = nullptr;
+}
+
+}  // namespace opal::proof

@@ -1,0 +1,16 @@
+#include "opal/interfaces/term_manager.h"
+
+#include <ostream>
+
+namespace opal {
+
+std::ostream& operator<<(std::ostream& out, const outterm& t) {
+  t.mgr->print(out, t.term);
+  return out;
+}
+
+const Term_* make_interface_equality(TermManager* mgr, const Term_* x, const Term_* t) {
+  return mgr->make_equal(x, t);
+}
+
+}  // namespace opal
