@@ -22,15 +22,15 @@ enum class Kind : int {
   NUMERAL = 2,
   TRUE = 3,
   FALSE = 4,
-  TO_REAL = 5,   // an Int as a Real
-  FLOOR = 6,     // the greatest integer not above a Real or Int
+  TO_REAL = 5,  // an Int as a Real
+  FLOOR = 6,    // the greatest integer not above a Real or Int
   PLUS = TermManager::KIND_PLUS,
   TIMES = TermManager::KIND_TIMES,
-  LEQ = 9,         // a <= b
-  LT = 10,         // a < b
-  EQ = 11,         // a = b
-  NEQ = 12,        // a /= b
-  CONGRUENCE = 13, // the modulus divides a - b
+  LEQ = 9,          // a <= b
+  LT = 10,          // a < b
+  EQ = 11,          // a = b
+  NEQ = 12,         // a /= b
+  CONGRUENCE = 13,  // the modulus divides a - b
   NOT = 14,
   AND = 15,
   OR = 16
@@ -54,9 +54,11 @@ class TermSymbol final : public Symbol {
 /// the manager.
 ///
 /// With the term-building flag set, trivial terms are simplified: numerals are folded,
-/// `1 * t` is t, `0 * t` is 0, `t + 0` is t, true and false disappear from connectives,
-/// `not not t` is t, equal operands of a connective are taken once, and an atom between
-/// two numerals is true or false. Nothing is flattened or reordered.
+/// `1 * t` is t, `0 * t` is 0, `t + 0` is t, the floor of an Int is itself, true and false
+/// disappear from connectives and from equalities between formulas, `not not t` is t, equal
+/// operands of a connective are taken once, and an atom between two numerals is true or
+/// false. Nothing is flattened or reordered. Whatever the flag, `to_real` of a numeral or
+/// of a Real is the term itself.
 class Terms final : public TermManager {
  public:
   Terms();
@@ -81,7 +83,7 @@ class Terms final : public TermManager {
   const Term_* make_variable(std::string_view name, Sort sort);
   const Term_* make_to_real(const Term_* t);
   const Term_* make_lt(const Term_* a, const Term_* b);
-  /// a /= b
+  /// a /= b; as in make_equal, both are formulas or neither is
   const Term_* make_distinct(const Term_* a, const Term_* b);
 
   // --- symbols
@@ -107,6 +109,10 @@ class Terms final : public TermManager {
   void print(std::ostream& out, const Term_* t) const override;
 
  private:
+  const Term_* apply(Kind kind, Sort sort, const Term_* a);
+  const Term_* apply(Kind kind, Sort sort, const Term_* a, const Term_* b);
+  [[nodiscard]] const Term_* truth(bool value) const;
+
   class Impl;
   std::unique_ptr<Impl> impl_;
 };

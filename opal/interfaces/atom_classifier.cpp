@@ -9,8 +9,7 @@ TheoryAtomClassifier::status TheoryAtomClassifier::seen_from_here(status s) cons
   return s;
 }
 
-TheoryAtomClassifier::status TheoryAtomClassifier::classify_atom(
-    const Term_* atom) const {
+TheoryAtomClassifier::status TheoryAtomClassifier::classify_atom(const Term_* atom) const {
   return seen_from_here(colouring_->atom_colour(atom));
 }
 

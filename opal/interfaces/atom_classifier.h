@@ -38,12 +38,8 @@ class TheoryAtomClassifier {
   /// is reserved; the engine passes false.
   [[nodiscard]] status classify(const Term_* term, bool flag) const;
 
-  [[nodiscard]] bool is_A_colorable(status s) const {
-    return s == SHARED || s == A_LOCAL;
-  }
-  [[nodiscard]] bool is_B_colorable(status s) const {
-    return s == SHARED || s == B_LOCAL;
-  }
+  [[nodiscard]] bool is_A_colorable(status s) const { return s == SHARED || s == A_LOCAL; }
+  [[nodiscard]] bool is_B_colorable(status s) const { return s == SHARED || s == B_LOCAL; }
 
   /// The classifier of the same partition with A and B exchanged.
   [[nodiscard]] TheoryAtomClassifier flip() const;

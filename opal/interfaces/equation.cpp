@@ -44,7 +44,8 @@ void Equation::mult(const QNumber& q) {
   }
   // q may be part of this constraint: a copy keeps it fixed while we scale.
   const QNumber factor = q;
-  for (VarCoeff& pair : coeffs_) pair.second *= factor;
+  for (VarCoeff& pair : coeffs_)
+    pair.second *= factor;
   if (constant_) *constant_ *= factor;
 }
 
