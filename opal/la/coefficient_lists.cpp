@@ -1,0 +1,185 @@
+// Arithmetic on coefficient lists.
+//
+// The merge of two lists keeps constraints apart while nothing forces them together, so
+// that an interpolant can be a conjunction of small inequalities instead of one sum:
+//
+//     (p, e) in l1    (q, f) in l2
+//     ---------------------------- if e and f share a variable that has to disappear
+//             p*e + q*f
+//
+// A variable may stay when its term is in the set of B's variables. The strictness
+// variable is nobody's and links nothing.
+//
+// Example: l1 = [x - 2y >= 0], l2 = [2 * (y - z >= 0)]. When B mentions x and z, y links
+// the two, and the merge is [x - 2z >= 0]. When B mentions y too, it is l1 and l2.
+//
+// Sound because the weighted sum of the pairs does not change, and each pair follows from
+// A: it is a sum of A's constraints with positive multipliers. The result is closed: no
+// eliminable variable occurs in two of its constraints, no constraint occurs twice.
+//
+// Cost: most merges add one constraint to a few. Short lists are compared pair by pair,
+// without tables; long ones go through an index by variable (long_list.h), in time linear
+// in the constraints.
+
+#include <algorithm>
+#include <cassert>
+
+#include "opal/la/interpolator.h"
+#include "opal/la/long_list.h"
+
+namespace opal::la {
+
+namespace {
+
+QNumber times(const QNumber* multiplier, const QNumber& q) {
+  return multiplier == nullptr ? q : *multiplier * q;
+}
+
+// c1 * e1 + c2 * e2, by one walk over both.
+Equation sum_of(const QNumber* c1, const Equation& e1, const QNumber* c2,
+                const Equation& e2) {
+  Equation sum;
+  auto i = e1.coeffs().begin();
+  auto j = e2.coeffs().begin();
+  const auto i_end = e1.coeffs().end();
+  const auto j_end = e2.coeffs().end();
+  while (i != i_end || j != j_end) {
+    const bool takes_i = j == j_end || (i != i_end && i->first <= j->first);
+    const bool takes_j = i == i_end || (j != j_end && j->first <= i->first);
+    const int var = takes_i ? i->first : j->first;
+    QNumber coeff = takes_i ? times(c1, i++->second) : QNumber();
+    if (takes_j) coeff += times(c2, j++->second);
+    sum.add_var(coeff, var);
+  }
+  if (e1.constant() != nullptr) sum.add_const(times(c1, *e1.constant()));
+  if (e2.constant() != nullptr) sum.add_const(times(c2, *e2.constant()));
+  return sum;
+}
+
+// Appends the pairs of a list but for those of `zero`. A constraint that is there already
+// gets the new multiplier; `find` tells where it is, or answers null.
+template <typename Find>
+void collect(const CoeffList& list, const Equation* zero, CoeffList& pairs, Find find) {
+  for (const auto& [multiplier, e] : list) {
+    if (e == zero) continue;
+    if (auto* known = find(e))
+      known->first = multiplier;
+    else
+      pairs.emplace_back(multiplier, e);
+  }
+}
+
+}  // namespace
+
+Equation* Interpolator::get_comb(QNumber* c1, Equation* e1, QNumber* c2, Equation* e2) {
+  if (e1 != &zero_eq_ && e2 != &zero_eq_) {
+    const Equation sum = sum_of(c1, *e1, c2, *e2);
+    return own(sum);  // a copy has no spare capacity
+  }
+  const bool first_is_zero = e1 == &zero_eq_;
+  Equation* const scaled = own(first_is_zero ? *e2 : *e1);
+  const QNumber* const multiplier = first_is_zero ? c2 : c1;
+  if (multiplier != nullptr) scaled->mult(*multiplier);
+  return scaled;
+}
+
+Equation* Interpolator::build_equation(CoeffList& list) {
+  fold(list);
+  Equation* const sum = own(*list.front().second);
+  if (list.front().first != nullptr) sum->mult(*list.front().first);
+  return sum;
+}
+
+// Neighbours are summed in rounds: with sums of 1, 2, 4, ... constraints, n constraints
+// over different variables cost n log n coefficients, not n^2.
+void Interpolator::fold(CoeffList& list) {
+  if (list.empty()) throw error("empty coefficient list", true);
+  while (list.size() > 1) {
+    const std::size_t half = list.size() / 2;
+    for (std::size_t i = 0; i < half; ++i) {
+      const auto [q_prev, e_prev] = list[2 * i];
+      const auto [q_last, e_last] = list[2 * i + 1];
+      list[i] = {nullptr, get_comb(q_last, e_last, q_prev, e_prev)};
+    }
+    if (list.size() % 2 == 1) list[half] = list.back();
+    list.resize(list.size() - half);
+  }
+}
+
+bool Interpolator::is_eliminable(int var, const TermSet& vars) {
+  return var != delta_var_ && (vars.empty() || !vars.contains(term_of(var)));
+}
+
+bool Interpolator::are_linked(const Equation& a, const Equation& b, const TermSet& vars) {
+  const bool a_is_shorter = a.coeffs().size() <= b.coeffs().size();
+  const auto& shorter = (a_is_shorter ? a : b).coeffs();
+  const auto& longer = (a_is_shorter ? b : a).coeffs();
+  auto place = longer.begin();
+  for (const auto& pair : shorter) {
+    const int var = pair.first;
+    place = std::lower_bound(place, longer.end(), var,
+                             [](const auto& p, int v) { return p.first < v; });
+    if (place == longer.end()) return false;
+    if (place->first == var && is_eliminable(var, vars)) return true;
+  }
+  return false;
+}
+
+void Interpolator::close_short_list(CoeffList& pairs, const TermSet& vars) {
+  for (std::size_t end = 1; end < pairs.size(); ++end) {
+    // The pairs before `end` are closed; take in the one there. A sum may have links that
+    // its summands did not have to the others, so each sum starts anew.
+    for (std::size_t i = 0; i < end;) {
+      const auto [multiplier, e] = pairs[i];
+      const auto [last_multiplier, last_e] = pairs[end];
+      if (!are_linked(*e, *last_e, vars)) {
+        ++i;
+        continue;
+      }
+      pairs[end] = {nullptr, get_comb(multiplier, e, last_multiplier, last_e)};
+      pairs.erase(pairs.begin() + static_cast<CoeffList::difference_type>(i));
+      --end;
+      i = 0;
+    }
+  }
+}
+
+void Interpolator::combine_eq_coeff_lists(CoeffList& l1, CoeffList& l2, CoeffList* out,
+                                          const TermSet& vars) {
+  CoeffList pairs;
+  pairs.reserve(l1.size() + l2.size());
+  if (l1.size() + l2.size() <= LongList::SHORT) {
+    auto find = [&pairs](const Equation* e) {
+      const auto it = std::find_if(pairs.begin(), pairs.end(),
+                                   [e](const auto& pair) { return pair.second == e; });
+      return it == pairs.end() ? nullptr : &*it;
+    };
+    collect(l1, &zero_eq_, pairs, find);
+    collect(l2, &zero_eq_, pairs, find);
+    close_short_list(pairs, vars);
+  } else {
+    hsh::HashMap<Equation*, std::size_t> places;
+    auto find = [&](Equation* e) {
+      const auto [it, is_new] = places.insert({e, pairs.size()});
+      return is_new ? nullptr : &pairs[it->second];
+    };
+    collect(l1, &zero_eq_, pairs, find);
+    collect(l2, &zero_eq_, pairs, find);
+    CoeffList closed;
+    LongList closing(*this, vars);
+    closing.attach(closed);
+    for (const auto& [multiplier, e] : pairs)
+      closing.add(multiplier, e);
+    pairs.swap(closed);
+  }
+  auto has_vars = [](const auto& pair) { return pair.second->has_vars(); };
+  if (!std::all_of(pairs.begin(), pairs.end(), has_vars))
+    std::stable_partition(pairs.begin(), pairs.end(), has_vars);
+  if (pairs.empty()) pairs.emplace_back(nullptr, &zero_eq_);
+  if (out->empty())
+    out->swap(pairs);
+  else
+    out->insert(out->end(), pairs.begin(), pairs.end());
+}
+
+}  // namespace opal::la

@@ -1,0 +1,103 @@
+#include "opal/la/interpolator.h"
+
+#include <cassert>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace opal::la {
+
+Interpolator::error::~error() = default;
+
+Interpolator::Interpolator(TermManager* mgr, Solver* solver, ItpLinearTermMapper* mapper,
+                           Mode mode, bool floor_tightening)
+    : mgr_(mgr),
+      solver_(solver),
+      mapper_(mapper),
+      classifier_(nullptr),
+      mode_(mode),
+      floor_tightening_(floor_tightening),
+      delta_var_(mapper->delta_var()),
+      zero_constr_id_(mapper->zero_constraint()),
+      zero_proof_(nullptr),
+      dump_counter_(1),
+      in_laz_bb_(false) {
+  assert(mgr != nullptr);
+}
+
+Interpolator::~Interpolator() { proof::Proof::release(zero_proof_); }
+
+CoeffList* Interpolator::find_in_cache(proof::Proof* p) {
+  const auto it = proof_cache_.find(p);
+  return it == proof_cache_.end() ? nullptr : it->second;
+}
+
+CoeffList* Interpolator::store_in_cache(proof::Proof* p) {
+  auto list = std::make_unique<CoeffList>();
+  proof_cache_[p] = list.get();
+  return list.release();
+}
+
+void Interpolator::clear_cache() {
+  for (auto& [node, list] : proof_cache_) {
+    delete list;
+    list = nullptr;
+  }
+  proof_cache_.clear();
+  tight_vars_.clear();
+  side_constraints_.clear();
+  while (!owned_eqs_.empty()) {
+    delete owned_eqs_.back();
+    owned_eqs_.pop_back();
+  }
+}
+
+TheoryLit Interpolator::to_lit(int constr_id) {
+  if (in_laz_bb_) {
+    const auto it = bb_lits_.find(constr_id);
+    if (it != bb_lits_.end()) return it->second;
+  }
+  return mapper_->constraint_lit(constr_id);
+}
+
+itp::TheoryAtomClassifier::status Interpolator::classify(const Term_* atom) {
+  const auto status = classifier_->classify_atom(atom);
+  if (status != itp::TheoryAtomClassifier::UNKNOWN) return status;
+  return classifier_->classify(atom, false);
+}
+
+// The kinds are <, <=, =, !=, >=, >. A relation sum <= c becomes c - sum >= 0, a relation
+// sum >= c becomes sum - c >= 0, and strict ones lose the strictness variable:
+//
+//     x + 2y <= 5   is   5 - x - 2y >= 0
+//     x > 3         is   x - 3 - delta >= 0
+Equation* Interpolator::get_as_rhs(int constr_id, int sign) {
+  if (is_zero_constr(constr_id)) return get_zero();
+  const bool is_branch = in_laz_bb_ && bb_lits_.contains(constr_id);
+  LinearTerm lt = is_branch ? mapper_->bb_linear_term(bb_lits_[constr_id], constr_id)
+                            : mapper_->linear_term(constr_id);
+  const bool either = lt.kind == LinearTerm::EQ || lt.kind == LinearTerm::NEQ;
+  const bool upper = lt.kind < LinearTerm::EQ || (either && sign == -1);
+  const bool strict =
+      lt.kind == LinearTerm::LT || lt.kind == LinearTerm::NEQ || lt.kind == LinearTerm::GT;
+  Equation e = std::move(lt.vars);
+  if (e.constant() != nullptr) e.add_const(e.constant()->neg());  // it does not count
+  e.add_const(lt.constant.neg());
+  if (upper) e.mult(QNumber(-1));
+  if (strict) e.add_var(QNumber(-1), delta_var_);
+  return own(std::move(e));
+}
+
+Equation* Interpolator::own(Equation e) {
+  assert(e.is_normal());
+  owned_eqs_.push_back(nullptr);
+  return owned_eqs_.back() = new Equation(std::move(e));
+}
+
+const Term_* Interpolator::term_of(int var) {
+  const Term_* const term = mapper_->var_term(var);
+  if (term == nullptr) throw error("variable without a term: " + std::to_string(var), true);
+  return term;
+}
+
+}  // namespace opal::la

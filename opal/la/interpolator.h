@@ -1,0 +1,225 @@
+#ifndef OPAL_LA_INTERPOLATOR_H
+#define OPAL_LA_INTERPOLATOR_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "opal/interfaces/atom_classifier.h"
+#include "opal/interfaces/equation.h"
+#include "opal/interfaces/exception.h"
+#include "opal/interfaces/la_proof.h"
+#include "opal/interfaces/laz_proof.h"
+#include "opal/interfaces/proof.h"
+#include "opal/interfaces/term.h"
+#include "opal/interfaces/term_manager.h"
+#include "opal/interfaces/term_mapper.h"
+#include "opal/utils/hash_map.h"
+#include "opal/utils/hash_set.h"
+#include "opal/utils/qnumber.h"
+
+namespace opal::la {
+
+class Solver;
+
+/// The partial interpolant of a proof node: pairs of a multiplier and a constraint, whose
+/// weighted sum is the Farkas sum of A's constraints below the node. A null multiplier
+/// stands for one. A list owns neither multipliers nor constraints.
+using CoeffList = std::vector<std::pair<QNumber*, Equation*>>;
+
+/// Turns refutation proofs of linear arithmetic into Craig interpolants.
+///
+///     la::Interpolator itp(&terms, &solver, &mapper, la::Interpolator::MODE_SUM, false);
+///     const Term_* i = itp.get_interpolant(&classifier, proof);
+///
+/// i follows from the atoms that `classifier` gives to A, contradicts those it gives to B,
+/// and its variables occur on both sides, provided that the proof keeps the promises of
+/// docs/proofs.md. One object serves one solver for its lifetime, one request at a time.
+///
+/// The operations are grouped under the source that defines them.
+class Interpolator {
+ public:
+  /// How the interpolant of a rational proof is built.
+  enum Mode : std::uint32_t {
+    MODE_SUM = 0,   // one inequality: the sum of A's part
+    MODE_CONJ = 1,  // the conjunction of those parts of A that no local variable links
+    MODE_DUAL = 2   // the negation of the interpolant for A and B exchanged
+  };
+
+  /// An impossible proof, or a host that does not answer as it must. docs/embedding.md
+  /// lists the messages.
+  class error : public Exception {
+   public:
+    using Exception::Exception;
+    error(const error&) = default;
+    error& operator=(const error&) = delete;
+    ~error() override;
+  };
+
+  // --- interpolator.cpp: the object
+
+  /// Keeps the pointers, which must outlive it; asks the mapper for the strictness
+  /// variable and the zero constraint. The solver is kept for the caller only. The flag
+  /// chooses how integer cuts are expressed: by floor terms, or by congruences.
+  Interpolator(TermManager* mgr, Solver* solver, ItpLinearTermMapper* mapper, Mode mode,
+               bool floor_tightening);
+  Interpolator(const Interpolator&) = delete;
+  Interpolator& operator=(const Interpolator&) = delete;
+  ~Interpolator();
+
+  // --- proof_walk.cpp: the entry point
+
+  /// The interpolant of the partition that `classifier` describes; `proof` refutes A and
+  /// B together. The term belongs to the term manager, the proof stays the caller's.
+  /// Throws error for an impossible proof and Exception for an unknown rule; what the
+  /// host's operations throw passes through. The object is ready for the next request in
+  /// every case; see clear_cache for one that is given up after an exception.
+  [[nodiscard]] const Term_* get_interpolant(itp::TheoryAtomClassifier* classifier,
+                                             proof::Proof* proof);
+
+  // --- interpolator.cpp: the caches
+
+  /// Deletes all lists and constraints of the last request; bucket arrays keep their size.
+  /// Every request begins with it and a successful one ends with it. The destructor does
+  /// not do it: whoever destroys an object whose last request threw calls it before.
+  void clear_cache();
+
+ protected:
+  // What follows is for the operations of the engine and for tests, which derive a class
+  // to reach it.
+
+  /// The two halves of a proof node split at a mixed equality, each with its sum. Holds
+  /// one reference to each proof; the sums are owned elsewhere.
+  struct SplitData {
+    proof::Proof* proof_a = nullptr;
+    proof::Proof* proof_b = nullptr;
+    Equation* eq_a = nullptr;
+    Equation* eq_b = nullptr;
+  };
+
+  /// What the shared part of a cut's constraint must satisfy for the cut to take a value.
+  struct LaZModEqPattern {
+    const Term_* term_;     // the shared part as a linear term, or the numeral 0
+    const Symbol* symbol_;  // a congruence, or equality when every variable is shared
+    QNumber coeff_gcd_;     // common divisor of all coefficients
+    QNumber neg_const_;     // minus the constant
+    QNumber scale_;         // the factor that made the coefficients integers
+  };
+
+  class LongList;  // long_list.h
+  using TermSet = hsh::HashSet<const Term_*>;
+
+  TermManager* mgr_;             // builds every term of an interpolant
+  Solver* solver_;               // the caller's; never read here
+  ItpLinearTermMapper* mapper_;  // translates ids into literals, linear terms and terms
+  itp::TheoryAtomClassifier* classifier_;  // of the current request, else meaningless
+  Mode mode_;                              // how interpolants are built
+  bool floor_tightening_;                  // cuts as floor terms instead of congruences
+  hsh::HashMap<proof::Proof*, CoeffList*> proof_cache_;  // owned list of each handled node
+  int delta_var_;                                        // the strictness variable
+  int zero_constr_id_;                    // id of the trivial constraint 0 >= 0
+  Equation zero_eq_;                      // the zero constraint; shared, never deleted
+  std::vector<proof::Proof*> to_visit_;   // depth-first stack of the proof walks
+  std::vector<const Term_*> term_stack_;  // work stack over terms
+  TermSet seen_terms_;                    // visited terms of collect_vars
+  hsh::HashMap<proof::Proof*, SplitData> split_cache_;  // halves of each split node
+  std::vector<Equation*> owned_eqs_;  // every constraint allocated in this request
+  LaHyp* zero_proof_;                 // hypothesis 0 >= 0, made on first use; one reference
+  std::int32_t dump_counter_;         // number of the next interpolation check files
+  hsh::HashMap<int, std::pair<QNumber, Equation*>> tight_vars_;  // bound and sum of a cut
+  std::vector<Equation*> side_constraints_;  // premise of the final interpolant
+  hsh::HashMap<int, TheoryLit> bb_lits_;     // literals of branches by constraint id
+  bool in_laz_bb_;  // the request's root is a branch-and-bound proof
+
+  // --- interpolator.cpp: caches and look-ups
+
+  /// The list of a node, or null.
+  [[nodiscard]] CoeffList* find_in_cache(proof::Proof* p);
+  /// Makes a new empty list the entry of `p` and returns it. An entry that is replaced is
+  /// no longer owned.
+  CoeffList* store_in_cache(proof::Proof* p);
+  /// The literal of a constraint, a branch's included; null when the id is not mapped.
+  [[nodiscard]] TheoryLit to_lit(int constr_id);
+  /// The side of an atom: by the table of atoms, else by its symbols.
+  [[nodiscard]] itp::TheoryAtomClassifier::status classify(const Term_* atom);
+  [[nodiscard]] bool is_zero_constr(int constr_id) const {
+    return constr_id == zero_constr_id_;
+  }
+  [[nodiscard]] Equation* get_zero() { return &zero_eq_; }
+  /// The constraint with an id as an equation >= 0, owned through owned_eqs_; `sign` -1
+  /// picks the at-most half of an equality or disequality.
+  [[nodiscard]] Equation* get_as_rhs(int constr_id, int sign);
+  /// Moves a constraint to the heap and owns it.
+  Equation* own(Equation e);
+  /// The term of a variable; an error when the mapper has none.
+  [[nodiscard]] const Term_* term_of(int var);
+
+  // --- proof_walk.cpp: the walk
+
+  /// The interpolant of a proof that is no branch-and-bound tree, for classifier_.
+  [[nodiscard]] const Term_* do_get_interpolant(proof::Proof* proof);
+  /// Handles every node of the proof, premises first.
+  void walk(proof::Proof* proof, TermSet& vars);
+  /// The term of a walked proof, by the list of its root or of the cases of a disequality.
+  [[nodiscard]] const Term_* root_term(proof::Proof* proof);
+  /// side_constraints_ as the premise of an interpolant.
+  [[nodiscard]] const Term_* under_side_constraints(const Term_* interpolant);
+  /// Deletes the list of a premise that nobody else can ask for.
+  void forget_premise(proof::Proof* premise, LongList& index);
+
+  // --- farkas_rules.cpp: one handler for each rational rule. The node is the top of
+  // to_visit_. A handler either pushes the premises that have no list yet, or pops the
+  // node and stores its list. The set collects the variables of B's constraints.
+
+  void handle_hyp(LaHyp* hyp, TermSet& vars);
+  void handle_fakehyp(LaFakeHyp* hyp, TermSet& vars);
+  void handle_comb(LaComb* comb, TermSet& vars);
+  void handle_comb_imp(LaCombImp* node, TermSet& vars);
+  /// Stores nothing: the cases of a disequality are joined when the walk ends.
+  void handle_neq(LaNeq* neq, TermSet& vars);
+  /// True for a constraint of A; records the variables of one of B. An error, with the
+  /// text given, for a null literal and for an atom of neither side.
+  bool is_constraint_of_A(TheoryLit lit, const char* unknown, const char* mixed,
+                          TermSet& vars);
+  /// Stores the list of the single pair of a constraint with multiplier one.
+  void store_single(proof::Proof* p, Equation* e);
+  /// Adds every variable and uninterpreted application in `t` to `*vars`.
+  void collect_vars(const Term_* t, TermSet* vars);
+
+  // --- coefficient_lists.cpp: arithmetic on lists
+
+  /// c1 * e1 + c2 * e2, a new constraint owned through owned_eqs_.
+  Equation* get_comb(QNumber* c1, Equation* e1, QNumber* c2, Equation* e2);
+  /// The weighted sum of a list, a new constraint; leaves a longer list as its sum.
+  Equation* build_equation(CoeffList& list);
+  /// Appends to `*out` the merge of two lists: constraints linked by a variable whose
+  /// term is not in `vars` are summed, all others stay apart.
+  void combine_eq_coeff_lists(CoeffList& l1, CoeffList& l2, CoeffList* out,
+                              const TermSet& vars);
+  /// Replaces a list by the single pair of its weighted sum; a list of one pair stays.
+  void fold(CoeffList& list);
+  /// True when `var` may not stay in the interpolant.
+  [[nodiscard]] bool is_eliminable(int var, const TermSet& vars);
+  /// True when an eliminable variable occurs in both constraints.
+  [[nodiscard]] bool are_linked(const Equation& a, const Equation& b, const TermSet& vars);
+  /// Sums the linked pairs among at least one, without tables, in place.
+  void close_short_list(CoeffList& pairs, const TermSet& vars);
+
+  // --- long_list.cpp: lists that grow along a chain
+
+  /// Combines two listed premises in place when one is long and nobody else's: its list
+  /// becomes the node's. False when the node has to be handled as usual.
+  bool extend_long_list(LaComb* comb, LongList& index);
+
+  // --- term_construction.cpp: lists become terms
+
+  /// The atom e >= 0 (or e > 0); without `as_atom` the linear term of a non-strict e.
+  [[nodiscard]] const Term_* build_leq_term(const Equation* e, bool as_atom);
+  /// The interpolant of the list of a proof's root.
+  [[nodiscard]] const Term_* build_term_from_eq_list(CoeffList& list);
+};
+
+}  // namespace opal::la
+
+#endif

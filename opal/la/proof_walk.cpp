@@ -1,0 +1,137 @@
+// The road of a request.
+//
+// A proof is walked with an explicit stack. A node on top of it is given to the handler
+// of its rule, which either pushes the premises that have no list yet and is called again
+// when they are done, or pops the node and stores its coefficient list: what A contributes
+// to the constraint that the node derives. The root's list becomes the interpolant.
+//
+//                 comb                 stack, top at the right:
+//                /    \                comb
+//            comb      z <= 0  B       comb | comb' | hyp z
+//           /    \                     comb | comb'              hyp z:  [0]
+//     x - z <= 0  1 - x <= 0  A        comb | comb' | hyp | hyp
+//                                      comb | comb'              hyps:  [z - x], [x - 1]
+//                                      comb                      comb': [z - 1]
+//                                                                comb:  [z - 1]
+//
+// A node that several parents share is handled once. A list lives as long as somebody can
+// ask for it: when the only parent of a node is done, the node's list is deleted, so a
+// chain of n steps holds few lists at a time.
+//
+// Cost: each node is handled once and looked at at most once for each parent and premise.
+
+#include <cassert>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <typeinfo>
+
+#include "opal/la/interpolator.h"
+#include "opal/la/long_list.h"
+
+namespace opal::la {
+
+namespace {
+
+// The node as a rule, or null. Rules are final, so their type is the node's dynamic type.
+template <typename Rule>
+Rule* as(proof::Proof* p) {
+  static_assert(std::is_final_v<Rule>);
+  return p != nullptr && typeid(*p) == typeid(Rule) ? static_cast<Rule*>(p) : nullptr;
+}
+
+[[noreturn]] void throw_unrecognized() {
+  const Interpolator::error built(
+      std::string("Unrecognized proof rule: ") + typeid(proof::Proof*).name(), true);
+  throw Exception(built);
+}
+
+}  // namespace
+
+const Term_* Interpolator::get_interpolant(itp::TheoryAtomClassifier* classifier,
+                                           proof::Proof* proof) {
+  if (classifier == nullptr) throw error("null classifier", true);
+  classifier_ = classifier;
+  std::unique_ptr<itp::TheoryAtomClassifier> flipped;
+  if (mode_ == MODE_DUAL) {
+    flipped = std::make_unique<itp::TheoryAtomClassifier>(classifier->flip());
+    classifier_ = flipped.get();
+  }
+  in_laz_bb_ = as<laz::LaZInternalBBProof>(proof) != nullptr;
+  const Term_* const result = do_get_interpolant(proof);
+  return mode_ == MODE_DUAL ? mgr_->make_not(result) : result;
+}
+
+const Term_* Interpolator::do_get_interpolant(proof::Proof* proof) {
+  TermSet vars;
+  clear_cache();
+  walk(proof, vars);
+  const Term_* const result = under_side_constraints(root_term(proof));
+  clear_cache();
+  return result;
+}
+
+void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
+  LongList long_list(*this, vars);
+  to_visit_.assign(1, proof);
+  while (!to_visit_.empty()) {
+    proof::Proof* const p = to_visit_.back();
+    const std::size_t height = to_visit_.size();
+    if (find_in_cache(p) != nullptr) {
+      to_visit_.pop_back();
+    } else if (auto* comb = as<LaComb>(p)) {
+      if (extend_long_list(comb, long_list)) continue;
+      handle_comb(comb, vars);
+      if (to_visit_.size() >= height) continue;
+      forget_premise(comb->premise1, long_list);
+      forget_premise(comb->premise2, long_list);
+    } else if (auto* hyp = as<LaHyp>(p)) {
+      handle_hyp(hyp, vars);
+    } else if (auto* implied = as<LaCombImp>(p)) {
+      handle_comb_imp(implied, vars);
+      if (to_visit_.size() < height) forget_premise(implied->premise, long_list);
+    } else if (auto* neq = as<LaNeq>(p)) {
+      handle_neq(neq, vars);
+    } else if (auto* fake = as<LaFakeHyp>(p)) {
+      handle_fakehyp(fake, vars);
+    } else {
+      throw_unrecognized();
+    }
+  }
+}
+
+// A node with one reference has one parent, and the parent is done with it.
+void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
+  if (premise->references() > 1) return;
+  const CoeffList* const list = find_in_cache(premise);
+  index.forget(list);
+  delete list;
+  proof_cache_.erase(premise);
+}
+
+// A proof that ends in a disequality e != 0 has the cases e > 0 and e < 0 with interpolants
+// i1 and i2. When B asserts e != 0, B refutes each of them: their conjunction contradicts
+// B. When A does, one of them follows from A: their disjunction does.
+const Term_* Interpolator::root_term(proof::Proof* proof) {
+  if (CoeffList* list = find_in_cache(proof)) return build_term_from_eq_list(*list);
+  const auto* neq = as<LaNeq>(proof);
+  assert(neq != nullptr);
+  const Term_* const i1 = build_term_from_eq_list(*find_in_cache(neq->case1));
+  const Term_* const i2 = build_term_from_eq_list(*find_in_cache(neq->case2));
+  const TheoryLit lit = to_lit(neq->constraint_id);
+  if (lit.has_no_atom()) throw error("unmapped neq in a LaNeq rule", true);
+  const auto status = classify(lit.atom());
+  if (classifier_->is_B_colorable(status)) return mgr_->make_and(i1, i2);
+  if (classifier_->is_A_colorable(status)) return mgr_->make_or(i1, i2);
+  throw error("AB-mixed neq in a LaNeq rule", true);
+}
+
+const Term_* Interpolator::under_side_constraints(const Term_* interpolant) {
+  if (side_constraints_.empty()) return interpolant;
+  const Term_* premise = mgr_->true_term();
+  for (const Equation* e : side_constraints_)
+    premise = mgr_->make_and(premise, build_leq_term(e, true));
+  return mgr_->make_or(mgr_->make_not(premise), interpolant);
+}
+
+}  // namespace opal::la
