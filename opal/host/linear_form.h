@@ -1,0 +1,47 @@
+#ifndef OPAL_HOST_LINEAR_FORM_H
+#define OPAL_HOST_LINEAR_FORM_H
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "opal/interfaces/term.h"
+#include "opal/utils/qnumber.h"
+
+namespace opal::host {
+
+/// A sum of coefficient * variable, plus a constant.
+///
+/// Invariant (is_normal): the summands are strictly ascending by the id of their variable,
+/// and no coefficient is zero.
+struct LinearForm {
+  using Summand = std::pair<const Term_*, QNumber>;
+
+  std::vector<Summand> summands;
+  QNumber constant;
+
+  [[nodiscard]] bool is_constant() const { return summands.empty(); }
+  [[nodiscard]] bool is_normal() const;
+};
+
+/// An arithmetic term that is not linear; `term` is the product or other term at fault.
+class NotLinear : public std::runtime_error {
+ public:
+  NotLinear(const std::string& what, const Term_* t) : std::runtime_error(what), term(t) {}
+
+  const Term_* const term;
+};
+
+/// The linear form of an arithmetic term: numerals, variables, sums, products with one
+/// constant factor, to_real. Iterative; a term that is a large DAG with shared parts takes
+/// time linear in the number of its nodes, not of its tree.
+/// Throws NotLinear for a product of two non-constant terms and for other terms.
+LinearForm linear_form(const Term_* t);
+
+/// left - right
+LinearForm linear_difference(const Term_* left, const Term_* right);
+
+}  // namespace opal::host
+
+#endif

@@ -1,0 +1,66 @@
+#ifndef OPAL_HOST_MAPPER_H
+#define OPAL_HOST_MAPPER_H
+
+#include <cstddef>
+#include <memory>
+
+#include "opal/host/limits.h"
+#include "opal/host/terms.h"
+#include "opal/interfaces/term_mapper.h"
+
+namespace opal::host {
+
+/// The term mapper of the reference host. Ids are handed out in the order of first sight
+/// and are never taken back: the strictness variable is 1, problem variables follow; the
+/// zero constraint is -1, other constraints are numbered from 1.
+///
+/// Every constraint's literal is positive: an atom of kind LEQ, LT, EQ, NEQ or FALSE (see
+/// literals.h). The flip of a literal is mapped to the constraint of the opposite atom.
+class Mapper final : public la::ItpLinearTermMapper {
+ public:
+  static constexpr int DELTA_VAR = 1;
+  static constexpr int ZERO_CONSTRAINT = -1;
+
+  /// Keeps references to both. The engine's calls into the mapper poll the limits, which
+  /// is how a time limit ends an interpolation: LimitReached passes through the engine.
+  Mapper(Terms& terms, Limits& limits);
+  ~Mapper() override;
+
+  // --- for the solver; constant time but for the first sight of an atom
+  /// The id of an atom's constraint (made at first sight): for an atom `a rel b` the
+  /// variables of a - b stand on the left and its constant on the right; FALSE is 0 <= -1.
+  /// The true term, the opposite of FALSE, has the zero constraint. Throws NotLinear, and
+  /// std::invalid_argument for a term of another kind.
+  int constraint(const Term_* atom);
+  /// The constraint of an id in 1..num_constraints(). The reference stays valid while the
+  /// mapper lives.
+  [[nodiscard]] const la::LinearTerm& constraint_term(int constr_id) const;
+  [[nodiscard]] const Term_* constraint_atom(int constr_id) const;
+  /// The id of a variable term (made at first sight).
+  int variable(const Term_* var);
+  /// Variables have the ids 2 .. num_variables() + 1.
+  [[nodiscard]] int num_variables() const;
+  [[nodiscard]] int num_constraints() const;
+
+  // --- for the engine; see ItpLinearTermMapper
+  /// Throws std::out_of_range for an id that was never handed out.
+  la::LinearTerm linear_term(int constr_id) override;
+  la::LinearTerm bb_linear_term(TheoryLit lit, int constr_id) override;
+  int lit_constraint(TheoryLit lit) override;
+  TheoryLit constraint_lit(int constr_id) override;
+  const Term_* var_term(int var) override;
+  int term_var(const Term_* term, bool make) override;
+  int atom_constraint(const Term_* atom) override;
+  /// Always 0: no variables are defined for compound terms.
+  int term_def_var(const Term_* term) override;
+  int delta_var() override { return DELTA_VAR; }
+  int zero_constraint() override { return ZERO_CONSTRAINT; }
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace opal::host
+
+#endif
