@@ -1,0 +1,44 @@
+#ifndef OPAL_HOST_FARKAS_H
+#define OPAL_HOST_FARKAS_H
+
+#include <vector>
+
+#include "opal/host/mapper.h"
+#include "opal/interfaces/proof.h"
+#include "opal/utils/qnumber.h"
+
+namespace opal::host {
+
+/// One constraint of a Farkas combination, with a positive multiplier. `sign` is 0 for an
+/// inequality; -1 takes the at-most half of an equality or disequality, +1 its at-least
+/// half (of a disequality the strict halves).
+struct FarkasLeaf {
+  int constraint_id;
+  int sign;
+  QNumber multiplier;
+};
+
+/// A refutation: the weighted sum of the leaves, each read as "... >= 0" with the
+/// strictness variable, is a negative constant or zero with a negative strictness part.
+using FarkasCombination = std::vector<FarkasLeaf>;
+
+/// The proof of a combination, which must not be empty. Leaves of the same constraint and
+/// sign are added up; multipliers are scaled to coprime integers; leaves are ordered so
+/// that the uses of a variable lie together.
+///
+/// A multiplier other than null stands only on leaves: the engine applies the multiplier of
+/// a premise to the first pair of its list, and only a leaf's list is sure to have one
+/// pair. Long combinations are balanced trees of runs of leaves, so that the lists that the
+/// engine keeps for the nodes stay short in sum.
+proof::ProofRef farkas_proof(const Mapper& mapper, FarkasCombination leaves);
+
+/// The refutation of a disequality by its two strict sides (at-most first).
+proof::ProofRef disequality_proof(int constraint_id, proof::ProofRef at_most,
+                                  proof::ProofRef at_least);
+
+/// The constraint ids of the leaves of a proof, ascending, each once. Iterative.
+std::vector<int> proof_constraints(const proof::Proof& root);
+
+}  // namespace opal::host
+
+#endif

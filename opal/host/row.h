@@ -1,0 +1,38 @@
+#ifndef OPAL_HOST_ROW_H
+#define OPAL_HOST_ROW_H
+
+#include <vector>
+
+#include "opal/utils/qnumber.h"
+
+namespace opal::host {
+
+/// A coefficient of a row.
+struct RowEntry {
+  int var;
+  QNumber coeff;
+};
+
+/// A linear equation sum(coeff * var) = 0 with integer coefficients.
+///
+/// Invariant (is_normal): variables strictly ascending, coefficients integers other than
+/// zero without a common divisor.
+using Row = std::vector<RowEntry>;
+
+/// The coefficient of a variable, or null.
+const QNumber* find_coeff(const Row& row, int var);
+/// Divides by the greatest common divisor, and brings coefficients to words where they fit.
+void make_coprime(Row& row);
+/// The factors a, b without a common divisor for which a*x + b*y = 0. x must not be 0.
+struct Cancellation {
+  QNumber a;
+  QNumber b;
+};
+Cancellation cancellation(const QNumber& x, const QNumber& y);
+/// `row` with the variable, which `definition` has, taken out by means of `definition`.
+Row eliminate(const Row& row, int var, const Row& definition);
+bool is_normal(const Row& row);
+
+}  // namespace opal::host
+
+#endif

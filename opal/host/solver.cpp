@@ -1,0 +1,288 @@
+#include "opal/host/solver.h"
+
+#include <algorithm>
+#include <cassert>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "opal/host/difference_graph.h"
+#include "opal/host/farkas.h"
+#include "opal/host/simplex.h"
+
+// Constraints with variables other than disequalities go to a decider, as far as they are
+// convex. Disequalities come last:
+//
+// Let C be the convex constraints, and d a disequality that the model at hand violates. One
+// of its strict halves is added to C, whichever is consistent, and the search goes on.
+// Halves that were added never get in the way of a later disequality e: a consistent half
+// cuts from the feasible set a part that spans the same affine space, so if e fails on all
+// of the part, it fails on all of C. Then both halves of e are inconsistent with C alone,
+// and the two refutations make the proof.
+//
+// Example: x = y, y != 0, x != 0: y < 0 is added; its model may satisfy x != 0 at once.
+
+namespace opal::la {
+
+using host::Decider;
+using host::DeltaNumber;
+using host::DifferenceGraph;
+using host::FarkasCombination;
+using proof::ProofRef;
+
+namespace {
+
+// A sum of coefficient * value.
+DeltaNumber evaluate(const Equation& vars, const Decider& decider) {
+  DeltaNumber sum;
+  for (const auto& [var, coeff] : vars.coeffs())
+    sum.add_product(coeff, decider.value(var));
+  return sum;
+}
+
+// Whether a constraint without variables, 0 <relation> constant, holds.
+bool trivially_holds(const LinearTerm& term) {
+  const int sign = term.constant.sign();
+  switch (term.kind) {
+    case LinearTerm::LT: return sign > 0;
+    case LinearTerm::LEQ: return sign >= 0;
+    case LinearTerm::EQ: return sign == 0;
+    case LinearTerm::NEQ: return sign != 0;
+    case LinearTerm::GEQ: return sign <= 0;
+    default: return sign < 0;
+  }
+}
+
+}  // namespace
+
+class Solver::Impl {
+ public:
+  Impl(const host::Mapper& mapper, host::Limits& limits)
+      : mapper_(mapper),
+        limits_(limits),
+        graph_(mapper, limits),
+        simplex_(mapper, limits) {}
+
+  void push() {
+    forget();
+    levels_.push_back(counts());
+  }
+  void pop();
+  void assert_constraint(int id);
+  Verdict check();
+  [[nodiscard]] ProofRef refutation() const;
+  [[nodiscard]] QNumber value(int var) const;
+
+  Method method = Method::AUTO;
+  Statistics statistics;
+
+ private:
+  struct Counts {
+    std::size_t convex;
+    std::size_t disequalities;
+    std::size_t trivial;
+    std::size_t differences;
+  };
+  // A refutation: the combination, or the two of a disequality's halves.
+  struct Refutation {
+    std::optional<int> disequality;
+    FarkasCombination first;
+    FarkasCombination second;
+  };
+  [[nodiscard]] Counts counts() const {
+    return {convex_.size(), disequalities_.size(), trivial_.size(), differences_};
+  }
+  // Ends the last answer, and takes back the halves of disequalities that it added.
+  void forget() {
+    refutation_.reset();
+    decider_ = nullptr;
+    keep_asserted();
+  }
+  void keep_asserted() {
+    graph_.retract(std::min(graph_.size(), convex_.size()));
+    simplex_.retract(std::min(simplex_.size(), convex_.size()));
+  }
+  [[nodiscard]] Decider& choose_decider();
+  std::optional<Refutation> decide(Decider& decider);
+  std::optional<Refutation> separate(Decider& decider);
+  bool add_half(Decider& decider, int id);
+  FarkasCombination refute_half(Decider& decider, int id, int side);
+  [[nodiscard]] static Refutation trivial_refutation(int id, const LinearTerm& term);
+  void choose_epsilon();
+  void narrow_epsilon(int id);
+
+  const host::Mapper& mapper_;
+  host::Limits& limits_;
+  std::vector<int> convex_;         // asserted constraints with variables, no NEQ
+  std::vector<int> disequalities_;  // asserted disequalities with variables
+  std::vector<int> trivial_;        // asserted constraints without variables that fail
+  std::size_t differences_ = 0;     // how many of the first two are differences
+  std::vector<Counts> levels_;
+  DifferenceGraph graph_;
+  host::Simplex simplex_;
+
+  // The answer of the last check.
+  std::optional<Refutation> refutation_;
+  Decider* decider_ = nullptr;  // which has the model
+  QNumber epsilon_;             // the value of the infinitesimal in the model
+};
+
+void Solver::Impl::pop() {
+  assert(!levels_.empty());
+  forget();
+  const Counts counts = levels_.back();
+  levels_.pop_back();
+  convex_.resize(counts.convex);
+  disequalities_.resize(counts.disequalities);
+  trivial_.resize(counts.trivial);
+  differences_ = counts.differences;
+  keep_asserted();
+}
+
+void Solver::Impl::assert_constraint(int id) {
+  forget();
+  if (id == host::Mapper::ZERO_CONSTRAINT) return;
+  const LinearTerm& term = mapper_.constraint_term(id);
+  if (!term.vars.has_vars()) {
+    if (!trivially_holds(term)) trivial_.push_back(id);
+    return;
+  }
+  (term.kind == LinearTerm::NEQ ? disequalities_ : convex_).push_back(id);
+  if (DifferenceGraph::is_difference(term)) ++differences_;
+}
+
+Decider& Solver::Impl::choose_decider() {
+  statistics.differences = differences_ == convex_.size() + disequalities_.size();
+  if (method == Method::AUTO && statistics.differences) return graph_;
+  simplex_.set_effort(method == Method::EXACT ? host::Simplex::Effort::EXACT
+                                              : host::Simplex::Effort::NORMAL);
+  return simplex_;
+}
+
+Solver::Verdict Solver::Impl::check() {
+  forget();
+  ++statistics.checks;
+  Decider& decider = choose_decider();
+  try {
+    refutation_ = decide(decider);
+    if (!refutation_) {
+      decider_ = &decider;
+      choose_epsilon();
+    }
+  } catch (...) {
+    forget();
+    throw;
+  }
+  statistics.pivots = simplex_.pivots();
+  statistics.relaxations = graph_.relaxations();
+  statistics.rows = simplex_.rows();
+  return refutation_ ? Verdict::UNSAT : Verdict::SAT;
+}
+
+std::optional<Solver::Impl::Refutation> Solver::Impl::decide(Decider& decider) {
+  if (!trivial_.empty())
+    return trivial_refutation(trivial_[0], mapper_.constraint_term(trivial_[0]));
+  while (decider.size() < convex_.size()) {
+    limits_.poll();
+    decider.add(convex_[decider.size()], 0);
+  }
+  if (auto combination = decider.check())
+    return Refutation{std::nullopt, std::move(*combination), {}};
+  return separate(decider);
+}
+
+Solver::Impl::Refutation Solver::Impl::trivial_refutation(int id, const LinearTerm& term) {
+  const QNumber one(1);
+  if (term.kind == LinearTerm::NEQ) return {id, {{id, -1, one}}, {{id, 1, one}}};
+  if (term.kind != LinearTerm::EQ) return {std::nullopt, {{id, 0, one}}, {}};
+  return {std::nullopt, {{id, term.constant.sign() < 0 ? -1 : 1, one}}, {}};
+}
+
+// Adds halves of disequalities until a model satisfies all of them.
+std::optional<Solver::Impl::Refutation> Solver::Impl::separate(Decider& decider) {
+  for (bool changed = true; changed;) {
+    changed = false;
+    for (const int id : disequalities_) {
+      limits_.poll();
+      const LinearTerm& term = mapper_.constraint_term(id);
+      if (!(evaluate(term.vars, decider) == DeltaNumber{term.constant, {}})) continue;
+      changed = true;
+      if (add_half(decider, id)) continue;
+      return Refutation{id, refute_half(decider, id, -1), refute_half(decider, id, 1)};
+    }
+  }
+  return std::nullopt;
+}
+
+bool Solver::Impl::add_half(Decider& decider, int id) {
+  const std::size_t height = decider.size();
+  for (const int side : {-1, 1}) {
+    decider.add(id, side);
+    if (!decider.check()) return true;
+    decider.retract(height);
+  }
+  return false;
+}
+
+FarkasCombination Solver::Impl::refute_half(Decider& decider, int id, int side) {
+  decider.retract(convex_.size());
+  decider.add(id, side);
+  auto combination = decider.check();
+  assert(combination.has_value());
+  decider.retract(convex_.size());
+  return std::move(*combination);
+}
+
+// A value for the infinitesimal with which the model satisfies every constraint: at most 1
+// and below every value at which one would start or stop to hold.
+void Solver::Impl::choose_epsilon() {
+  epsilon_ = QNumber(1);
+  for (const std::vector<int>* ids : {&convex_, &disequalities_}) {
+    for (const int id : *ids) {
+      limits_.poll();
+      narrow_epsilon(id);
+    }
+  }
+}
+
+void Solver::Impl::narrow_epsilon(int id) {
+  const LinearTerm& term = mapper_.constraint_term(id);
+  const DeltaNumber sum = evaluate(term.vars, *decider_);
+  const QNumber gap = term.constant - sum.real;
+  if (sum.strict.is_zero() || gap.sign() != sum.strict.sign()) return;
+  // The sum is the constant at gap / strict.
+  const QNumber limit = gap / sum.strict;
+  if (epsilon_ < limit) return;
+  epsilon_ = (limit.inv().floor() + QNumber(1)).inv();
+}
+
+ProofRef Solver::Impl::refutation() const {
+  assert(refutation_);
+  ProofRef first = host::farkas_proof(mapper_, refutation_->first);
+  if (!refutation_->disequality) return first;
+  return host::disequality_proof(*refutation_->disequality, std::move(first),
+                                 host::farkas_proof(mapper_, refutation_->second));
+}
+
+QNumber Solver::Impl::value(int var) const {
+  assert(decider_ != nullptr);
+  const DeltaNumber symbolic = decider_->value(var);
+  QNumber result = symbolic.real + symbolic.strict * epsilon_;
+  result.shrink();
+  return result;
+}
+
+Solver::Solver(host::Mapper& mapper, host::Limits& limits)
+    : impl_(std::make_unique<Impl>(mapper, limits)) {}
+Solver::~Solver() = default;
+
+void Solver::set_method(Method method) { impl_->method = method; }
+void Solver::push() { impl_->push(); }
+void Solver::pop() { impl_->pop(); }
+void Solver::assert_constraint(int constr_id) { impl_->assert_constraint(constr_id); }
+Solver::Verdict Solver::check() { return impl_->check(); }
+ProofRef Solver::refutation() const { return impl_->refutation(); }
+QNumber Solver::value(int var) const { return impl_->value(var); }
+const Solver::Statistics& Solver::statistics() const { return impl_->statistics; }
+
+}  // namespace opal::la
