@@ -1,0 +1,132 @@
+#include "opal/host/checked_sum.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "opal/host/evaluator.h"
+#include "opal/host/sub_terms.h"
+#include "opal/host/terms.h"
+
+namespace opal::host {
+
+namespace {
+
+bool is_constant(const Term_* t) {
+  const SubTerms parts({t});
+  return std::none_of(parts.begin(), parts.end(), [](const Term_* part) {
+    return Terms::kind_of(part) == Kind::VARIABLE;
+  });
+}
+
+// Which factor of a product is constant; 2 for none. A numeral is found without a walk.
+std::size_t constant_factor(const Term_* product) {
+  if (Terms::is_numeral(product->arg(0))) return 0;
+  if (Terms::is_numeral(product->arg(1))) return 1;
+  if (is_constant(product->arg(0))) return 0;
+  return is_constant(product->arg(1)) ? 1 : 2;
+}
+
+// The terms that still have to be added, the one with the greatest id on top. A term's
+// entries come out together, since every term that it is an argument of has a greater id.
+class Agenda {
+ public:
+  void push(const Term_* t, QNumber weight) {
+    entries_.emplace_back(t, std::move(weight));
+    std::push_heap(entries_.begin(), entries_.end(), earlier);
+  }
+  [[nodiscard]] bool empty() const { return entries_.empty(); }
+  // The top term, and what all its entries weigh.
+  std::pair<const Term_*, QNumber> pop() {
+    std::pair<const Term_*, QNumber> result = pop_entry();
+    while (!entries_.empty() && entries_.front().first == result.first)
+      result.second += pop_entry().second;
+    return result;
+  }
+
+ private:
+  using Entry = std::pair<const Term_*, QNumber>;
+  static bool earlier(const Entry& a, const Entry& b) {
+    return a.first->id() < b.first->id();
+  }
+  Entry pop_entry() {
+    std::pop_heap(entries_.begin(), entries_.end(), earlier);
+    Entry entry = std::move(entries_.back());
+    entries_.pop_back();
+    return entry;
+  }
+
+  std::vector<Entry> entries_;
+};
+
+}  // namespace
+
+void CheckedSum::add(const Term_* variable, const QNumber& coefficient) {
+  if (coefficient.is_zero()) return;
+  const auto [it, is_new] = coefficients.emplace(variable, coefficient);
+  if (is_new) return;
+  it->second += coefficient;
+  if (it->second.is_zero()) coefficients.erase(it);
+}
+
+void CheckedSum::add(const QNumber& factor, const CheckedSum& other) {
+  constant += factor * other.constant;
+  for (const auto& [variable, coefficient] : other.coefficients)
+    add(variable, factor * coefficient);
+}
+
+const Term_* CheckedSum::first_variable() const {
+  const Term_* first = nullptr;
+  for (const auto& entry : coefficients)
+    if (first == nullptr || entry.first->id() < first->id()) first = entry.first;
+  return first;
+}
+
+std::optional<QNumber> CheckedSum::ratio_to(const CheckedSum& other) const {
+  QNumber factor(1);
+  if (const Term_* variable = first_variable()) {
+    const auto match = other.coefficients.find(variable);
+    if (match == other.coefficients.end()) return std::nullopt;
+    factor = match->second / coefficients.at(variable);
+  } else if (!constant.is_zero()) {
+    factor = other.constant / constant;
+  }
+  CheckedSum rest = other;
+  rest.add(factor.neg(), *this);
+  const bool equal = rest.coefficients.empty() && rest.constant.is_zero();
+  return equal && factor.sign() > 0 ? std::optional<QNumber>(factor) : std::nullopt;
+}
+
+std::optional<CheckedSum> checked_difference(const Term_* atom) {
+  CheckedSum sum;
+  if (Terms::kind_of(atom) == Kind::FALSE) {
+    sum.constant = QNumber(1);
+    return sum;
+  }
+  Agenda agenda;
+  agenda.push(atom->arg(0), QNumber(1));
+  agenda.push(atom->arg(1), QNumber(-1));
+  while (!agenda.empty()) {
+    const auto [t, weight] = agenda.pop();
+    switch (Terms::kind_of(t)) {
+      case Kind::VARIABLE: sum.add(t, weight); break;
+      case Kind::NUMERAL: sum.constant += weight * Terms::symbol_of(t).value; break;
+      case Kind::TO_REAL: agenda.push(t->arg(0), weight); break;
+      case Kind::PLUS:
+        agenda.push(t->arg(0), weight);
+        agenda.push(t->arg(1), weight);
+        break;
+      case Kind::TIMES: {
+        const std::size_t factor = constant_factor(t);
+        if (factor == 2) return std::nullopt;
+        agenda.push(t->arg(1 - factor), weight * evaluate(t->arg(factor), Model()));
+        break;
+      }
+      default: return std::nullopt;
+    }
+  }
+  return sum;
+}
+
+}  // namespace opal::host
