@@ -1,0 +1,416 @@
+#include "opal/host/session.h"
+
+#include <sys/resource.h>
+
+#include <cassert>
+#include <chrono>
+#include <sstream>
+#include <unordered_set>
+#include <utility>
+
+#include "opal/host/assertion_stack.h"
+#include "opal/host/farkas.h"
+#include "opal/host/mapper.h"
+#include "opal/host/partition.h"
+#include "opal/host/printer.h"
+#include "opal/host/proof_checker.h"
+#include "opal/host/verification.h"
+
+namespace opal::host {
+
+namespace {
+
+// One level of the solver, taken back at the end of the scope.
+class LevelScope {
+ public:
+  explicit LevelScope(la::Solver& solver) : solver_(solver) { solver_.push(); }
+  LevelScope(const LevelScope&) = delete;
+  LevelScope& operator=(const LevelScope&) = delete;
+  ~LevelScope() { solver_.pop(); }
+
+ private:
+  la::Solver& solver_;
+};
+
+// Peak of the memory that the process held.
+double peak_megabytes() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
+std::string formulas_text(const std::vector<const Term_*>& formulas) {
+  constexpr std::size_t LONGEST = 2000;
+  std::string text;
+  for (const Term_* f : formulas) {
+    text += "\n  " + term_text(f, 200);
+    if (text.size() > LONGEST) return text + "\n  ...";
+  }
+  return text;
+}
+
+}  // namespace
+
+class Session::Impl {
+ public:
+  // The solver keeps a level of its own below the assertions', which
+  // reset_assertions() takes back.
+  Impl() { solver.push(); }
+
+  Conjunction take_apart(const Term_* formula);
+  void assert_atoms(const Conjunction& conjunction);
+  void assert_formula(const Term_* formula, const std::string& name);
+  void reset_assertions();
+  void forget_answer();
+
+  void decide(const std::vector<const Term_*>& assumptions);
+  void take_model();
+  void check_model() const;
+  [[nodiscard]] std::vector<const Term_*> formulas() const;
+  [[nodiscard]] std::vector<const Term_*> atoms() const;
+  void need(Verdict wanted) const;
+
+  void check_symbols(const InterpolationAnswer& answer) const;
+  std::size_t check_steps(const InterpolationAnswer& answer, const std::string& command);
+
+  Terms terms;
+  Limits limits;
+  Mapper mapper{terms, limits};
+  la::Solver solver{mapper, limits};
+  Interpolation interpolation{terms, solver, mapper};
+  AssertionStack stack;
+
+  // The last answer.
+  std::optional<Verdict> verdict;
+  std::string reason_unknown;
+  std::vector<Conjunction> assumptions;
+  Model model;            // after SAT
+  proof::ProofRef proof;  // after UNSAT
+
+  // Totals since construction.
+  double solve_seconds = 0;
+  double engine_seconds = 0;
+  double raw_size = 0;
+  double size = 0;
+};
+
+// Afterwards the mapper knows the atoms, so that asserting them cannot fail.
+Conjunction Session::Impl::take_apart(const Term_* formula) {
+  Conjunction result{formula, conjuncts(terms, formula)};
+  for (const Term_* atom : result.atoms)
+    mapper.constraint(atom);
+  return result;
+}
+
+void Session::Impl::assert_atoms(const Conjunction& conjunction) {
+  for (const Term_* atom : conjunction.atoms) {
+    solver.assert_constraint(mapper.constraint(atom));
+  }
+}
+
+void Session::Impl::forget_answer() {
+  verdict.reset();
+  reason_unknown.clear();
+  assumptions.clear();
+  model.clear();
+  proof = proof::ProofRef();
+}
+
+void Session::Impl::assert_formula(const Term_* formula, const std::string& name) {
+  if (!name.empty() && stack.find(name)) {
+    throw SessionError("an assertion is already named " + symbol_text(name));
+  }
+  Conjunction conjunction = take_apart(formula);
+  forget_answer();
+  assert_atoms(conjunction);
+  stack.add(std::move(conjunction), name);
+}
+
+void Session::Impl::reset_assertions() {
+  forget_answer();
+  for (std::size_t i = 0; i <= stack.levels(); ++i)
+    solver.pop();
+  stack.clear();
+  solver.push();
+}
+
+std::vector<const Term_*> Session::Impl::formulas() const {
+  std::vector<const Term_*> result;
+  for (const Conjunction& part : stack.parts())
+    result.push_back(part.formula);
+  for (const Conjunction& part : assumptions)
+    result.push_back(part.formula);
+  return result;
+}
+
+std::vector<const Term_*> Session::Impl::atoms() const {
+  std::vector<const Term_*> result;
+  const auto append = [&](const std::vector<Conjunction>& parts) {
+    for (const Conjunction& part : parts) {
+      result.insert(result.end(), part.atoms.begin(), part.atoms.end());
+    }
+  };
+  append(stack.parts());
+  append(assumptions);
+  return result;
+}
+
+void Session::Impl::decide(const std::vector<const Term_*>& assumed) {
+  std::optional<LevelScope> level;
+  if (!assumed.empty()) level.emplace(solver);
+  for (const Term_* formula : assumed) {
+    assumptions.push_back(take_apart(formula));
+    assert_atoms(assumptions.back());
+  }
+  if (solver.check() == la::Solver::Verdict::UNSAT) {
+    proof = solver.refutation();
+    assert(proof);
+    verdict = Verdict::UNSAT;
+    return;
+  }
+  take_model();
+  if (verdict == Verdict::SAT) check_model();
+}
+
+// The solver treats an Int as a rational number; its value may be no integer.
+void Session::Impl::take_model() {
+  verdict = Verdict::SAT;
+  for (const Term_* v : variables_of(formulas())) {
+    const QNumber value = solver.value(mapper.variable(v));
+    if (Terms::sort_of(v) == Sort::INT && !value.is_integer()) {
+      verdict = Verdict::UNKNOWN;
+      reason_unknown = "incomplete";
+      model.clear();
+      return;
+    }
+    model.emplace(v, value);
+  }
+}
+
+void Session::Impl::check_model() const {
+  for (const Term_* formula : formulas()) {
+    if (holds(formula, model)) continue;
+    throw std::logic_error("the model violates " + term_text(formula, 200));
+  }
+}
+
+void Session::Impl::need(Verdict wanted) const {
+  if (verdict == wanted) return;
+  throw SessionError(wanted == Verdict::SAT
+                         ? "there is no model: the last check did not answer sat"
+                         : "there is no refutation: the last check did not answer unsat");
+}
+
+void Session::Impl::check_symbols(const InterpolationAnswer& answer) const {
+  const auto foreign = foreign_symbols(answer);
+  for (std::size_t g = 0; g < foreign.size(); ++g) {
+    if (foreign[g].empty()) continue;
+    throw SessionError("interpolant " + std::to_string(g + 1) + " has " +
+                       term_text(foreign[g].front()) +
+                       ", which is not shared: " + term_text(answer.interpolants[g]));
+  }
+}
+
+std::size_t Session::Impl::check_steps(const InterpolationAnswer& answer,
+                                       const std::string& command) {
+  const auto steps = verification_steps(terms, answer);
+  std::ostringstream script;
+  print_queries(script, steps);
+  const auto answers = run_outside_solver(command, script.str(), limits);
+  if (answers.size() != steps.size()) {
+    throw OutsideSolverError("the outside solver '" + command + "' gave " +
+                             std::to_string(answers.size()) + " answers to " +
+                             std::to_string(steps.size()) + " questions");
+  }
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    if (answers[i] == "unsat") continue;
+    const std::string step =
+        "step " + std::to_string(i + 1) + " of " + std::to_string(steps.size());
+    const std::string what =
+        answers[i] == "sat"
+            ? step + " is wrong, its formulas are satisfiable:"
+            : step + " is undecided, the outside solver answered '" + answers[i] + "' to:";
+    throw SessionError(what + formulas_text(steps[i]));
+  }
+  return steps.size();
+}
+
+Session::Session() : impl_(std::make_unique<Impl>()) {}
+Session::~Session() = default;
+
+Terms& Session::terms() { return impl_->terms; }
+Limits& Session::limits() { return impl_->limits; }
+
+void Session::set_method(la::Solver::Method method) { impl_->solver.set_method(method); }
+
+void Session::push() {
+  impl_->forget_answer();
+  impl_->solver.push();
+  impl_->stack.push();
+}
+
+void Session::pop() {
+  if (impl_->stack.levels() == 0) throw SessionError("there is no level to pop");
+  impl_->forget_answer();
+  impl_->solver.pop();
+  impl_->stack.pop();
+}
+
+std::size_t Session::levels() const { return impl_->stack.levels(); }
+
+void Session::reset_assertions() { impl_->reset_assertions(); }
+
+void Session::assert_formula(const Term_* formula, const std::string& name) {
+  impl_->assert_formula(formula, name);
+}
+
+const std::vector<Session::Assertion>& Session::assertions() const {
+  return impl_->stack.assertions();
+}
+
+Session::Verdict Session::check(const std::vector<const Term_*>& assumptions) {
+  impl_->forget_answer();
+  const auto start = std::chrono::steady_clock::now();
+  try {
+    impl_->decide(assumptions);
+  } catch (const LimitReached& limit) {
+    impl_->forget_answer();
+    impl_->verdict = Verdict::UNKNOWN;
+    impl_->reason_unknown = limit.what();
+  } catch (...) {
+    impl_->forget_answer();
+    throw;
+  }
+  impl_->solve_seconds +=
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return *impl_->verdict;
+}
+
+std::optional<Session::Verdict> Session::last_verdict() const { return impl_->verdict; }
+
+const std::string& Session::reason_unknown() const { return impl_->reason_unknown; }
+
+const Model& Session::model() const {
+  impl_->need(Verdict::SAT);
+  return impl_->model;
+}
+
+proof::Proof* Session::refutation() const {
+  impl_->need(Verdict::UNSAT);
+  return impl_->proof.get();
+}
+
+namespace {
+
+using Atoms = std::unordered_set<const Term_*>;
+
+Atoms used_atoms(const proof::Proof& proof, const Mapper& mapper) {
+  Atoms atoms;
+  for (const int id : proof_constraints(proof))
+    atoms.insert(mapper.constraint_atom(id));
+  return atoms;
+}
+
+// Takes a conjunction's atoms from the open ones; whether there were any.
+bool takes_any(const Conjunction& part, Atoms& open) {
+  bool any = false;
+  for (const Term_* atom : part.atoms)
+    any = open.erase(atom) > 0 || any;
+  return any;
+}
+
+// Takes from the open atoms what assertions without a name (or, with `named`, those with
+// one) provide; the positions of those that provide any.
+std::vector<std::size_t> providers(const AssertionStack& stack, bool named, Atoms& open) {
+  std::vector<std::size_t> result;
+  for (std::size_t i = 0; i < stack.parts().size(); ++i) {
+    const bool has_name = !stack.assertions()[i].name.empty();
+    if (has_name == named && takes_any(stack.parts()[i], open)) result.push_back(i);
+  }
+  return result;
+}
+
+}  // namespace
+
+// An assertion is named only for what no unnamed one and no earlier one provides.
+std::vector<std::string> Session::unsat_core() const {
+  impl_->need(Verdict::UNSAT);
+  Atoms open = used_atoms(*impl_->proof, impl_->mapper);
+  providers(impl_->stack, false, open);
+  for (const Conjunction& part : impl_->assumptions)
+    takes_any(part, open);
+  std::vector<std::string> names;
+  for (const std::size_t i : providers(impl_->stack, true, open)) {
+    names.push_back(impl_->stack.assertions()[i].name);
+  }
+  return names;
+}
+
+std::vector<const Term_*> Session::unsat_assumptions() const {
+  impl_->need(Verdict::UNSAT);
+  Atoms open = used_atoms(*impl_->proof, impl_->mapper);
+  providers(impl_->stack, false, open);
+  providers(impl_->stack, true, open);
+  std::vector<const Term_*> result;
+  for (const Conjunction& part : impl_->assumptions) {
+    if (takes_any(part, open)) result.push_back(part.formula);
+  }
+  return result;
+}
+
+Interpolants Session::interpolants(const InterpolationQuery& query) {
+  impl_->need(Verdict::UNSAT);
+  const ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
+  if (query.mode == Mode::DUAL && !resolved.grouping->is_sequence()) {
+    throw SessionError(
+        "dual mode is for sequences: in a tree the interpolants of siblings would not "
+        "imply "
+        "their parent's");
+  }
+  Interpolants answer = impl_->interpolation.interpolants(
+      impl_->proof.get(), resolved.grouping, query.mode, query.raw);
+  impl_->engine_seconds += answer.engine_seconds;
+  impl_->raw_size += static_cast<double>(answer.raw_size);
+  impl_->size += static_cast<double>(answer.size);
+  return answer;
+}
+
+std::size_t Session::count_unmentioned(const InterpolationQuery& query) const {
+  std::size_t count = impl_->assumptions.size();
+  for (const bool is_mentioned : mentioned(impl_->stack, query)) {
+    if (!is_mentioned) ++count;
+  }
+  return count;
+}
+
+VerificationReport Session::verify(const InterpolationQuery& query,
+                                   const Interpolants& answer,
+                                   const std::string& outside_solver) {
+  impl_->need(Verdict::UNSAT);
+  ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
+  if (answer.terms.size() + 1 != resolved.groups.size()) {
+    throw SessionError("the answer does not belong to the query");
+  }
+  const auto fault = ProofChecker(impl_->mapper, impl_->atoms()).check(impl_->proof.get());
+  if (fault) throw SessionError("the refutation is wrong: " + *fault);
+  const InterpolationAnswer full{resolved.grouping.get(), std::move(resolved.groups),
+                                 std::move(resolved.background), answer.terms};
+  impl_->check_symbols(full);
+  return {impl_->check_steps(full, outside_solver)};
+}
+
+std::vector<std::pair<std::string, double>> Session::statistics() const {
+  const la::Solver::Statistics& work = impl_->solver.statistics();
+  return {{"checks", static_cast<double>(work.checks)},
+          {"pivots", static_cast<double>(work.pivots)},
+          {"relaxations", static_cast<double>(work.relaxations)},
+          {"rows", static_cast<double>(work.rows)},
+          {"terms", static_cast<double>(impl_->terms.size())},
+          {"engine-seconds", impl_->engine_seconds},
+          {"solve-seconds", impl_->solve_seconds},
+          {"interpolant-size", impl_->size},
+          {"interpolant-size-raw", impl_->raw_size},
+          {"memory-mb", peak_megabytes()}};
+}
+
+}  // namespace opal::host

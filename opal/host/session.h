@@ -1,0 +1,127 @@
+#ifndef OPAL_HOST_SESSION_H
+#define OPAL_HOST_SESSION_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "opal/host/evaluator.h"
+#include "opal/host/interpolation.h"
+#include "opal/host/limits.h"
+#include "opal/host/literals.h"
+#include "opal/host/solver.h"
+#include "opal/host/terms.h"
+
+namespace opal::host {
+
+/// A request that a session cannot answer; what() says why.
+class SessionError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What to do with assertions that an interpolation query does not mention.
+enum class Unmentioned : std::uint8_t { BACKGROUND, LAST_GROUP, ERROR };
+
+/// An interpolation query: the names of the assertions of each group, and the tree of the
+/// groups (see Grouping).
+struct InterpolationQuery {
+  std::vector<std::vector<std::string>> groups;
+  std::vector<std::size_t> first;
+  Mode mode = Mode::AUTO;
+  bool raw = false;
+  Unmentioned unmentioned = Unmentioned::BACKGROUND;
+};
+
+/// What was checked of an answer under verification.
+struct VerificationReport {
+  std::size_t steps = 0;  // confirmed by the outside solver
+};
+
+/// A conversation with the host: assert, check, and ask about the answer. This is the
+/// front door for programs that have no solver of their own, and what the command
+/// interpreter is built on; it is the one place that takes a problem for a conjunction.
+///
+///     Session s;
+///     Terms& t = s.terms();
+///     const Term_* x = t.make_variable("x", Sort::REAL);
+///     s.assert_formula(t.make_leq(x, t.make_number(1)), "a");
+///     s.assert_formula(t.make_lt(t.make_number(2), x), "b");
+///     if (s.check() == Verdict::UNSAT)
+///       auto answer = s.interpolants({{{"a"}, {"b"}}, Grouping::sequence(2)});
+class Session {
+ public:
+  enum class Verdict : std::uint8_t { SAT, UNSAT, UNKNOWN };
+
+  Session();
+  ~Session();
+
+  Terms& terms();
+  Limits& limits();
+  /// How the solver decides, from the next check on.
+  void set_method(la::Solver::Method method);
+
+  // --- assertions; each of these ends the validity of the last answer
+  void push();
+  /// Throws SessionError when there is no matching push().
+  void pop();
+  [[nodiscard]] std::size_t levels() const;
+  /// Takes back every assertion and level; terms stay.
+  void reset_assertions();
+  /// Asserts a formula, under a name if one is given (names are unique among the current
+  /// assertions). Throws Unsupported, NotLinear, or SessionError for a name in use; then
+  /// nothing is asserted.
+  void assert_formula(const Term_* formula, const std::string& name = std::string());
+  struct Assertion {
+    const Term_* formula;
+    std::string name;  // may be empty
+  };
+  [[nodiscard]] const std::vector<Assertion>& assertions() const;
+
+  // --- answers
+  /// Decides the assertions together with some further literals, which hold for this
+  /// check only. UNKNOWN when a limit was reached, which reason_unknown() names, or when
+  /// the rational relaxation of Ints has a model with fractions ("incomplete"). A model is
+  /// checked by evaluation against every assertion before SAT is answered. Throws
+  /// Unsupported or NotLinear for an assumption, as assert_formula().
+  Verdict check(const std::vector<const Term_*>& assumptions = {});
+  [[nodiscard]] std::optional<Verdict> last_verdict() const;
+  [[nodiscard]] const std::string& reason_unknown() const;
+  /// After SAT.
+  [[nodiscard]] const Model& model() const;
+  /// After UNSAT: the proof; the session keeps it until the next change or check.
+  [[nodiscard]] proof::Proof* refutation() const;
+  /// After UNSAT: the names of the assertions that the proof uses, in order of assertion;
+  /// of two that provide the same constraint one is enough, an unnamed one first.
+  [[nodiscard]] std::vector<std::string> unsat_core() const;
+  /// After UNSAT: the assumptions that the proof uses.
+  [[nodiscard]] std::vector<const Term_*> unsat_assumptions() const;
+  /// After UNSAT: the interpolants of a query. Assumptions count as unmentioned
+  /// assertions. Throws SessionError for unknown names, names in two groups, an empty
+  /// group, fewer than two groups, dual mode on a tree; LimitReached at a limit.
+  Interpolants interpolants(const InterpolationQuery& query);
+  /// The number of assertions and assumptions that a query does not mention.
+  [[nodiscard]] std::size_t count_unmentioned(const InterpolationQuery& query) const;
+  /// Checks the proof with the proof checker and the answer to a query for shared symbols
+  /// and with an outside solver. Throws SessionError for a wrong answer or one that the
+  /// outside solver leaves undecided (what() says which step), OutsideSolverError (see
+  /// verification.h), LimitReached.
+  VerificationReport verify(const InterpolationQuery& query, const Interpolants& answer,
+                            const std::string& outside_solver);
+
+  /// Work done and memory used, as name and value, in a fixed order.
+  [[nodiscard]] std::vector<std::pair<std::string, double>> statistics() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace opal::host
+
+#endif

@@ -1,0 +1,58 @@
+#ifndef OPAL_HOST_SIMPLIFIER_REGION_H
+#define OPAL_HOST_SIMPLIFIER_REGION_H
+
+#include <optional>
+#include <vector>
+
+#include "opal/host/simplifier_atoms.h"
+#include "opal/utils/qnumber.h"
+
+namespace opal::host {
+
+/// The values of one form that some bounds leave: an interval without some of its points.
+///
+/// Invariant after settle() (is_settled): the excluded points are strictly ascending and
+/// lie strictly inside of the interval; an integral form has no strict bound; the interval
+/// is not empty unless empty().
+class Region {
+ public:
+  explicit Region(bool integral) : integral_(integral) {}
+
+  /// Intersects with the values that a literal allows.
+  void add(const BoundLiteral& literal);
+  /// Brings into normal form after add(); the operations below ask for it.
+  void settle();
+
+  [[nodiscard]] bool empty() const;
+  /// Whether no value of the region satisfies the literal.
+  [[nodiscard]] bool excludes(const BoundLiteral& literal) const;
+  /// The fewest literals that describe a region that is not empty: one equality, or a
+  /// lower bound, an upper bound, and the excluded points.
+  [[nodiscard]] std::vector<BoundLiteral> literals(std::size_t form) const;
+
+ private:
+  struct Bound {
+    QNumber value;
+    bool strict = false;
+  };
+
+  void add_lower(const Bound& bound);
+  void add_upper(const Bound& bound);
+  void settle_upper();
+  void settle_lower();
+  [[nodiscard]] bool is_settled() const;
+  [[nodiscard]] bool is_point() const;
+  static bool is_empty(const Bound& lower, const Bound& upper) {
+    return upper.value < lower.value ||
+           (upper.value == lower.value && (upper.strict || lower.strict));
+  }
+
+  bool integral_;
+  std::optional<Bound> lower_;
+  std::optional<Bound> upper_;
+  std::vector<QNumber> excluded_;
+};
+
+}  // namespace opal::host
+
+#endif
