@@ -1,0 +1,92 @@
+#include <sstream>
+#include <unordered_set>
+
+#include "opal/host/printer.h"
+#include "opal/smtlib/interpreter.h"
+
+namespace opal::smtlib {
+
+using host::Sort;
+using host::Terms;
+
+void Interpreter::assert_term(const Command& command) {
+  expect_operands(command, 1, 1);
+  const Node node = command.operands[0];
+  TermParser parser(session_->terms(), symbols_, command.source);
+  const ParsedTerm parsed = parser.parse_formula(node);
+  expect_free_names(command, parsed);
+  try {
+    session_->assert_formula(parsed.term, parsed.name);
+  } catch (const host::Unsupported& unsupported) {
+    fail_at(
+        command, parser.find(node, unsupported.term).value_or(node),
+        std::string(unsupported.what()) + ": " + host::term_text(unsupported.term, 200));
+  }
+  for (const auto& [name, term] : parsed.names) {
+    Definition definition;
+    definition.name = name;
+    definition.body = term;
+    definition.named_formula = Terms::sort_of(term) == Sort::BOOL;
+    symbols_.add(std::move(definition));
+  }
+  succeed();
+}
+
+void Interpreter::expect_free_names(const Command& command,
+                                    const ParsedTerm& parsed) const {
+  std::unordered_set<std::string_view> names;
+  for (const auto& named : parsed.names)
+    if (!names.insert(named.first).second || symbols_.find(named.first) != nullptr)
+      fail(command, "the name " + host::symbol_text(named.first) + " is used twice");
+}
+
+void Interpreter::push(const Command& command) {
+  for (std::size_t count = count_operand(command, 1); count > 0; --count) {
+    session_->limits().poll();
+    session_->push();
+    symbols_.push();
+  }
+  succeed();
+}
+
+void Interpreter::pop(const Command& command) {
+  const std::size_t count = count_operand(command, 1);
+  if (count > session_->levels())
+    fail(command, "pop of " + std::to_string(count) + " level(s), but only " +
+                      std::to_string(session_->levels()) + " are open");
+  for (std::size_t i = 0; i < count; ++i)
+    session_->pop();
+  symbols_.pop(count, settings_.global_declarations);
+  succeed();
+}
+
+void Interpreter::reset(const Command& command) {
+  expect_operands(command, 0, 0);
+  running_ = nullptr;
+  settings_ = initial_settings_;
+  start_session();
+  succeed();
+}
+
+void Interpreter::reset_assertions(const Command& command) {
+  expect_operands(command, 0, 0);
+  session_->reset_assertions();
+  if (!settings_.global_declarations) symbols_.clear();
+  succeed();
+}
+
+void Interpreter::get_assertions(const Command& command) {
+  expect_operands(command, 0, 0);
+  std::ostringstream out;
+  out << '(';
+  const char* separator = "";
+  for (const auto& assertion : session_->assertions()) {
+    out << separator;
+    host::print_term(out, assertion.formula);
+    separator = "\n ";
+  }
+  out << ')';
+  answer(out.str());
+}
+
+}  // namespace opal::smtlib

@@ -1,0 +1,127 @@
+#include <chrono>
+#include <sstream>
+
+#include "opal/host/printer.h"
+#include "opal/smtlib/interpreter.h"
+
+namespace opal::smtlib {
+
+using host::Kind;
+using host::Session;
+using host::Sort;
+using host::Terms;
+using Clock = std::chrono::steady_clock;
+
+void Interpreter::check(const Command& command,
+                        const std::vector<const Term_*>& assumptions) {
+  const auto start = Clock::now();
+  session_->set_method(settings_.method);
+  const Session::Verdict verdict = session_->check(assumptions);
+  std::string text = "unknown";
+  if (verdict == Session::Verdict::SAT) text = "sat";
+  if (verdict == Session::Verdict::UNSAT) text = "unsat";
+  if (text == "unknown") outcome_.limit_reached |= session_->reason_unknown() == "timeout";
+  report(command, text, std::chrono::duration<double>(Clock::now() - start).count());
+  answer(text);
+}
+
+void Interpreter::check_sat(const Command& command) {
+  expect_operands(command, 0, 0);
+  assumptions_.clear();
+  check(command, {});
+}
+
+void Interpreter::check_sat_assuming(const Command& command) {
+  expect_operands(command, 1, 1);
+  if (!command.source.is_list(command.operands[0]))
+    fail_at(command, command.operands[0], "expected a list of literals");
+  TermParser parser(session_->terms(), symbols_, command.source);
+  std::vector<const Term_*> literals;
+  std::vector<std::pair<const Term_*, std::string>> assumptions;
+  for (const Node n : command.source.children(command.operands[0])) {
+    const ParsedTerm parsed = parser.parse_formula(n);
+    if (!parsed.names.empty()) fail_at(command, n, "an assumption cannot be named");
+    literals.push_back(parsed.term);
+    assumptions.emplace_back(parsed.term, command.source.written(n));
+  }
+  assumptions_ = std::move(assumptions);
+  check(command, literals);
+}
+
+void Interpreter::get_model(const Command& command) {
+  expect_operands(command, 0, 0);
+  expect_verdict(command, Session::Verdict::SAT);
+  std::ostringstream out;
+  out << "(\n";
+  for (const Definition& definition : symbols_.definitions()) {
+    if (!definition.declared) continue;
+    out << "  (define-fun " << host::symbol_text(definition.name) << " () ";
+    if (Terms::sort_of(definition.body) == Sort::BOOL)
+      out << "Bool false)\n";
+    else
+      out << "Real "
+          << host::number_text(host::evaluate(definition.body, session_->model()),
+                               Sort::REAL)
+          << ")\n";
+  }
+  out << ')';
+  answer(out.str());
+}
+
+void Interpreter::get_value(const Command& command) {
+  expect_operands(command, 1, 1);
+  expect_verdict(command, Session::Verdict::SAT);
+  const Node list = command.operands[0];
+  if (!command.source.is_list(list) || command.source.end(list) == list + 1)
+    fail_at(command, list, "expected a list of terms");
+  TermParser parser(session_->terms(), symbols_, command.source);
+  std::string out = "(";
+  for (const Node n : command.source.children(list)) {
+    const ParsedTerm parsed = parser.parse(n);
+    if (out.size() > 1) out += "\n ";
+    out += "(" + command.source.written(n) + " ";
+    if (Terms::sort_of(parsed.term) == Sort::BOOL)
+      out += host::holds(parsed.term, session_->model()) ? "true" : "false";
+    else
+      out += host::number_text(host::evaluate(parsed.term, session_->model()), Sort::REAL);
+    out += ")";
+  }
+  answer(out + ")");
+}
+
+void Interpreter::get_assignment(const Command& command) {
+  expect_operands(command, 0, 0);
+  expect_verdict(command, Session::Verdict::SAT);
+  std::string out = "(";
+  for (const Definition& definition : symbols_.definitions()) {
+    if (!definition.named_formula) continue;
+    if (out.size() > 1) out += ' ';
+    out += "(" + host::symbol_text(definition.name) +
+           (host::holds(definition.body, session_->model()) ? " true)" : " false)");
+  }
+  answer(out + ")");
+}
+
+void Interpreter::get_unsat_core(const Command& command) {
+  expect_operands(command, 0, 0);
+  expect_verdict(command, Session::Verdict::UNSAT);
+  std::string out = "(";
+  for (const std::string& name : session_->unsat_core())
+    out += (out.size() > 1 ? " " : "") + host::symbol_text(name);
+  answer(out + ")");
+}
+
+void Interpreter::get_unsat_assumptions(const Command& command) {
+  expect_operands(command, 0, 0);
+  expect_verdict(command, Session::Verdict::UNSAT);
+  std::string out = "(";
+  for (const Term_* used : session_->unsat_assumptions())
+    for (const auto& [term, written] : assumptions_)
+      if (term == used) {
+        out += (out.size() > 1 ? " " : "") + written;
+        break;
+      }
+  answer(out + ")");
+}
+
+}  // namespace opal::smtlib

@@ -1,0 +1,89 @@
+#include <chrono>
+#include <ostream>
+#include <sstream>
+
+#include "opal/host/printer.h"
+#include "opal/smtlib/group_parser.h"
+#include "opal/smtlib/interpreter.h"
+
+namespace opal::smtlib {
+
+using host::InterpolationQuery;
+using host::Session;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+// One list: on one line when it is short, else an interpolant a line.
+std::string list_of(const std::vector<const Term_*>& terms) {
+  constexpr std::size_t SHORT = 80;
+  std::vector<std::string> texts;
+  std::size_t length = 0;
+  for (const Term_* t : terms) {
+    std::ostringstream out;
+    host::print_term(out, t);
+    texts.push_back(out.str());
+    length += texts.back().size() + 1;
+  }
+  std::string result = "(";
+  for (const std::string& text : texts) {
+    if (length > SHORT)
+      result += "\n  ";
+    else if (result.size() > 1)
+      result += ' ';
+    result += text;
+  }
+  return result + (length > SHORT ? "\n)" : ")");
+}
+
+}  // namespace
+
+InterpolationQuery Interpreter::query_of(const Command& command) const {
+  GroupTree tree = parse_groups(command.source, Sexpr::ROOT);
+  for (std::size_t g = 0; g < tree.names.size(); ++g)
+    for (const std::string& name : tree.names[g]) {
+      const Definition* definition = symbols_.find(name);
+      if (definition == nullptr || !definition->named_formula)
+        fail_at(command, tree.nodes[g], "no assertion is named " + host::symbol_text(name));
+    }
+  InterpolationQuery query;
+  query.groups = std::move(tree.names);
+  query.first = std::move(tree.first);
+  query.mode = settings_.mode;
+  query.raw = settings_.raw;
+  query.unmentioned = settings_.unmentioned;
+  return query;
+}
+
+void Interpreter::mention_background(const InterpolationQuery& query) {
+  if (background_mentioned_ || query.unmentioned != host::Unmentioned::BACKGROUND) return;
+  const std::size_t count = session_->count_unmentioned(query);
+  if (count == 0) return;
+  background_mentioned_ = true;
+  diagnostics_ << "opal: " << count
+               << " assertion(s) that get-interpolants does not mention belong to every "
+                  "group (see :opal-unmentioned)\n";
+  diagnostics_.flush();
+}
+
+void Interpreter::get_interpolants(const Command& command) {
+  expect_verdict(command, Session::Verdict::UNSAT);
+  const auto start = Clock::now();
+  const InterpolationQuery query = query_of(command);
+  const host::Interpolants interpolants = session_->interpolants(query);
+  mention_background(query);
+  if (settings_.verify) {
+    const auto checked = session_->verify(query, interpolants, settings_.verify_with);
+    diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
+                 << ": proof checked, " << checked.steps << " step(s) confirmed by "
+                 << settings_.verify_with << '\n';
+    diagnostics_.flush();
+  }
+  report(command,
+         std::string("mode ") + host::to_string(interpolants.mode) + ", size " +
+             std::to_string(interpolants.size),
+         std::chrono::duration<double>(Clock::now() - start).count());
+  answer(list_of(interpolants.terms));
+}
+
+}  // namespace opal::smtlib

@@ -1,0 +1,225 @@
+#include "opal/smtlib/interpreter.h"
+
+#include <chrono>
+#include <cstdio>
+#include <new>
+#include <ostream>
+#include <unordered_map>
+
+#include "opal/host/linear_form.h"
+#include "opal/host/printer.h"
+#include "opal/host/verification.h"
+
+namespace opal::smtlib {
+
+using host::Session;
+
+Interpreter::Interpreter(Settings settings, std::ostream& answers,
+                         std::ostream& diagnostics)
+    : initial_settings_(std::move(settings)),
+      settings_(initial_settings_),
+      answers_(answers),
+      diagnostics_(diagnostics) {
+  start_session();
+}
+
+Interpreter::~Interpreter() = default;
+
+void Interpreter::start_session() {
+  session_ = std::make_unique<Session>();
+  symbols_.clear();
+  assumptions_.clear();
+  logic_.clear();
+}
+
+Interpreter::Handler Interpreter::handler_of(std::string_view name) {
+  static const auto* const HANDLERS = new std::unordered_map<std::string_view, Handler>{
+      {"assert", &Interpreter::assert_term},
+      {"check-sat", &Interpreter::check_sat},
+      {"check-sat-assuming", &Interpreter::check_sat_assuming},
+      {"declare-const", &Interpreter::declare_const},
+      {"declare-fun", &Interpreter::declare_fun},
+      {"define-const", &Interpreter::define_const},
+      {"define-fun", &Interpreter::define_fun},
+      {"echo", &Interpreter::echo},
+      {"exit", &Interpreter::exit},
+      {"get-assertions", &Interpreter::get_assertions},
+      {"get-assignment", &Interpreter::get_assignment},
+      {"get-info", &Interpreter::get_info},
+      {"get-interpolants", &Interpreter::get_interpolants},
+      {"get-model", &Interpreter::get_model},
+      {"get-option", &Interpreter::get_option},
+      {"get-unsat-assumptions", &Interpreter::get_unsat_assumptions},
+      {"get-unsat-core", &Interpreter::get_unsat_core},
+      {"get-value", &Interpreter::get_value},
+      {"pop", &Interpreter::pop},
+      {"push", &Interpreter::push},
+      {"reset", &Interpreter::reset},
+      {"reset-assertions", &Interpreter::reset_assertions},
+      {"set-info", &Interpreter::set_info},
+      {"set-logic", &Interpreter::set_logic},
+      {"set-option", &Interpreter::set_option},
+      // Known to the standard, not to us.
+      {"declare-datatype", &Interpreter::unsupported_command},
+      {"declare-datatypes", &Interpreter::unsupported_command},
+      {"declare-sort", &Interpreter::unsupported_command},
+      {"define-fun-rec", &Interpreter::unsupported_command},
+      {"define-funs-rec", &Interpreter::unsupported_command},
+      {"define-sort", &Interpreter::unsupported_command},
+      {"get-proof", &Interpreter::unsupported_command},
+  };
+  const auto found = HANDLERS->find(name);
+  return found == HANDLERS->end() ? nullptr : found->second;
+}
+
+Interpreter::Outcome Interpreter::run(Input& input) {
+  CommandReader reader(input);
+  outcome_ = Outcome();
+  exited_ = false;
+  while (!exited_) {
+    const Sexpr* command = nullptr;
+    std::string problem;
+    try {
+      command = reader.next();
+      if (command == nullptr) break;
+      execute(*command);
+    } catch (const Error& error) {
+      problem = std::to_string(error.position.line) + ":" +
+                std::to_string(error.position.column) + ": " + error.what();
+    } catch (const std::bad_alloc&) {
+      problem = "out of memory";
+    }
+    if (problem.empty()) continue;
+    ++outcome_.errors;
+    answer("(error " + host::string_literal(input.name() + ":" + problem) + ")");
+  }
+  return outcome_;
+}
+
+void Interpreter::execute(const Sexpr& source) {
+  std::vector<Node> operands = source.children(Sexpr::ROOT);
+  if (operands.empty() || !source.is_symbol(operands[0]))
+    throw Error(source.position(Sexpr::ROOT), "expected a command");
+  const Command command{
+      source, source.text(operands[0]), {operands.begin() + 1, operands.end()}};
+  if (handler_of(command.name) == nullptr)
+    throw Error(source.position(operands[0]),
+                "unknown command " + source.shortened(operands[0]));
+  start_limits();
+  try {
+    carry_out(command);
+  } catch (...) {
+    running_ = nullptr;
+    throw;
+  }
+  running_ = nullptr;
+}
+
+// What the host reports becomes an error at the place of the command.
+void Interpreter::carry_out(const Command& command) {
+  try {
+    (this->*handler_of(command.name))(command);
+  } catch (const host::LimitReached& limit) {
+    outcome_.limit_reached |= std::string_view(limit.what()) == "timeout";
+    fail(command, limit.what());
+  } catch (const host::Unsupported& unsupported) {
+    fail(command,
+         std::string(unsupported.what()) + ": " + host::term_text(unsupported.term, 200));
+  } catch (const host::NotLinear& error) {
+    fail(command, std::string(error.what()) + ": " + host::term_text(error.term, 200));
+  } catch (const host::SessionError& error) {
+    fail(command, error.what());
+  } catch (const host::OutsideSolverError& error) {
+    fail(command, error.what());
+  } catch (const SettingError& error) {
+    fail(command, error.what());
+  } catch (const Exception& error) {
+    fail(command, std::string("internal error: ") + error.what());
+  }
+}
+
+void Interpreter::start_limits() {
+  host::Limits& limits = session_->limits();
+  limits.clear_interrupt();
+  limits.set_memory(settings_.memory << 20U);
+  if (settings_.timeout > 0) {
+    const auto duration = std::chrono::duration<double>(settings_.timeout);
+    limits.set_deadline(
+        host::Limits::Clock::now() +
+        std::chrono::duration_cast<host::Limits::Clock::duration>(duration));
+  } else {
+    limits.set_deadline(std::nullopt);
+  }
+  running_ = &limits;
+}
+
+bool Interpreter::interrupt() noexcept {
+  host::Limits* const limits = running_.load();
+  if (limits == nullptr) return false;
+  limits->interrupt();
+  return true;
+}
+
+std::vector<std::pair<std::string, double>> Interpreter::statistics() const {
+  return session_->statistics();
+}
+
+void Interpreter::answer(const std::string& text) {
+  answers_ << text << '\n';
+  answers_.flush();
+  if (!answers_) throw OutputError("cannot write the answers");
+}
+
+void Interpreter::succeed() {
+  if (settings_.print_success) answer("success");
+}
+
+void Interpreter::fail(const Command& command, const std::string& what) const {
+  fail_at(command, Sexpr::ROOT, what);
+}
+
+void Interpreter::fail_at(const Command& command, Node n, const std::string& what) const {
+  throw Error(command.source.position(n), what);
+}
+
+void Interpreter::expect_operands(const Command& command, std::size_t least,
+                                  std::size_t most) const {
+  const std::size_t count = command.operands.size();
+  if (least <= count && count <= most) return;
+  std::string expected = std::to_string(least);
+  if (most != least) expected += " to " + std::to_string(most);
+  fail(command, std::string(command.name) + " takes " + expected + " operand(s), not " +
+                    std::to_string(count));
+}
+
+void Interpreter::expect_verdict(const Command& command, Session::Verdict verdict) const {
+  if (session_->last_verdict() == verdict) return;
+  const char* wanted = "unknown";
+  if (verdict == Session::Verdict::SAT) wanted = "sat";
+  if (verdict == Session::Verdict::UNSAT) wanted = "unsat";
+  fail(command, std::string(command.name) + " needs a check-sat that answered " + wanted +
+                    ", with no change of the assertions since");
+}
+
+std::size_t Interpreter::count_operand(const Command& command,
+                                       std::size_t otherwise) const {
+  expect_operands(command, 0, 1);
+  if (command.operands.empty()) return otherwise;
+  const Node n = command.operands[0];
+  const std::string_view text = command.source.text(n);
+  if (command.source.kind(n) != Token::NUMERAL || text.size() > 9)
+    fail_at(command, n,
+            "expected a number of levels below 10^9, found " + command.source.shortened(n));
+  return std::stoul(std::string(text));
+}
+
+void Interpreter::report(const Command& command, const std::string& what, double seconds) {
+  if (!settings_.progress) return;
+  char time[32];
+  std::snprintf(time, sizeof time, "%.2f", seconds);
+  diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line << ": "
+               << command.name << ": " << what << " in " << time << " s\n";
+  diagnostics_.flush();
+}
+
+}  // namespace opal::smtlib

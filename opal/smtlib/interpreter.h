@@ -1,0 +1,136 @@
+#ifndef OPAL_SMTLIB_INTERPRETER_H
+#define OPAL_SMTLIB_INTERPRETER_H
+
+#include <atomic>
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "opal/host/session.h"
+#include "opal/smtlib/settings.h"
+#include "opal/smtlib/sexpr.h"
+#include "opal/smtlib/symbol_table.h"
+#include "opal/smtlib/term_parser.h"
+
+namespace opal::smtlib {
+
+/// Answers could not be written.
+class OutputError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Carries out the commands of SMT-LIB 2.6, with get-interpolants. Each command has one
+/// answer on the output, which is flushed; a command at fault is answered by
+/// (error "input:line:column: what") and changes nothing.
+///
+/// The operations are grouped under the source that defines them.
+class Interpreter {
+ public:
+  struct Outcome {
+    std::size_t errors = 0;
+    bool limit_reached = false;
+  };
+
+  /// Keeps references to the streams; diagnostics go to the second.
+  Interpreter(Settings settings, std::ostream& answers, std::ostream& diagnostics);
+  ~Interpreter();
+
+  // --- interpreter.cpp
+  /// Carries out all commands up to (exit) or the end. Throws InputError, OutputError.
+  Outcome run(Input& input);
+  /// Asks the command that is being carried out, if any, to give up; false when there is
+  /// none. For signal handlers.
+  bool interrupt() noexcept;
+  /// Work done by the session at hand, as name and value.
+  [[nodiscard]] std::vector<std::pair<std::string, double>> statistics() const;
+
+ private:
+  using Node = Sexpr::Node;
+  // A command with its operands; `source` outlives it.
+  struct Command {
+    const Sexpr& source;
+    std::string_view name;
+    std::vector<Node> operands;
+  };
+  using Handler = void (Interpreter::*)(const Command&);
+
+  // --- interpreter.cpp
+  static Handler handler_of(std::string_view name);
+  void execute(const Sexpr& source);
+  void carry_out(const Command& command);
+  void start_session();
+  void start_limits();
+  void answer(const std::string& text);
+  void succeed();  // answers "success" where it is wanted
+  [[noreturn]] void fail(const Command& command, const std::string& what) const;
+  [[noreturn]] void fail_at(const Command& command, Node n, const std::string& what) const;
+  void expect_operands(const Command& command, std::size_t least, std::size_t most) const;
+  void expect_verdict(const Command& command, host::Session::Verdict verdict) const;
+  std::size_t count_operand(const Command& command, std::size_t otherwise) const;
+  void report(const Command& command, const std::string& what, double seconds);
+
+  // --- declaration_commands.cpp
+  void declare_fun(const Command& command);
+  void declare_const(const Command& command);
+  void define_fun(const Command& command);
+  void define_const(const Command& command);
+  void declare(const Command& command, Node name, Node sort);
+  void define(const Command& command, Node sort, Node body,
+              const std::vector<Node>& parameters);
+
+  // --- assertion_commands.cpp
+  void assert_term(const Command& command);
+  void expect_free_names(const Command& command, const ParsedTerm& parsed) const;
+  void push(const Command& command);
+  void pop(const Command& command);
+  void reset(const Command& command);
+  void reset_assertions(const Command& command);
+  void get_assertions(const Command& command);
+
+  // --- check_commands.cpp
+  void check_sat(const Command& command);
+  void check_sat_assuming(const Command& command);
+  void check(const Command& command, const std::vector<const Term_*>& assumptions);
+  void get_model(const Command& command);
+  void get_value(const Command& command);
+  void get_assignment(const Command& command);
+  void get_unsat_core(const Command& command);
+  void get_unsat_assumptions(const Command& command);
+
+  // --- interpolation_commands.cpp
+  void get_interpolants(const Command& command);
+  host::InterpolationQuery query_of(const Command& command) const;
+  void mention_background(const host::InterpolationQuery& query);
+
+  // --- option_commands.cpp
+  void set_logic(const Command& command);
+  void set_option(const Command& command);
+  void get_option(const Command& command);
+  void set_info(const Command& command);
+  void get_info(const Command& command);
+  void echo(const Command& command);
+  void exit(const Command& command);
+  void unsupported_command(const Command& command);
+
+  const Settings initial_settings_;
+  Settings settings_;
+  std::ostream& answers_;
+  std::ostream& diagnostics_;
+  std::unique_ptr<host::Session> session_;
+  std::atomic<host::Limits*> running_{nullptr};  // limits of the command at hand
+  SymbolTable symbols_;
+  std::vector<std::pair<const Term_*, std::string>> assumptions_;  // as written
+  std::string logic_;
+  Outcome outcome_;
+  bool exited_ = false;
+  bool background_mentioned_ = false;
+};
+
+}  // namespace opal::smtlib
+
+#endif

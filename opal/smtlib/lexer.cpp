@@ -1,0 +1,215 @@
+#include "opal/smtlib/lexer.h"
+
+#include <algorithm>
+#include <array>
+#include <cassert>
+
+namespace opal::smtlib {
+
+namespace {
+
+// The classes that a byte can be in.
+enum : std::uint8_t {
+  BLANK = 1,
+  DIGIT = 2,
+  SYMBOL_CHARACTER = 4,
+  HEX_DIGIT = 8,
+  INNER = 16
+};
+
+constexpr std::array<std::uint8_t, 256> classes_of_bytes() {
+  std::array<std::uint8_t, 256> classes{};
+  constexpr std::string_view blanks = " \t\r\n";
+  constexpr std::string_view signs = "~!@$%^&*_-+=<>.?/";
+  for (unsigned c = 0; c < 256; ++c) {
+    const bool digit = c >= '0' && c <= '9';
+    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    const bool sign = c != 0 && signs.find(static_cast<char>(c)) != std::string_view::npos;
+    const bool blank =
+        c != 0 && blanks.find(static_cast<char>(c)) != std::string_view::npos;
+    const bool hex = digit || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    const bool inner = blank || (c >= 32 && c != 127);  // of a string or between bars
+    classes[c] =
+        static_cast<std::uint8_t>((blank ? BLANK : 0) | (digit ? DIGIT : 0) |
+                                  (digit || letter || sign ? SYMBOL_CHARACTER : 0) |
+                                  (hex ? HEX_DIGIT : 0) | (inner ? INNER : 0));
+  }
+  return classes;
+}
+
+constexpr std::array<std::uint8_t, 256> CLASSES = classes_of_bytes();
+
+bool is(int byte, std::uint8_t which) {
+  return byte != Input::END && (CLASSES[static_cast<unsigned>(byte)] & which) != 0;
+}
+
+std::string byte_text(int byte) {
+  if (byte > 32 && byte < 127) return std::string("'") + static_cast<char>(byte) + "'";
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  const auto value = static_cast<unsigned>(byte);
+  return std::string("byte 0x") + digits[value / 16] + digits[value % 16];
+}
+
+}  // namespace
+
+Token Lexer::next() {
+  skip_blanks();
+  text_.clear();
+  position_ = input_.position();
+  const int byte = input_.peek();
+  if (byte == Input::END) return Token::END;
+  if (byte == '(' || byte == ')') {
+    input_.take();
+    return byte == '(' ? Token::LEFT : Token::RIGHT;
+  }
+  if (is(byte, DIGIT)) return number();
+  if (byte == '"') return string();
+  if (byte == '|') return quoted();
+  if (byte == '#') return bits();
+  if (byte != ':' && !is(byte, SYMBOL_CHARACTER)) {
+    input_.take();
+    fail("unexpected " + byte_text(byte));
+  }
+  do {
+    take_into_text();
+  } while (is(input_.peek(), SYMBOL_CHARACTER));
+  if (text_ == ":") fail("a keyword needs a name after the colon");
+  return byte == ':' ? Token::KEYWORD : Token::SYMBOL;
+}
+
+void Lexer::skip_blanks() {
+  for (int byte = input_.peek(); is(byte, BLANK) || byte == ';'; byte = input_.peek()) {
+    if (byte == ';') {
+      while (byte != Input::END && byte != '\n') {
+        input_.take();
+        byte = input_.peek();
+      }
+    } else {
+      input_.take();
+    }
+  }
+}
+
+void Lexer::take_into_text() {
+  text_.push_back(static_cast<char>(input_.peek()));
+  input_.take();
+}
+
+Token Lexer::number() {
+  Token kind = Token::NUMERAL;
+  while (is(input_.peek(), DIGIT))
+    take_into_text();
+  const std::size_t whole = text_.size();
+  if (input_.peek() == '.') {
+    kind = Token::DECIMAL;
+    take_into_text();
+    while (is(input_.peek(), DIGIT))
+      take_into_text();
+  }
+  const bool more = is(input_.peek(), SYMBOL_CHARACTER);
+  while (is(input_.peek(), SYMBOL_CHARACTER))
+    take_into_text();
+  if (more || text_.back() == '.') fail("malformed number " + text_.substr(0, 40));
+  if (whole > 1 && text_[0] == '0')
+    fail("number with a leading zero: " + text_.substr(0, 40));
+  return kind;
+}
+
+Token Lexer::bits() {
+  take_into_text();
+  const int base = input_.peek();
+  const std::uint8_t digits = base == 'x' ? HEX_DIGIT : DIGIT;
+  while (is(input_.peek(), SYMBOL_CHARACTER))
+    take_into_text();
+  const bool binary = base == 'b';
+  const auto good = [&](char c) {
+    return binary ? c == '0' || c == '1' : is(static_cast<unsigned char>(c), digits);
+  };
+  if ((base != 'x' && !binary) || text_.size() < 3 ||
+      !std::all_of(text_.begin() + 2, text_.end(), good)) {
+    fail("malformed constant " + text_.substr(0, 40));
+  }
+  return binary ? Token::BINARY : Token::HEXADECIMAL;
+}
+
+Token Lexer::string() {
+  bool clean = true;
+  input_.take();
+  while (true) {
+    const int byte = input_.peek();
+    if (byte == Input::END) fail("the string that begins here is not closed");
+    if (byte == '"') {
+      input_.take();
+      if (input_.peek() != '"') break;
+    }
+    clean = clean && is(byte, INNER);
+    take_into_text();
+  }
+  if (!clean) fail("a string holds a control character");
+  return Token::STRING;
+}
+
+Token Lexer::quoted() {
+  bool clean = true;
+  input_.take();
+  for (int byte = input_.peek(); byte != '|'; byte = input_.peek()) {
+    if (byte == Input::END) fail("the quoted symbol that begins here is not closed");
+    clean = clean && is(byte, INNER) && byte != '\\';
+    take_into_text();
+  }
+  input_.take();
+  if (!clean) fail("a quoted symbol holds a backslash or control character");
+  return Token::QUOTED;
+}
+
+void Lexer::fail(const std::string& what) const { throw Error(position_, what); }
+
+bool is_reserved(std::string_view word) {
+  static constexpr std::array WORDS = {std::string_view("!"),
+                                       std::string_view("BINARY"),
+                                       std::string_view("DECIMAL"),
+                                       std::string_view("HEXADECIMAL"),
+                                       std::string_view("NUMERAL"),
+                                       std::string_view("STRING"),
+                                       std::string_view("_"),
+                                       std::string_view("as"),
+                                       std::string_view("assert"),
+                                       std::string_view("check-sat"),
+                                       std::string_view("check-sat-assuming"),
+                                       std::string_view("declare-const"),
+                                       std::string_view("declare-datatype"),
+                                       std::string_view("declare-datatypes"),
+                                       std::string_view("declare-fun"),
+                                       std::string_view("declare-sort"),
+                                       std::string_view("define-fun"),
+                                       std::string_view("define-fun-rec"),
+                                       std::string_view("define-funs-rec"),
+                                       std::string_view("define-sort"),
+                                       std::string_view("echo"),
+                                       std::string_view("exists"),
+                                       std::string_view("exit"),
+                                       std::string_view("forall"),
+                                       std::string_view("get-assertions"),
+                                       std::string_view("get-assignment"),
+                                       std::string_view("get-info"),
+                                       std::string_view("get-model"),
+                                       std::string_view("get-option"),
+                                       std::string_view("get-proof"),
+                                       std::string_view("get-unsat-assumptions"),
+                                       std::string_view("get-unsat-core"),
+                                       std::string_view("get-value"),
+                                       std::string_view("let"),
+                                       std::string_view("match"),
+                                       std::string_view("par"),
+                                       std::string_view("pop"),
+                                       std::string_view("push"),
+                                       std::string_view("reset"),
+                                       std::string_view("reset-assertions"),
+                                       std::string_view("set-info"),
+                                       std::string_view("set-logic"),
+                                       std::string_view("set-option")};
+  assert(std::is_sorted(WORDS.begin(), WORDS.end()));
+  return std::binary_search(WORDS.begin(), WORDS.end(), word);
+}
+
+}  // namespace opal::smtlib

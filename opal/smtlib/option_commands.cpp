@@ -1,0 +1,120 @@
+#include <sstream>
+
+#include "opal/host/printer.h"
+#include "opal/smtlib/interpreter.h"
+#include "opal/version.h"
+
+namespace opal::smtlib {
+
+namespace {
+
+// Standard options that change nothing here, with the kind of value that they take.
+bool is_accepted_option(std::string_view name) {
+  for (const std::string_view known :
+       {"produce-assertions", "produce-assignments", "produce-interpolants",
+        "produce-models", "produce-proofs", "produce-unsat-assumptions",
+        "produce-unsat-cores", "interactive-mode", "random-seed", "verbosity",
+        "reproducible-resource-limit"})
+    if (name == known) return true;
+  return false;
+}
+
+}  // namespace
+
+void Interpreter::set_logic(const Command& command) {
+  expect_operands(command, 1, 1);
+  const Node n = command.operands[0];
+  const std::string logic = command.source.shortened(n);
+  if (logic == "QF_LIA" || logic == "QF_LIRA" || logic == "QF_IDL")
+    fail_at(command, n,
+            "logic " + logic + " is not supported yet: integers come with a later release");
+  if (logic != "QF_LRA" && logic != "QF_RDL" && logic != "ALL")
+    fail_at(command, n, "unknown logic " + logic + ", expected QF_LRA, QF_RDL or ALL");
+  if (!logic_.empty()) fail(command, "the logic is set already, to " + logic_);
+  logic_ = logic;
+  succeed();
+}
+
+void Interpreter::set_option(const Command& command) {
+  expect_operands(command, 2, 2);
+  const auto [name_node, value_node] = std::pair(command.operands[0], command.operands[1]);
+  if (command.source.kind(name_node) != Token::KEYWORD)
+    fail_at(command, name_node,
+            "expected an option, found " + command.source.shortened(name_node));
+  const std::string_view name = command.source.text(name_node).substr(1);
+  const std::string value = command.source.is_list(value_node)
+                                ? command.source.shortened(value_node)
+                                : std::string(command.source.text(value_node));
+  try {
+    if (settings_.set(name, value) || is_accepted_option(name))
+      succeed();
+    else
+      answer("unsupported");
+  } catch (const SettingError& error) {
+    fail_at(command, value_node, error.what());
+  }
+}
+
+void Interpreter::get_option(const Command& command) {
+  expect_operands(command, 1, 1);
+  const std::string name = command.source.shortened(command.operands[0]);
+  const std::string value = name.empty() ? "" : settings_.get(name.substr(1));
+  answer(value.empty() ? "unsupported" : value);
+}
+
+void Interpreter::set_info(const Command& command) {
+  if (command.operands.empty() ||
+      command.source.kind(command.operands[0]) != Token::KEYWORD)
+    fail(command, "set-info takes an attribute");
+  succeed();
+}
+
+void Interpreter::get_info(const Command& command) {
+  expect_operands(command, 1, 1);
+  const std::string name = command.source.shortened(command.operands[0]);
+  std::string value;
+  if (name == ":name") {
+    value = "\"Opal\"";
+  } else if (name == ":version") {
+    value = host::string_literal(VERSION);
+  } else if (name == ":authors") {
+    value = "\"The Opal authors\"";
+  } else if (name == ":error-behavior") {
+    value = "continued-execution";
+  } else if (name == ":assertion-stack-levels") {
+    value = std::to_string(session_->levels());
+  } else if (name == ":reason-unknown") {
+    expect_verdict(command, host::Session::Verdict::UNKNOWN);
+    value = session_->reason_unknown();
+  } else if (name == ":all-statistics") {
+    std::ostringstream out;
+    const char* separator = "(";
+    for (const auto& [key, number] : session_->statistics()) {
+      out << separator << ':' << key << ' ' << number;
+      separator = "\n ";
+    }
+    return answer(out.str() + ")");
+  } else {
+    return answer("unsupported");
+  }
+  answer("(" + name + " " + value + ")");
+}
+
+void Interpreter::echo(const Command& command) {
+  expect_operands(command, 1, 1);
+  if (command.source.kind(command.operands[0]) != Token::STRING)
+    fail(command, "echo takes a string");
+  answer(host::string_literal(command.source.text(command.operands[0])));
+}
+
+void Interpreter::exit(const Command& command) {
+  expect_operands(command, 0, 0);
+  exited_ = true;
+  succeed();
+}
+
+void Interpreter::unsupported_command(const Command& command) {
+  fail(command, "command " + std::string(command.name) + " is not supported");
+}
+
+}  // namespace opal::smtlib

@@ -1,0 +1,45 @@
+#ifndef OPAL_SMTLIB_SETTINGS_H
+#define OPAL_SMTLIB_SETTINGS_H
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "opal/host/session.h"
+
+namespace opal::smtlib {
+
+/// A value that an option does not take; what() says what it takes.
+class SettingError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What a user can choose, on the command line or by (set-option :opal-... value).
+struct Settings {
+  host::Mode mode = host::Mode::AUTO;
+  bool raw = false;     // interpolants as built, without simplification
+  bool verify = false;  // check proofs and interpolants
+  std::string verify_with = "z3 -in -smt2";
+  double timeout = 0;      // seconds a command may take; 0 for no limit
+  std::size_t memory = 0;  // megabytes that the process may hold; 0 for no limit
+  host::Unmentioned unmentioned = host::Unmentioned::BACKGROUND;
+  la::Solver::Method method = la::Solver::Method::AUTO;  // by which a check decides
+  bool progress = false;  // report each check and query on standard error
+  bool print_success = false;
+  bool global_declarations = false;  // declarations outlive pop
+
+  /// Sets a setting by the name of its option, without colon ("opal-mode"). False when
+  /// there is no such option. Throws SettingError for a value that it does not take.
+  bool set(std::string_view option, const std::string& value);
+  /// The value of an option as SMT-LIB text, or "" when there is no such option.
+  [[nodiscard]] std::string get(std::string_view option) const;
+};
+
+/// "true" or "false". Throws SettingError for another text.
+bool boolean_of(const std::string& text);
+
+}  // namespace opal::smtlib
+
+#endif

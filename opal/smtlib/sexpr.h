@@ -1,0 +1,98 @@
+#ifndef OPAL_SMTLIB_SEXPR_H
+#define OPAL_SMTLIB_SEXPR_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "opal/smtlib/lexer.h"
+
+namespace opal::smtlib {
+
+/// One S-expression, a command, as an arena of nodes in pre-order:
+///
+///     (assert (< x 1))      node   0     1       2     3   4   5
+///                                  list  assert  list  <   x   1
+///                           end(n) 6     2       6     4   5   6
+///
+/// The children of list n are n+1, end(n+1), ... as long as they are below end(n). There
+/// are no pointers, so a million levels are freed like one.
+class Sexpr {
+ public:
+  using Node = std::uint32_t;
+  static constexpr Node ROOT = 0;
+
+  [[nodiscard]] bool is_list(Node n) const { return nodes_[n].kind == Token::LEFT; }
+  /// LEFT for a list.
+  [[nodiscard]] Token kind(Node n) const { return nodes_[n].kind; }
+  /// A symbol, with or without bars.
+  [[nodiscard]] bool is_symbol(Node n) const {
+    return kind(n) == Token::SYMBOL || kind(n) == Token::QUOTED;
+  }
+  /// The word itself, without bars.
+  [[nodiscard]] bool is_word(Node n, std::string_view word) const {
+    return kind(n) == Token::SYMBOL && text(n) == word;
+  }
+  /// The text of a node that is no list, as Lexer::text().
+  [[nodiscard]] std::string_view text(Node n) const {
+    return std::string_view(text_).substr(nodes_[n].begin, nodes_[n].extent);
+  }
+  [[nodiscard]] Position position(Node n) const { return nodes_[n].position; }
+  /// The first node after the sub-tree of n.
+  [[nodiscard]] Node end(Node n) const { return is_list(n) ? nodes_[n].extent : n + 1; }
+  [[nodiscard]] std::vector<Node> children(Node list) const;
+
+  /// A node as it was read, but for blanks and comments.
+  [[nodiscard]] std::string written(Node n) const;
+  /// As written(), cut with "..." after about `limit` bytes.
+  [[nodiscard]] std::string shortened(Node n, std::size_t limit = 60) const;
+
+  // --- construction, in the order of the text
+  void clear();
+  void open(Position at);
+  /// Closes the innermost open list.
+  void close();
+  /// Throws Error for a command of more than 2^32 bytes or nodes.
+  void add(Token kind, std::string_view text, Position at);
+  [[nodiscard]] std::size_t depth() const { return open_.size(); }
+
+ private:
+  struct Entry {
+    Token kind;
+    Position position;
+    std::uint32_t begin;   // of the text
+    std::uint32_t extent;  // length of the text; of a list, the node after it
+  };
+  void write_within(std::string& out, Node n, std::size_t limit) const;
+
+  std::vector<Entry> nodes_;
+  std::string text_;
+  std::vector<Node> open_;
+};
+
+/// Reads commands one by one.
+class CommandReader {
+ public:
+  /// Keeps a reference.
+  explicit CommandReader(Input& input) : lexer_(input) {}
+
+  /// The next command, valid until the next call; null at the end of the input. Nothing
+  /// behind its last parenthesis is read. Throws Error for what is no list, after the
+  /// whole of the faulty command has been passed over.
+  const Sexpr* next();
+
+ private:
+  bool start_of_command();
+  void skip_open_lists();
+
+  Lexer lexer_;
+  Sexpr command_;
+  std::uint32_t rubbish_line_ =
+      0;  // the last line reported for what stands outside of lists
+};
+
+}  // namespace opal::smtlib
+
+#endif

@@ -1,0 +1,98 @@
+#include "opal/smtlib/symbol_table.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace opal::smtlib {
+
+using host::Kind;
+using host::Terms;
+
+const Definition* SymbolTable::find(std::string_view name) const {
+  const auto found = by_name_.find(name);
+  return found == by_name_.end() ? nullptr : &definitions_[found->second];
+}
+
+void SymbolTable::add(Definition definition) {
+  assert(find(definition.name) == nullptr && definition.body != nullptr);
+  definitions_.push_back(std::move(definition));
+  by_name_.emplace(definitions_.back().name, definitions_.size() - 1);
+}
+
+void SymbolTable::pop(std::size_t count, bool keep) {
+  assert(count <= scopes_.size());
+  if (count == 0) return;
+  const std::size_t remaining = scopes_[scopes_.size() - count];
+  scopes_.resize(scopes_.size() - count);
+  while (!keep && definitions_.size() > remaining) {
+    by_name_.erase(definitions_.back().name);
+    definitions_.pop_back();
+  }
+  assert(by_name_.size() == definitions_.size());
+}
+
+void SymbolTable::clear() {
+  by_name_.clear();
+  definitions_.clear();
+  scopes_.clear();
+}
+
+namespace {
+
+// `t` built anew over other arguments.
+const Term_* rebuilt(Terms& terms, const Term_* t, const std::vector<const Term_*>& args) {
+  switch (Terms::kind_of(t)) {
+    case Kind::PLUS: return terms.make_plus(args[0], args[1]);
+    case Kind::TIMES:
+      // A product keeps its numeral in front.
+      return Terms::is_numeral(args[1]) ? terms.make_times(args[1], args[0])
+                                        : terms.make_times(args[0], args[1]);
+    case Kind::LEQ: return terms.make_leq(args[0], args[1]);
+    case Kind::LT: return terms.make_lt(args[0], args[1]);
+    case Kind::EQ: return terms.make_equal(args[0], args[1]);
+    case Kind::NEQ: return terms.make_distinct(args[0], args[1]);
+    case Kind::NOT: return terms.make_not(args[0]);
+    case Kind::AND: return terms.make_and(args[0], args[1]);
+    case Kind::OR: return terms.make_or(args[0], args[1]);
+    case Kind::TO_REAL: return terms.make_to_real(args[0]);
+    case Kind::FLOOR: return terms.make_floor(args[0]);
+    default: return terms.make_term(t->symbol(), args);
+  }
+}
+
+}  // namespace
+
+const Term_* instantiate(Terms& terms, const Definition& definition,
+                         const Term_* const* arguments) {
+  if (definition.parameters.empty()) return definition.body;
+  std::unordered_map<const Term_*, const Term_*> done;
+  for (std::size_t i = 0; i < definition.parameters.size(); ++i) {
+    done.emplace(definition.parameters[i], arguments[i]);
+  }
+  std::vector<const Term_*> work{definition.body};
+  std::vector<const Term_*> args;
+  while (!work.empty()) {
+    const Term_* t = work.back();
+    if (done.count(t) != 0) {
+      work.pop_back();
+      continue;
+    }
+    args.clear();
+    for (const Term_* arg : *t) {
+      const auto found = done.find(arg);
+      if (found == done.end()) {
+        work.push_back(arg);
+      } else {
+        args.push_back(found->second);
+      }
+    }
+    if (work.back() != t) continue;
+    const bool same = std::equal(args.begin(), args.end(), t->begin(), t->end());
+    done.emplace(t, same ? t : rebuilt(terms, t, args));
+    work.pop_back();
+  }
+  return done.at(definition.body);
+}
+
+}  // namespace opal::smtlib

@@ -1,0 +1,57 @@
+#ifndef OPAL_SMTLIB_SYMBOL_TABLE_H
+#define OPAL_SMTLIB_SYMBOL_TABLE_H
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "opal/host/terms.h"
+
+namespace opal::smtlib {
+
+/// What a symbol of the user stands for: a declared constant for its variable, a defined
+/// function or a named formula for its body.
+struct Definition {
+  std::string name;
+  std::vector<const Term_*> parameters;  // variables that occur in the body only
+  const Term_* body = nullptr;
+  bool declared = false;
+  bool named_formula = false;  // by :named
+};
+
+/// The symbols in force, in scopes that follow push and pop.
+///
+/// Invariants: by_name_ has the index of every element of definitions_; scopes_ ascends,
+/// and the symbols of scope i are those from scopes_[i] on.
+class SymbolTable {
+ public:
+  /// Null when there is none. Valid until the symbol's scope ends.
+  [[nodiscard]] const Definition* find(std::string_view name) const;
+  /// The name must be free.
+  void add(Definition definition);
+
+  void push() { scopes_.push_back(definitions_.size()); }
+  /// Ends as many scopes, which must exist. Their symbols stay if `keep` is set.
+  void pop(std::size_t count, bool keep);
+  void clear();
+
+  /// In the order in which they came.
+  [[nodiscard]] const std::deque<Definition>& definitions() const { return definitions_; }
+
+ private:
+  std::deque<Definition> definitions_;
+  std::unordered_map<std::string_view, std::size_t> by_name_;  // keys are in definitions_
+  std::vector<std::size_t> scopes_;
+};
+
+/// The body of a definition with arguments for its parameters, simplified where an
+/// argument makes an operation constant. Iterative, time linear in the body's DAG.
+const Term_* instantiate(host::Terms& terms, const Definition& definition,
+                         const Term_* const* arguments);
+
+}  // namespace opal::smtlib
+
+#endif

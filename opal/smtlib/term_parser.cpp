@@ -1,0 +1,324 @@
+#include "opal/smtlib/term_parser.h"
+
+#include <cassert>
+
+#include "opal/utils/qnumber.h"
+
+namespace opal::smtlib {
+
+using host::Sort;
+using host::Terms;
+
+namespace {
+
+[[noreturn]] void fail_at(const Sexpr& source, Sexpr::Node n, const std::string& what) {
+  throw Error(source.position(n), what + ": " + source.shortened(n));
+}
+
+}  // namespace
+
+Sort parse_sort(const Sexpr& source, Sexpr::Node n) {
+  if (source.is_symbol(n)) {
+    if (source.text(n) == "Bool") return Sort::BOOL;
+    if (source.text(n) == "Real") return Sort::REAL;
+    if (source.text(n) == "Int") {
+      throw Error(source.position(n),
+                  "sort Int is not supported: integers come with a later release");
+    }
+  }
+  fail_at(source, n, "unknown sort");
+}
+
+std::string parse_new_symbol(const Sexpr& source, Sexpr::Node n,
+                             const SymbolTable& symbols) {
+  if (!source.is_symbol(n)) fail_at(source, n, "expected a symbol");
+  const std::string_view name = source.text(n);
+  if (source.kind(n) == Token::SYMBOL && is_reserved(name)) {
+    fail_at(source, n, "reserved word used as a symbol");
+  }
+  if (operator_of(name) || name == "true" || name == "false") {
+    fail_at(source, n, "the symbol is predefined");
+  }
+  if (symbols.find(name) != nullptr) fail_at(source, n, "the symbol is already in use");
+  return std::string(name);
+}
+
+void TermParser::add_parameter(std::string_view name, const Term_* variable) {
+  local_[name].push_back(variable);
+  has_parameters_ = true;
+}
+
+ParsedTerm TermParser::parse(Node root) {
+  run(root);
+  return std::move(result_);
+}
+
+ParsedTerm TermParser::parse_formula(Node root) {
+  ParsedTerm result = parse(root);
+  if (Terms::sort_of(result.term) != Sort::BOOL) {
+    fail(root, "sort mismatch: expected a formula, got a Real term");
+  }
+  return result;
+}
+
+std::optional<Sexpr::Node> TermParser::find(Node root, const Term_* t) {
+  sought_ = t;
+  found_.reset();
+  run(root);
+  sought_ = nullptr;
+  return found_;
+}
+
+void TermParser::run(Node root) {
+  result_ = ParsedTerm();
+  root_ = root;
+  frames_.clear();
+  values_.clear();
+  read(root);
+  while (!frames_.empty()) {
+    Frame& frame = frames_.back();
+    if (frame.next < frame.end) {
+      if (frame.form == Form::LET) {
+        step_let(frame);
+      } else {
+        const Node n = frame.next;
+        frame.next = source_.end(n);
+        read(n);
+      }
+    } else if (frame.form == Form::LET && !frame.bound) {
+      bind(frame);
+      frame.bound = true;
+      frame.end = source_.end(frame.list);
+    } else {
+      close();
+    }
+  }
+  assert(values_.size() == 1);
+  result_.term = values_.back();
+}
+
+// Reads a node: the value of an atom at once, that of a list when its parts are read.
+void TermParser::read(Node n) {
+  if (source_.is_list(n)) {
+    read_list(n);
+  } else {
+    deliver(n, atom(n));
+  }
+}
+
+void TermParser::read_list(Node list) {
+  const Node head = list + 1;
+  if (head >= source_.end(list)) fail(list, "expected a term");
+  if (source_.is_word(head, "let")) return start_let(list);
+  if (source_.is_word(head, "!")) return start_annotation(list);
+  if (source_.is_list(head)) {
+    if (head + 2 < source_.end(head) && source_.is_word(head + 1, "_")) {
+      const std::string_view why = why_unavailable(source_.text(head + 2));
+      if (!why.empty())
+        fail(list, std::string(source_.text(head + 2)) + " " + std::string(why));
+    }
+    fail(head, "expected the name of a function");
+  }
+  if (!source_.is_symbol(head)) fail(head, "expected the name of a function");
+  Frame frame{list,           source_.end(head), source_.end(list), values_.size(),
+              Form::OPERATOR, Operator::AND,     nullptr,           false};
+  const std::string_view name = source_.text(head);
+  if (const auto op = operator_of(name)) {
+    frame.op = *op;
+  } else {
+    frame.form = Form::APPLICATION;
+    frame.definition = symbols_.find(name);
+    if (frame.definition == nullptr) {
+      const std::string_view why = why_unavailable(name);
+      if (!why.empty()) fail(list, std::string(name) + " " + std::string(why));
+      fail(head, "undeclared function");
+    }
+    if (frame.definition->parameters.empty()) fail(list, "a constant takes no arguments");
+  }
+  frames_.push_back(frame);
+}
+
+// (let ((name term) ...) body)
+void TermParser::start_let(Node list) {
+  const Node bindings = source_.end(list + 1);
+  const Node end = source_.end(list);
+  if (bindings >= end || !source_.is_list(bindings) ||
+      bindings + 1 == source_.end(bindings) || source_.end(bindings) >= end ||
+      source_.end(source_.end(bindings)) != end) {
+    fail(list, "expected (let ((name term) ...) term)");
+  }
+  frames_.push_back({list, bindings + 1, source_.end(bindings), values_.size(), Form::LET,
+                     Operator::AND, nullptr, false});
+}
+
+void TermParser::step_let(Frame& frame) {
+  const Node n = frame.next;
+  frame.next = source_.end(n);
+  if (frame.bound) return read(n);
+  const bool pair = source_.is_list(n) && n + 1 < source_.end(n) &&
+                    source_.is_symbol(n + 1) && n + 2 < source_.end(n) &&
+                    source_.end(n + 2) == source_.end(n);
+  if (!pair) fail(n, "expected (name term)");
+  read(n + 2);
+}
+
+std::vector<Sexpr::Node> TermParser::bound_names(Node let) const {
+  std::vector<Node> names = source_.children(source_.end(let + 1));
+  for (Node& n : names)
+    ++n;
+  return names;
+}
+
+// Bindings are parallel: all terms are read before the first name comes into force.
+void TermParser::bind(const Frame& frame) {
+  const std::vector<Node> names = bound_names(frame.list);
+  assert(values_.size() == frame.base + names.size());
+  if (names.size() > 1) {
+    std::unordered_map<std::string_view, Node> seen;
+    for (const Node n : names) {
+      if (!seen.emplace(source_.text(n), n).second) fail(n, "name bound twice by one let");
+    }
+  }
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    local_[source_.text(names[i])].push_back(values_[frame.base + i]);
+  }
+  values_.resize(frame.base);
+}
+
+// (! term :named name ...)
+void TermParser::start_annotation(Node list) {
+  const Node body = source_.end(list + 1);
+  const Node end = source_.end(list);
+  if (body >= end || source_.end(body) >= end) {
+    fail(list, "expected (! term :attribute ...)");
+  }
+  frames_.push_back({list, body, source_.end(body), values_.size(), Form::ANNOTATION,
+                     Operator::AND, nullptr, false});
+}
+
+void TermParser::close() {
+  const Frame frame = frames_.back();
+  frames_.pop_back();
+  switch (frame.form) {
+    case Form::OPERATOR: return apply_operator(frame);
+    case Form::APPLICATION: return apply_definition(frame);
+    case Form::LET: return close_let(frame);
+    case Form::ANNOTATION: return close_annotation(frame);
+  }
+}
+
+void TermParser::close_let(const Frame& frame) {
+  for (const Node n : bound_names(frame.list)) {
+    const auto entry = local_.find(source_.text(n));
+    entry->second.pop_back();
+    if (entry->second.empty()) local_.erase(entry);
+  }
+  const Term_* body = values_.back();
+  values_.pop_back();
+  deliver(frame.list, body);
+}
+
+void TermParser::close_annotation(const Frame& frame) {
+  const Term_* body = values_.back();
+  values_.pop_back();
+  const Node end = source_.end(frame.list);
+  for (Node n = source_.end(source_.end(frame.list + 1)); n < end;) {
+    if (source_.kind(n) != Token::KEYWORD) fail(n, "expected an attribute");
+    const Node value = source_.end(n);
+    const bool has_value = value < end && source_.kind(value) != Token::KEYWORD;
+    if (source_.text(n) == ":named") {
+      if (!has_value) fail(n, "expected a symbol after");
+      if (!local_.empty()) fail(frame.list, "a term with local variables cannot be named");
+      const std::string name = parse_new_symbol(source_, value, symbols_);
+      for (const auto& earlier : result_.names) {
+        if (earlier.first == name) fail(value, "the symbol is already in use");
+      }
+      result_.names.emplace_back(name, body);
+      if (frame.list == root_) result_.name = name;
+    }
+    n = has_value ? source_.end(value) : value;
+  }
+  deliver(frame.list, body);
+}
+
+void TermParser::apply_operator(const Frame& frame) {
+  const Arguments args{values_.data() + frame.base, values_.size() - frame.base};
+  const Term_* t = nullptr;
+  try {
+    t = apply(terms_, frame.op, args, has_parameters_);
+  } catch (const OperatorError& error) {
+    fail(error.argument == OperatorError::ALL ? frame.list
+                                              : part(frame.list, error.argument + 1),
+         error.what());
+  }
+  values_.resize(frame.base);
+  deliver(frame.list, t);
+}
+
+void TermParser::apply_definition(const Frame& frame) {
+  const std::vector<const Term_*>& parameters = frame.definition->parameters;
+  const std::size_t count = values_.size() - frame.base;
+  if (count != parameters.size()) {
+    fail(frame.list, frame.definition->name + " takes " +
+                         std::to_string(parameters.size()) + " argument(s), not " +
+                         std::to_string(count));
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool formula = Terms::sort_of(parameters[i]) == Sort::BOOL;
+    if ((Terms::sort_of(values_[frame.base + i]) == Sort::BOOL) != formula) {
+      fail(part(frame.list, i + 1),
+           "sort mismatch: argument " + std::to_string(i + 1) + " of " +
+               frame.definition->name + " is " +
+               (formula ? "Real, expected Bool" : "Bool, expected Real"));
+    }
+  }
+  const Term_* t = instantiate(terms_, *frame.definition, values_.data() + frame.base);
+  values_.resize(frame.base);
+  deliver(frame.list, t);
+}
+
+const Term_* TermParser::atom(Node n) const {
+  switch (source_.kind(n)) {
+    case Token::NUMERAL:
+    case Token::DECIMAL: return terms_.make_number(QNumber::from_decimal(source_.text(n)));
+    case Token::SYMBOL:
+    case Token::QUOTED: return symbol(n);
+    case Token::HEXADECIMAL:
+    case Token::BINARY: fail(n, "bit-vector constants are not supported");
+    default: fail(n, "expected a term");
+  }
+}
+
+const Term_* TermParser::symbol(Node n) const {
+  const std::string_view name = source_.text(n);
+  const auto local = local_.find(name);
+  if (local != local_.end()) return local->second.back();
+  if (name == "true") return terms_.true_term();
+  if (name == "false") return terms_.false_term();
+  for (const auto& named : result_.names) {
+    if (named.first == name) return named.second;
+  }
+  const Definition* definition = symbols_.find(name);
+  if (definition == nullptr) {
+    if (operator_of(name)) fail(n, "a function needs arguments");
+    fail(n, "undeclared symbol");
+  }
+  if (!definition->parameters.empty()) fail(n, "a function needs arguments");
+  return definition->body;
+}
+
+Sexpr::Node TermParser::part(Node list, std::size_t i) const {
+  Node n = list + 1;
+  for (; i > 0; --i)
+    n = source_.end(n);
+  return n;
+}
+
+void TermParser::deliver(Node n, const Term_* t) {
+  if (t == sought_ && !found_) found_ = n;
+  values_.push_back(t);
+}
+
+void TermParser::fail(Node n, const std::string& what) const { fail_at(source_, n, what); }
+
+}  // namespace opal::smtlib

@@ -1,0 +1,178 @@
+// The command line tool: reads options, runs the interpreter over each input.
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "opal/smtlib/interpreter.h"
+#include "opal/version.h"
+
+namespace {
+
+using opal::smtlib::Input;
+using opal::smtlib::Interpreter;
+using opal::smtlib::Settings;
+
+constexpr int SUCCESS = 0;
+constexpr int ERROR_ANSWERED = 1;
+constexpr int BAD_USAGE = 2;
+constexpr int TIME_LIMIT = 124;
+constexpr int INTERRUPTED = 130;
+
+constexpr const char* EXAMPLES = R"(
+Examples:
+  opal problem.smt2                        carry out the commands of a file
+  opal --verify examples/*.smt2            check every interpolant with z3
+  opal --mode conj --raw problem.smt2      conjunctions, as the engine builds them
+  producer | opal --timeout 10 -           answer another program, command by command
+
+Exit status: 0 when every command was carried out, 1 when one answered an error, 2 for bad
+usage, 124 when the time limit was reached.)";
+
+std::atomic<Interpreter*> interpreter_at_work{nullptr};
+
+extern "C" void give_up(int /*signal*/) {
+  Interpreter* const interpreter = interpreter_at_work.load();
+  if (interpreter == nullptr || !interpreter->interrupt()) _exit(INTERRUPTED);
+}
+
+struct Options {
+  Settings settings;
+  std::vector<std::string> files;
+  std::string statistics;  // "", "text" or "json"
+};
+
+// An option that sets the setting of a name.
+CLI::Option* add_setting(CLI::App& app, Options& options, const std::string& flag,
+                         const std::string& setting, const std::string& help) {
+  const auto take = [&options, setting](const std::string& value) {
+    try {
+      options.settings.set(setting, value);
+    } catch (const opal::smtlib::SettingError& error) {
+      throw CLI::ValidationError(error.what());
+    }
+  };
+  return app.add_option_function<std::string>(flag, take, help);
+}
+
+void add_switch(CLI::App& app, Options& options, const std::string& flag,
+                const std::string& setting, const std::string& help) {
+  app.add_flag_callback(
+      flag, [&options, setting] { options.settings.set(setting, "true"); }, help);
+}
+
+void describe(CLI::App& app, Options& options) {
+  app.footer(EXAMPLES);
+  app.set_version_flag("--version", std::string("opal ") + opal::VERSION);
+  app.add_option("file", options.files,
+                 "SMT-LIB 2.6 files, each a session of its own; - is standard input")
+      ->type_name("FILE");
+  add_setting(app, options, "--mode", "opal-mode",
+              "how interpolants are built: sum, conj, dual, or auto (the smallest)")
+      ->type_name("MODE")
+      ->default_str("auto");
+  add_switch(app, options, "--raw", "opal-raw", "print interpolants as they are built");
+  add_switch(app, options, "--verify", "opal-verify",
+             "check the proof, the symbols, and each interpolant with an outside solver");
+  add_setting(app, options, "--verify-with", "opal-verify-with",
+              "the outside solver, reading a script on its standard input")
+      ->type_name("COMMAND")
+      ->default_str("z3 -in -smt2");
+  add_setting(app, options, "--timeout", "opal-timeout", "seconds that a command may take")
+      ->type_name("S");
+  add_setting(app, options, "--memory", "opal-memory",
+              "megabytes of memory that a command may bring the process to")
+      ->type_name("MB");
+  add_setting(app, options, "--unmentioned", "opal-unmentioned",
+              "assertions that get-interpolants does not mention: background, B, or error")
+      ->type_name("WHAT")
+      ->default_str("background");
+  add_setting(app, options, "--method", "opal-method", "the solver: auto or simplex")
+      ->group("");
+  app.add_option("--stats", options.statistics, "statistics on standard error")
+      ->expected(0, 1)
+      ->default_str("text")
+      ->check(CLI::IsMember({"text", "json"}))
+      ->type_name("text|json");
+  add_switch(app, options, "--progress", "opal-progress",
+             "report each check and query on standard error");
+}
+
+void print_statistics(const Options& options, const std::string& file,
+                      const Interpreter& interpreter, double seconds) {
+  auto statistics = interpreter.statistics();
+  statistics.emplace_back("seconds", seconds);
+  if (options.statistics == "json") {
+    nlohmann::ordered_json line;
+    line["file"] = file;
+    for (const auto& [name, value] : statistics)
+      line[name] = value;
+    std::cerr << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)
+              << '\n';
+    return;
+  }
+  for (const auto& [name, value] : statistics)
+    std::cerr << "opal: " << name << ' ' << value << '\n';
+}
+
+// The exit status for one input.
+int run(const Options& options, const std::string& file) {
+  const auto start = std::chrono::steady_clock::now();
+  Interpreter interpreter(options.settings, std::cout, std::cerr);
+  interpreter_at_work = &interpreter;
+  int status = SUCCESS;
+  try {
+    Input input = file == "-" ? Input::standard_input() : Input::file(file);
+    const Interpreter::Outcome outcome = interpreter.run(input);
+    if (outcome.errors > 0) status = ERROR_ANSWERED;
+    if (outcome.limit_reached) status = TIME_LIMIT;
+  } catch (const opal::smtlib::InputError& error) {
+    std::cerr << "opal: " << error.what() << '\n';
+    status = ERROR_ANSWERED;
+  } catch (...) {
+    interpreter_at_work = nullptr;
+    throw;
+  }
+  interpreter_at_work = nullptr;
+  const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+  if (!options.statistics.empty())
+    print_statistics(options, file, interpreter, spent.count());
+  return status;
+}
+
+void catch_signals() {
+  std::signal(SIGPIPE, SIG_IGN);
+  struct sigaction action {};
+  action.sa_handler = give_up;
+  sigaction(SIGINT, &action, nullptr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  CLI::App app("Opal: decides linear arithmetic and computes Craig interpolants", "opal");
+  describe(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? SUCCESS : BAD_USAGE;
+  }
+  if (options.files.empty()) options.files.emplace_back("-");
+  std::ios::sync_with_stdio(false);
+  catch_signals();
+  int status = SUCCESS;
+  try {
+    for (const std::string& file : options.files)
+      status = std::max(status, run(options, file));
+  } catch (const std::exception& error) {
+    std::cerr << "opal: " << error.what() << '\n';
+    return ERROR_ANSWERED;
+  }
+  return status;
+}
