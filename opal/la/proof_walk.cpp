@@ -95,6 +95,7 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
     } else if (auto* fake = as<LaFakeHyp>(p)) {
       handle_fakehyp(fake, vars);
     } else {
+      // A null node, or a rule of integer or split proofs where it cannot stand.
       throw_unrecognized();
     }
   }

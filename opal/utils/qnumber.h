@@ -228,7 +228,9 @@ class QNumber {
   explicit constexpr QNumber(words::Fraction f) : num_(f.num), den_(f.den) {
     assert(den_ > 0);
   }
-  explicit QNumber(Pair* pair) : num_(reinterpret_cast<long>(pair)), den_(0) {}
+  // A template, so that the literal 0 is a number and no null pointer.
+  template <class P, class = std::enable_if_t<std::is_same_v<P, Pair>>>
+  explicit QNumber(P* pair) : num_(reinterpret_cast<long>(pair)), den_(0) {}
 
   [[nodiscard]] bool is_big() const { return den_ == 0; }
   [[nodiscard]] Pair* big() const {
