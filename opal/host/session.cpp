@@ -156,6 +156,7 @@ std::vector<const Term_*> Session::Impl::atoms() const {
 }
 
 void Session::Impl::decide(const std::vector<const Term_*>& assumed) {
+  limits.look();
   std::optional<LevelScope> level;
   if (!assumed.empty()) level.emplace(solver);
   for (const Term_* formula : assumed) {
