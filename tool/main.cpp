@@ -4,11 +4,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "opal/host/printer.h"
 #include "opal/smtlib/interpreter.h"
 #include "opal/version.h"
 
@@ -23,6 +25,7 @@ constexpr int ERROR_ANSWERED = 1;
 constexpr int BAD_USAGE = 2;
 constexpr int TIME_LIMIT = 124;
 constexpr int INTERRUPTED = 130;
+constexpr int TERMINATED = 143;
 
 constexpr const char* EXAMPLES = R"(
 Examples:
@@ -36,15 +39,23 @@ usage, 124 when the time limit was reached.)";
 
 std::atomic<Interpreter*> interpreter_at_work{nullptr};
 
-extern "C" void give_up(int /*signal*/) {
+volatile std::sig_atomic_t terminated = 0;
+
+// While no command is carried out, nothing is half done.
+extern "C" void give_up(int signal) {
   Interpreter* const interpreter = interpreter_at_work.load();
-  if (interpreter == nullptr || !interpreter->interrupt()) _exit(INTERRUPTED);
+  const bool ending = signal == SIGTERM;
+  if (ending) terminated = 1;
+  if (interpreter == nullptr || !(ending ? interpreter->end() : interpreter->interrupt())) {
+    _exit(ending ? TERMINATED : INTERRUPTED);
+  }
 }
 
 struct Options {
   Settings settings;
   std::vector<std::string> files;
   std::string statistics;  // "", "text" or "json"
+  std::string progress;    // "", "terminal" or "always"
 };
 
 // An option that sets the setting of a name.
@@ -94,24 +105,30 @@ void describe(CLI::App& app, Options& options) {
       ->default_str("background");
   add_setting(app, options, "--method", "opal-method", "the solver: auto or simplex")
       ->group("");
-  app.add_option("--stats", options.statistics, "statistics on standard error")
-      ->expected(0, 1)
-      ->default_str("text")
-      ->check(CLI::IsMember({"text", "json"}))
-      ->type_name("text|json");
-  add_switch(app, options, "--progress", "opal-progress",
-             "report each check and query on standard error");
+  app.add_flag("--stats{text}", options.statistics,
+               "statistics on standard error, as text or as one line of JSON a file")
+      ->check(CLI::IsMember({"text", "json"}));
+  app.add_flag(
+         "--progress{terminal}", options.progress,
+         "report each check and query on standard error when it is a terminal, or always")
+      ->check(CLI::IsMember({"terminal", "always"}));
 }
 
 void print_statistics(const Options& options, const std::string& file,
-                      const Interpreter& interpreter, double seconds) {
+                      const Interpreter& interpreter, int status, double seconds) {
   auto statistics = interpreter.statistics();
   statistics.emplace_back("seconds", seconds);
   if (options.statistics == "json") {
     nlohmann::ordered_json line;
     line["file"] = file;
-    for (const auto& [name, value] : statistics)
-      line[name] = value;
+    line["exit"] = status;
+    for (const auto& [name, value] : statistics) {
+      const auto whole = static_cast<std::int64_t>(value);
+      if (static_cast<double>(whole) < value)
+        line[name] = value;
+      else
+        line[name] = whole;
+    }
     std::cerr << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)
               << '\n';
     return;
@@ -132,7 +149,7 @@ int run(const Options& options, const std::string& file) {
     if (outcome.errors > 0) status = ERROR_ANSWERED;
     if (outcome.limit_reached) status = TIME_LIMIT;
   } catch (const opal::smtlib::InputError& error) {
-    std::cerr << "opal: " << error.what() << '\n';
+    std::cout << "(error " << opal::host::string_literal(error.what()) << ")" << std::endl;
     status = ERROR_ANSWERED;
   } catch (...) {
     interpreter_at_work = nullptr;
@@ -141,7 +158,7 @@ int run(const Options& options, const std::string& file) {
   interpreter_at_work = nullptr;
   const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
   if (!options.statistics.empty())
-    print_statistics(options, file, interpreter, spent.count());
+    print_statistics(options, file, interpreter, status, spent.count());
   return status;
 }
 
@@ -150,6 +167,25 @@ void catch_signals() {
   struct sigaction action {};
   action.sa_handler = give_up;
   sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+// The arguments in reverse order, as the parser wants them. `--stats json` becomes
+// `--stats=json`, so that a file may follow a bare --stats.
+std::vector<std::string> arguments_of(int argc, char** argv) {
+  std::vector<std::string> result;
+  for (int i = 1; i < argc; ++i) {
+    const std::string argument = argv[i];
+    const bool joins = (argument == "json" || argument == "text") && !result.empty() &&
+                       result.back() == "--stats";
+    if (joins) {
+      result.back() += "=" + argument;
+    } else {
+      result.push_back(argument);
+    }
+  }
+  std::reverse(result.begin(), result.end());
+  return result;
 }
 
 }  // namespace
@@ -159,17 +195,23 @@ int main(int argc, char** argv) {
   CLI::App app("Opal: decides linear arithmetic and computes Craig interpolants", "opal");
   describe(app, options);
   try {
-    app.parse(argc, argv);
+    app.parse(arguments_of(argc, argv));
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? SUCCESS : BAD_USAGE;
+  }
+  if (options.progress == "always" ||
+      (options.progress == "terminal" && isatty(STDERR_FILENO) != 0)) {
+    options.settings.progress = true;
   }
   if (options.files.empty()) options.files.emplace_back("-");
   std::ios::sync_with_stdio(false);
   catch_signals();
   int status = SUCCESS;
   try {
-    for (const std::string& file : options.files)
+    for (const std::string& file : options.files) {
       status = std::max(status, run(options, file));
+      if (terminated != 0) return TERMINATED;
+    }
   } catch (const std::exception& error) {
     std::cerr << "opal: " << error.what() << '\n';
     return ERROR_ANSWERED;

@@ -1,6 +1,6 @@
 #include <sstream>
-#include <unordered_set>
 
+#include "opal/host/linear_form.h"
 #include "opal/host/printer.h"
 #include "opal/smtlib/interpreter.h"
 
@@ -14,13 +14,15 @@ void Interpreter::assert_term(const Command& command) {
   const Node node = command.operands[0];
   TermParser parser(session_->terms(), symbols_, command.source);
   const ParsedTerm parsed = parser.parse_formula(node);
-  expect_free_names(command, parsed);
+  const auto refuse = [&](const Term_* t, const std::string& what) {
+    fail_at(command, parser.find(node, t).value_or(node), shortened(what));
+  };
   try {
     session_->assert_formula(parsed.term, parsed.name);
-  } catch (const host::Unsupported& unsupported) {
-    fail_at(
-        command, parser.find(node, unsupported.term).value_or(node),
-        std::string(unsupported.what()) + ": " + host::term_text(unsupported.term, 200));
+  } catch (const host::Unsupported& error) {
+    refuse(error.term, error.what());
+  } catch (const host::NotLinear& error) {
+    refuse(error.term, error.what());
   }
   for (const auto& [name, term] : parsed.names) {
     Definition definition;
@@ -32,17 +34,8 @@ void Interpreter::assert_term(const Command& command) {
   succeed();
 }
 
-void Interpreter::expect_free_names(const Command& command,
-                                    const ParsedTerm& parsed) const {
-  std::unordered_set<std::string_view> names;
-  for (const auto& named : parsed.names)
-    if (!names.insert(named.first).second || symbols_.find(named.first) != nullptr)
-      fail(command, "the name " + host::symbol_text(named.first) + " is used twice");
-}
-
 void Interpreter::push(const Command& command) {
   for (std::size_t count = count_operand(command, 1); count > 0; --count) {
-    session_->limits().poll();
     session_->push();
     symbols_.push();
   }

@@ -30,6 +30,7 @@ void Interpreter::start_session() {
   symbols_.clear();
   assumptions_.clear();
   logic_.clear();
+  accepted_.clear();
 }
 
 Interpreter::Handler Interpreter::handler_of(std::string_view name) {
@@ -76,7 +77,7 @@ Interpreter::Outcome Interpreter::run(Input& input) {
   CommandReader reader(input);
   outcome_ = Outcome();
   exited_ = false;
-  while (!exited_) {
+  while (!exited_ && !ending_) {
     const Sexpr* command = nullptr;
     std::string problem;
     try {
@@ -122,11 +123,10 @@ void Interpreter::carry_out(const Command& command) {
   } catch (const host::LimitReached& limit) {
     outcome_.limit_reached |= std::string_view(limit.what()) == "timeout";
     fail(command, limit.what());
-  } catch (const host::Unsupported& unsupported) {
-    fail(command,
-         std::string(unsupported.what()) + ": " + host::term_text(unsupported.term, 200));
+  } catch (const host::Unsupported& error) {
+    fail(command, shortened(error.what()));
   } catch (const host::NotLinear& error) {
-    fail(command, std::string(error.what()) + ": " + host::term_text(error.term, 200));
+    fail(command, shortened(error.what()));
   } catch (const host::SessionError& error) {
     fail(command, error.what());
   } catch (const host::OutsideSolverError& error) {
@@ -153,6 +153,11 @@ void Interpreter::start_limits() {
   running_ = &limits;
 }
 
+bool Interpreter::end() noexcept {
+  ending_ = true;
+  return interrupt();
+}
+
 bool Interpreter::interrupt() noexcept {
   host::Limits* const limits = running_.load();
   if (limits == nullptr) return false;
@@ -167,7 +172,7 @@ std::vector<std::pair<std::string, double>> Interpreter::statistics() const {
 void Interpreter::answer(const std::string& text) {
   answers_ << text << '\n';
   answers_.flush();
-  if (!answers_) throw OutputError("cannot write the answers");
+  if (!answers_) throw OutputError("cannot write to the standard output");
 }
 
 void Interpreter::succeed() {
@@ -180,6 +185,12 @@ void Interpreter::fail(const Command& command, const std::string& what) const {
 
 void Interpreter::fail_at(const Command& command, Node n, const std::string& what) const {
   throw Error(command.source.position(n), what);
+}
+
+std::string Interpreter::shortened(std::string message) {
+  constexpr std::size_t LONGEST = 120;
+  if (message.size() > LONGEST) message.replace(LONGEST, std::string::npos, "...");
+  return message;
 }
 
 void Interpreter::expect_operands(const Command& command, std::size_t least,
@@ -207,9 +218,9 @@ std::size_t Interpreter::count_operand(const Command& command,
   if (command.operands.empty()) return otherwise;
   const Node n = command.operands[0];
   const std::string_view text = command.source.text(n);
-  if (command.source.kind(n) != Token::NUMERAL || text.size() > 9)
+  if (command.source.kind(n) != Token::NUMERAL || text.size() > 6)
     fail_at(command, n,
-            "expected a number of levels below 10^9, found " + command.source.shortened(n));
+            "expected a number of levels below 10^6, found " + command.source.shortened(n));
   return std::stoul(std::string(text));
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <iosfwd>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -46,6 +47,8 @@ class Interpreter {
   /// Asks the command that is being carried out, if any, to give up; false when there is
   /// none. For signal handlers.
   bool interrupt() noexcept;
+  /// As interrupt(), and carries out no further command.
+  bool end() noexcept;
   /// Work done by the session at hand, as name and value.
   [[nodiscard]] std::vector<std::pair<std::string, double>> statistics() const;
 
@@ -69,6 +72,7 @@ class Interpreter {
   void succeed();  // answers "success" where it is wanted
   [[noreturn]] void fail(const Command& command, const std::string& what) const;
   [[noreturn]] void fail_at(const Command& command, Node n, const std::string& what) const;
+  static std::string shortened(std::string message);
   void expect_operands(const Command& command, std::size_t least, std::size_t most) const;
   void expect_verdict(const Command& command, host::Session::Verdict verdict) const;
   std::size_t count_operand(const Command& command, std::size_t otherwise) const;
@@ -85,7 +89,6 @@ class Interpreter {
 
   // --- assertion_commands.cpp
   void assert_term(const Command& command);
-  void expect_free_names(const Command& command, const ParsedTerm& parsed) const;
   void push(const Command& command);
   void pop(const Command& command);
   void reset(const Command& command);
@@ -126,8 +129,10 @@ class Interpreter {
   SymbolTable symbols_;
   std::vector<std::pair<const Term_*, std::string>> assumptions_;  // as written
   std::string logic_;
+  std::map<std::string, std::string> accepted_;  // options that change nothing, as written
   Outcome outcome_;
   bool exited_ = false;
+  std::atomic<bool> ending_{false};
   bool background_mentioned_ = false;
 };
 

@@ -8,15 +8,17 @@ namespace opal::smtlib {
 
 namespace {
 
-// Standard options that change nothing here, with the kind of value that they take.
-bool is_accepted_option(std::string_view name) {
-  for (const std::string_view known :
-       {"produce-assertions", "produce-assignments", "produce-interpolants",
-        "produce-models", "produce-proofs", "produce-unsat-assumptions",
-        "produce-unsat-cores", "interactive-mode", "random-seed", "verbosity",
-        "reproducible-resource-limit"})
-    if (name == known) return true;
-  return false;
+// Standard options that are taken and change nothing here, with their first values.
+std::string first_value(std::string_view option) {
+  for (const std::string_view truth :
+       {"interactive-mode", "produce-assertions", "produce-assignments",
+        "produce-interpolants", "produce-models", "produce-unsat-assumptions",
+        "produce-unsat-cores"})
+    if (option == truth) return "true";
+  for (const std::string_view number :
+       {"random-seed", "reproducible-resource-limit", "verbosity"})
+    if (option == number) return "0";
+  return "";
 }
 
 }  // namespace
@@ -46,19 +48,22 @@ void Interpreter::set_option(const Command& command) {
                                 ? command.source.shortened(value_node)
                                 : std::string(command.source.text(value_node));
   try {
-    if (settings_.set(name, value) || is_accepted_option(name))
-      succeed();
-    else
-      answer("unsupported");
+    if (settings_.set(name, value)) return succeed();
   } catch (const SettingError& error) {
     fail_at(command, value_node, error.what());
   }
+  if (first_value(name).empty()) return answer("unsupported");
+  accepted_[std::string(name)] = command.source.written(value_node);
+  succeed();
 }
 
 void Interpreter::get_option(const Command& command) {
   expect_operands(command, 1, 1);
-  const std::string name = command.source.shortened(command.operands[0]);
-  const std::string value = name.empty() ? "" : settings_.get(name.substr(1));
+  if (command.source.kind(command.operands[0]) != Token::KEYWORD)
+    fail_at(command, command.operands[0], "expected an option");
+  const std::string name(command.source.text(command.operands[0]).substr(1));
+  std::string value = settings_.get(name);
+  if (value.empty()) value = accepted_.count(name) ? accepted_[name] : first_value(name);
   answer(value.empty() ? "unsupported" : value);
 }
 

@@ -31,12 +31,7 @@ void Sexpr::write_within(std::string& out, Node n, std::size_t limit) const {
   std::vector<Node> ends;  // of the open lists
   const Node last = end(n);
   bool blank = false;
-  for (Node at = n; at < last || !ends.empty();) {
-    if (out.size() > limit) {
-      out.resize(limit);
-      out += "...";
-      return;
-    }
+  for (Node at = n; out.size() <= limit && (at < last || !ends.empty());) {
     if (!ends.empty() && ends.back() == at) {
       ends.pop_back();
       out += ')';
@@ -57,6 +52,7 @@ void Sexpr::write_within(std::string& out, Node n, std::size_t limit) const {
     }
     ++at;
   }
+  if (out.size() > limit) out.replace(limit, std::string::npos, "...");
 }
 
 void Sexpr::clear() {

@@ -301,7 +301,10 @@ const Term_* TermParser::symbol(Node n) const {
   const Definition* definition = symbols_.find(name);
   if (definition == nullptr) {
     if (operator_of(name)) fail(n, "a function needs arguments");
-    fail(n, "undeclared symbol");
+    const bool negative =
+        name.size() > 1 && name[0] == '-' && name[1] >= '0' && name[1] <= '9';
+    fail(n, negative ? "a negative number is written (- 1), undeclared symbol"
+                     : "undeclared symbol");
   }
   if (!definition->parameters.empty()) fail(n, "a function needs arguments");
   return definition->body;

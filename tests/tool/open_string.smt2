@@ -1,0 +1,4 @@
+; EXIT: 1
+(echo "closed")
+(echo "open)
+(check-sat)

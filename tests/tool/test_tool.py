@@ -1,0 +1,239 @@
+#!/usr/bin/env python3
+"""What the tool does with pipes, signals, limits and huge inputs."""
+
+import json
+import os
+import pathlib
+import random
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+OPAL = ""
+CONTRADICTION = """(declare-const x Real)
+(assert (! (<= x 1) :named a)) (assert (! (> x 1) :named b)) (check-sat)
+"""
+
+
+def run(text, *arguments, **options):
+    return subprocess.run([OPAL, *arguments, "-"], input=text, capture_output=True, text=True,
+                          timeout=120, **options)
+
+
+def small_stack():
+    resource.setrlimit(resource.RLIMIT_STACK, (1 << 20, 1 << 20))
+
+
+def hard_problem():
+    """A dense one, which takes the exact simplex seconds."""
+    rng = random.Random(1)
+    names = [f"x{i}" for i in range(60)]
+    lines = [f"(declare-const {name} Real)" for name in names]
+    for _ in range(120):
+        summands = " ".join(f"(* {rng.randint(1, 9999)} {name})" if rng.random() < 0.5 else
+                            f"(* (- {rng.randint(1, 9999)}) {name})" for name in names)
+        lines.append(f"(assert (<= (+ {summands}) (- {rng.randint(0, 9)})))")
+    return "\n".join(lines) + "\n(check-sat)\n"
+
+
+def long_chain(links):
+    """One group a link, so that there are as many partitions as links."""
+    lines = [f"(declare-const x{i} Real)" for i in range(links + 1)]
+    lines += [f"(assert (! (< x{i} x{i + 1}) :named n{i}))" for i in range(links)]
+    lines += [f"(assert (! (< x{links} x0) :named n{links}))", "(check-sat)"]
+    return "\n".join(lines + ["(get-interpolants " +
+                              " ".join(f"n{i}" for i in range(links + 1)) + ")"])
+
+
+class Pipes(unittest.TestCase):
+    def test_each_answer_comes_before_the_next_command(self):
+        tool = subprocess.Popen([OPAL], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        for command, answer in [
+            ("(set-option :print-success true)", "success"),
+            ("(declare-const x Real)", "success"),
+            ("(assert (! (< x\n0) :named a))", "success"),
+            ("(assert (< x y))", '(error "<stdin>:2:27: undeclared symbol: y")'),
+            ("(check-sat)", "sat"),
+            ("(assert (! (> x 0) :named b))", "success"),
+            ("(check-sat)", "unsat"),
+            ("(get-interpolants a b)", "((< x 0.0))"),
+        ]:
+            # Nothing follows the last parenthesis, not even the end of the line.
+            tool.stdin.write(command.encode())
+            tool.stdin.flush()
+            self.assertEqual(tool.stdout.readline().decode().rstrip("\n"), answer)
+        tool.stdin.close()
+        self.assertEqual(tool.wait(timeout=10), 1)
+        tool.stdout.close()
+
+    def test_an_output_that_takes_nothing_is_a_failure(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        for output in [writer, os.open("/dev/full", os.O_WRONLY)]:
+            done = subprocess.run([OPAL, "-"], input=CONTRADICTION.encode(), stdout=output,
+                                  stderr=subprocess.PIPE, timeout=10)
+            os.close(output)
+            self.assertIn(b"cannot write", done.stderr)
+            self.assertEqual(done.returncode, 1)
+
+
+class Files(unittest.TestCase):
+    def test_each_file_is_a_session_and_a_bad_one_stops_no_other(self):
+        with tempfile.TemporaryDirectory() as folder:
+            good = pathlib.Path(folder, "good.smt2")
+            good.write_text(CONTRADICTION)
+            done = subprocess.run([OPAL, "--stats", "json", good, folder, f"{folder}/none", good],
+                                  capture_output=True, text=True, timeout=10)
+            self.assertEqual(done.returncode, 1)
+            self.assertEqual(done.stdout, f'unsat\n(error "{folder}: Is a directory")\n'
+                             f'(error "{folder}/none: No such file or directory")\nunsat\n')
+            lines = [json.loads(line) for line in done.stderr.split("\n")[:-1]]
+            self.assertEqual([line["exit"] for line in lines], [0, 1, 1, 0])
+            self.assertEqual([line["checks"] for line in lines], [1, 0, 0, 1])
+
+    def test_usage(self):
+        for arguments, status, text in [
+            (["--help"], 0, "Examples:"), (["--version"], 0, "opal "),
+            (["--mode", "most"], 2, "sum, conj, dual or auto"), (["--no-such"], 2, "no-such"),
+            (["--timeout", "soon"], 2, "number"), (["--stats=xml"], 2, "xml"),
+        ]:
+            done = run("", *arguments)
+            self.assertEqual(done.returncode, status, arguments)
+            self.assertIn(text, done.stdout + done.stderr)
+        bare = run(CONTRADICTION, "--stats")
+        self.assertEqual((bare.returncode, bare.stdout), (0, "unsat\n"))
+        self.assertIn("opal: checks 1", bare.stderr)
+
+
+class HugeInputs(unittest.TestCase):
+    def answers(self, text, status=0):
+        done = run(text + "\n(echo \"alive\")", preexec_fn=small_stack)
+        self.assertEqual(done.returncode, status, done.stderr)
+        lines = done.stdout.split("\n")
+        self.assertEqual(lines[-2:], ['"alive"', ""])
+        return lines[:-2]
+
+    def test_a_million_levels_on_a_small_stack(self):
+        n = 10**6
+        declared = "(declare-const x Real)"
+        for head, leaf in [("(and ", "(< x 1)"), ("(not ", "(< x 1)"),
+                           ("(let ((y (< x 1))) ", "y"), ("(! ", "(< x 1)")]:
+            tail = " :note)" if head == "(! " else ")"
+            script = f"{declared}(assert {head * n}{leaf}{tail * n})(check-sat)"
+            self.assertEqual(self.answers(script), ["sat"], head)
+        self.assertEqual(self.answers(
+            f"{declared}(assert (! (< {'(+ x ' * n}1{')' * n} 0) :named a))"
+            "(assert (! (> x 0) :named b))(check-sat)(get-interpolants b a)"),
+            ["unsat", "((< 0.0 x))"])
+        either, = self.answers(f"{declared}(assert {'(or (< x 1) ' * n}(< x 2){')' * n})", 1)
+        self.assertIn("disjunction is not supported", either)
+        self.assertLess(len(either), 300)
+        self.assertEqual(len(self.answers("(" * n + ")" * n, 1)), 1)
+        self.assertEqual(len(self.answers(f"(get-interpolants {'(' * n}a{')' * n})", 1)), 1)
+        open_lists = run("(" * n)
+        self.assertIn("missing parenthesis", open_lists.stdout)
+
+    def test_numbers_of_100000_digits(self):
+        digits = "7" * 10**5
+        answers = self.answers(
+            "(declare-const x Real)(assert (! (< (* 2 x) " + digits + ") :named a))"
+            "(assert (! (> x " + digits + "." + digits + ") :named b))(check-sat)"
+            "(get-interpolants a b)(assert " + digits + ")", 1)
+        self.assertEqual(answers[0], "unsat")
+        self.assertIn(digits, "".join(answers[1:]))
+        self.assertLess(len(answers[-1]), 300)
+
+    def test_a_long_file(self):
+        line = "(assert (< x 1)) ; " + "a comment " * 20 + "\n"
+        count = 50000  # 11 MB
+        self.assertEqual(self.answers("(declare-const x Real)\n" + line * count +
+                                      "(assert (> x 1))(check-sat)"), ["unsat"])
+        self.assertEqual(len(self.answers("rubbish " * 10**6, 1)), 1)
+
+
+class Limits(unittest.TestCase):
+    def test_time_ends_checks_and_interpolation(self):
+        reason = "(get-info :reason-unknown)"
+        done = run(hard_problem() + reason, "--method", "exact", "--timeout", "0.2")
+        self.assertEqual(done.stdout, "unknown\n(:reason-unknown timeout)\n")
+        self.assertEqual(done.returncode, 124)
+        start = time.monotonic()
+        done = run(long_chain(3000) + "(get-interpolants n0 (and n1 n2))", "--timeout", "0.5")
+        self.assertLess(time.monotonic() - start, 20)
+        self.assertRegex(done.stdout, r'^unsat\n\(error "<stdin>:\d+:\d+: timeout"\)\n\(\(')
+        self.assertEqual(done.returncode, 124)
+
+    def test_memory(self):
+        done = run(hard_problem() + "(get-info :reason-unknown)", "--method", "exact",
+                   "--memory", "1")
+        self.assertEqual(done.stdout, "unknown\n(:reason-unknown memout)\n")
+
+    def test_signals(self):
+        for number, rest, status in [(signal.SIGINT, '(:reason-unknown interrupted)\n"on"\n', 0),
+                                     (signal.SIGTERM, "", 143)]:
+            tool = subprocess.Popen([OPAL, "--method", "exact"], stdin=subprocess.PIPE,
+                                    stdout=subprocess.PIPE, text=True)
+            tool.stdin.write('(echo "first")' + hard_problem())
+            tool.stdin.write('(get-info :reason-unknown)(echo "on")')
+            tool.stdin.flush()
+            self.assertEqual(tool.stdout.readline(), '"first"\n')
+            time.sleep(0.7)
+            tool.send_signal(number)
+            answers, _ = tool.communicate(timeout=20)
+            self.assertEqual((answers, tool.returncode), ("unknown\n" + rest, status))
+        idle = subprocess.Popen([OPAL], stdin=subprocess.PIPE)
+        time.sleep(0.5)
+        idle.send_signal(signal.SIGINT)
+        self.assertEqual(idle.wait(timeout=10), 130)
+        idle.stdin.close()
+
+
+class Verification(unittest.TestCase):
+    def test_only_a_confirmed_answer_is_given(self):
+        question = CONTRADICTION + "(get-interpolants a b)"
+        for solver, fault in [
+            ("no-such-solver", "no-such-solver"), ("false", "false"), ("true", "0 answers"),
+            ("echo 'sat\nsat'", "wrong"), ("echo '(error \"x\")'", "x"),
+            ("echo 'unsat\nunknown'", "undecided"),
+        ]:
+            done = run(question, "--verify", "--verify-with", solver)
+            self.assertEqual(done.returncode, 1, solver)
+            self.assertRegex(done.stdout, r'^unsat\n\(error "<stdin>:3:1: [^$]*"\)\n$')
+            self.assertIn(fault, done.stdout)
+        done = run(question, "--verify")
+        self.assertEqual((done.returncode, done.stdout), (0, "unsat\n((<= x 1.0))\n"))
+        self.assertIn("2 step(s) confirmed by z3", done.stderr)
+
+    def test_background_is_mentioned_once(self):
+        ask = "(get-interpolants a b)"
+        done = run("(assert true)" + CONTRADICTION + ask + ask)
+        self.assertEqual(done.stderr.count("1 assertion(s)"), 1)
+
+
+class Repeatability(unittest.TestCase):
+    def test_answers_do_not_depend_on_addresses(self):
+        rng = random.Random(3)
+        lines = [f"(declare-const x{i} Real)" for i in range(12)]
+        for k in range(40):
+            row = " ".join(f"(* {rng.randint(1, 5)} x{i})" for i in rng.sample(range(12), 3))
+            op = "=" if k in (3, 20) else rng.choice(["<=", "<"])
+            lines.append(f"(assert (! ({op} (- (+ {row}) (* 3 x{k % 12})) {rng.randint(3, 30)}) "
+                         f":named n{k}))")
+        names = [" ".join(f"n{k}" for k in block) for block in (range(20), range(20, 40))]
+        lines += ["(check-sat)", "(get-model)", "(assert (! (> (+ x0 x1 x2 x5 x7) 999) :named p))",
+                  "(assert (! (> (+ x3 x4 x6 x8) 0) :named q))", "(check-sat)", "(get-unsat-core)"]
+        for mode in ["sum", "dual"]:
+            lines += [f"(set-option :opal-mode {mode})",
+                      f"(get-interpolants (and {names[0]}) (and q {names[1]}) p)"]
+        answers = {run("\n".join(lines)).stdout for _ in range(20)}
+        self.assertEqual(len(answers), 1)
+        self.assertRegex(answers.pop(), r"(?s)^sat.*\nunsat.*\n\([^()]*\)\n\(\n? *\([<=]")
+
+
+if __name__ == "__main__":
+    OPAL = str(pathlib.Path(sys.argv.pop(1)).resolve())
+    unittest.main()

@@ -1,0 +1,16 @@
+; Trees: groups in parentheses are a sub-tree below the next group at its level; answers
+; come in post-order.
+(set-logic QF_LRA)
+(declare-fun a () Real) (declare-fun b () Real) (declare-fun c () Real) (declare-fun d () Real)
+(assert (! (<= 1 a) :named p1))
+(assert (! (<= a b) :named p2))
+(assert (! (<= 2 c) :named p3))
+(assert (! (<= c d) :named p4))
+(assert (! (< (+ b d) 3) :named p5))
+(check-sat)
+(get-interpolants p1 p2 (p3 p4) p5)
+(get-interpolants (p1 p2) (p3 p4) p5)
+(get-interpolants ((p1) p2) (((p3)) p4) p5)
+(get-interpolants p1 (p3) (p5 p2) p4)
+(get-interpolants p1 (p2) (p3) (p4) p5)
+(get-interpolants (and p1 p2) ((and p3 p4)) p5)
