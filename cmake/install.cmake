@@ -10,6 +10,7 @@ if(OPAL_BUILD_TOOL)
 endif()
 install(TARGETS ${opal_targets} EXPORT opalTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES opal/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal)
 install(DIRECTORY opal/utils opal/interfaces opal/la
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal FILES_MATCHING PATTERN "*.h")
 install(EXPORT opalTargets NAMESPACE opal::
@@ -22,6 +23,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/opalConfigVersion.cmake
 install(FILES ${CMAKE_BINARY_DIR}/opalConfig.cmake
   ${CMAKE_BINARY_DIR}/opalConfigVersion.cmake cmake/FindGMP.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
+# Relative to the file itself, so that it is right wherever the tree is installed.
+file(RELATIVE_PATH opal_pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/opal.pc.in ${CMAKE_BINARY_DIR}/opal.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/opal.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

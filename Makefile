@@ -1,0 +1,51 @@
+# Thin names for what cmake, ctest and the scripts do. `make` alone runs the demo.
+PREFIX ?= /usr/local
+N ?= 20000
+SEED ?=
+
+.PHONY: demo check bench soak fuzz format lint count docs install clean
+
+demo:
+	scripts/deps.sh demo
+	scripts/build.sh release
+	python3 scripts/demo.py build/release/opal examples
+
+check:
+	scripts/deps.sh check
+	scripts/check.sh
+
+bench:
+	scripts/deps.sh bench
+	scripts/build.sh bench
+	python3 bench/run.py --build build/bench --output bench/RESULTS.md
+
+# N random problems, from SEED if given, else from a fresh one.
+soak:
+	scripts/deps.sh demo
+	scripts/build.sh release
+	scripts/soak.sh build/release/opal $(N) $(SEED)
+
+fuzz:
+	@echo "no fuzz targets yet" >&2; exit 1
+
+format:
+	scripts/deps.sh check
+	scripts/format.sh
+
+lint:
+	scripts/deps.sh lint
+	scripts/lint.sh
+
+count:
+	@scripts/count.sh
+
+docs:
+	@echo "no generated API pages yet; read docs/ and the headers" >&2; exit 1
+
+install:
+	scripts/deps.sh demo
+	scripts/build.sh release
+	cmake --install build/release --prefix $(PREFIX)
+
+clean:
+	rm -rf build

@@ -1,0 +1,142 @@
+#!/usr/bin/env python3
+"""Runs the tool on the examples and has z3 judge each answer on its own.
+
+    scripts/demo.py TOOL FOLDER
+
+For each problem: its story, the tool's answers, and z3's verdict on every interpolant. The
+tool checks its answers too (--verify); here z3 is asked again, by a second way: each step
+of a sequence or tree of interpolants must be unsatisfiable. Fails when anything is not
+confirmed.
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "random"))
+import sexpr  # noqa: E402
+
+
+def show(expression):
+    return sexpr.show(expression).replace("( ", "(").replace(" )", ")")
+
+
+def as_conjunction(formulas):
+    return f"(and true {' '.join(formulas)})"
+
+
+def groups_of(arguments):
+    """The nodes of a query in post-order: (names, children), the root last."""
+    nodes = []
+
+    def visit(items):
+        below = []
+        for item in items:
+            if isinstance(item, list) and item[0] != "and":
+                below += visit(item)
+            else:
+                nodes.append((item[1:] if isinstance(item, list) else [item], below))
+                below = [len(nodes) - 1]
+        return below
+
+    visit(arguments)
+    return nodes
+
+
+def steps_of(arguments, interpolants, assertions):
+    """What must be unsatisfiable for an answer to be right, one formula a step."""
+    nodes = groups_of(arguments)
+    if len(interpolants) != len(nodes) - 1:
+        raise ValueError("wrong number of interpolants")
+    mentioned = {name for names, _ in nodes for name in names}
+    background = [f for name, f in assertions if name not in mentioned]
+    formula = {name: f for name, f in assertions}
+    steps = []
+    for i, (names, children) in enumerate(nodes):
+        premises = background + [formula[name] for name in names]
+        premises += [interpolants[c] for c in children]
+        if i < len(interpolants):
+            premises.append(f"(not {interpolants[i]})")
+        steps.append(as_conjunction(premises))
+    return steps
+
+
+def ask_z3(declarations, formula):
+    script = "\n".join(declarations + [f"(assert {formula})", "(check-sat)"])
+    run = subprocess.run(["z3", "-in", "-smt2"], input=script, capture_output=True, text=True)
+    return run.stdout.strip().split("\n")[-1]
+
+
+class Example:
+    """A script, walked command by command beside the tool's answers to it."""
+
+    def __init__(self, path):
+        self.text = path.read_text()
+        self.declarations, self.assertions, self.marks = [], [], []
+        self.confirmed = self.refused = 0
+
+    def story(self):
+        return re.match(r"(;.*\n)+", self.text).group(0).rstrip()
+
+    def check(self, answers):
+        """Prints each answer with z3's verdict on it."""
+        answers = iter(answers)
+        for command in sexpr.parse_all(self.text):
+            name, arguments = command[0], command[1:]
+            if name in ("declare-fun", "declare-const", "define-fun"):
+                self.declarations.append(show(command))
+            elif name == "assert":
+                term = arguments[0]
+                named = isinstance(term, list) and term[0] == "!"
+                label = term[term.index(":named") + 1] if named else None
+                self.assertions.append((label, show(term[1] if named else term)))
+            elif name == "push":
+                self.marks.append(len(self.assertions))
+            elif name == "pop":
+                del self.assertions[self.marks.pop():]
+            elif name in ("check-sat", "get-value", "get-model", "get-unsat-core"):
+                self.print_answer(command, [show(next(answers))])
+            elif name == "get-interpolants":
+                interpolants = [show(i) for i in next(answers)]
+                self.print_answer(command, interpolants)
+                self.judge(arguments, interpolants)
+
+    @staticmethod
+    def print_answer(command, lines):
+        print(f"\n{show(command)}")
+        for line in lines:
+            print(f"    {line}")
+
+    def judge(self, arguments, interpolants):
+        steps = steps_of(arguments, interpolants, self.assertions)
+        verdicts = [ask_z3(self.declarations, step) for step in steps]
+        right = all(v == "unsat" for v in verdicts)
+        self.confirmed += len(interpolants) if right else 0
+        self.refused += 0 if right else len(interpolants)
+        print(f"  z3 on the {len(steps)} steps: {' '.join(verdicts)}"
+              f" ({'confirmed' if right else 'NOT CONFIRMED'})")
+
+
+def main():
+    tool, folder = sys.argv[1], pathlib.Path(sys.argv[2])
+    paths = sorted(folder.glob("*.smt2"))
+    confirmed = faults = 0
+    for path in paths:
+        example = Example(path)
+        print(f"{'=' * 92}\n{path}\n\n{example.story()}")
+        run = subprocess.run([tool, "--verify", str(path)], capture_output=True, text=True)
+        if run.returncode != 0:
+            print(f"exit status {run.returncode}\n{run.stdout}{run.stderr}")
+            faults += 1
+            continue
+        example.check(sexpr.parse_all(run.stdout))
+        confirmed += example.confirmed
+        faults += example.refused
+    print(f"{'=' * 92}\n{len(paths)} problems, {confirmed} interpolants confirmed by the tool's "
+          f"own checks and by z3, {faults} not")
+    return 0 if paths and confirmed and not faults else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

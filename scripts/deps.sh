@@ -1,0 +1,56 @@
+#!/bin/bash
+# Installs the Debian packages that a purpose needs and that are not there yet.
+#
+#   scripts/deps.sh demo|check|bench
+#
+# Does nothing, quickly, when all are there. Uses sudo when not root; where it cannot
+# install, it names what is missing and fails.
+set -euo pipefail
+
+build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev z3 python3)
+test=(clang clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind)
+lint=(clang-tidy)
+bench=(libbenchmark-dev libflint-dev libabsl-dev cvc5)
+
+case "${1:-}" in
+  demo) wanted=("${build[@]}") ;;
+  check) wanted=("${build[@]}" "${test[@]}") ;;
+  lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
+  bench) wanted=("${build[@]}" "${bench[@]}") ;;
+  *)
+    echo "usage: $0 demo|check|lint|bench" >&2
+    exit 2
+    ;;
+esac
+
+if ! command -v dpkg-query >/dev/null; then
+  echo "$0: not a Debian system; needed are the counterparts of: ${wanted[*]}" >&2
+  exit 0
+fi
+
+missing=()
+for package in "${wanted[@]}"; do
+  state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+  [[ $state == installed ]] || missing+=("$package")
+done
+((${#missing[@]})) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+  if ! command -v sudo >/dev/null; then
+    echo "$0: missing packages, and neither root nor sudo to install them:" >&2
+    echo "  apt-get install ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo)
+fi
+
+echo "installing: ${missing[*]}"
+install() {
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" </dev/null >/dev/null
+}
+if ! install update ||
+   ! install install -y --no-install-recommends "${missing[@]}"; then
+  echo "$0: could not install; missing are: ${missing[*]}" >&2
+  exit 1
+fi

@@ -1,0 +1,14 @@
+# Installs the build BUILD under WORK, builds the client in this folder against that, and
+# runs it and the installed tool.
+function(run)
+  execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/root)
+run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/client -G Ninja
+  -DCMAKE_PREFIX_PATH=${WORK}/root -DCMAKE_CXX_COMPILER=${COMPILER}
+  "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_BUILD_TYPE=Debug)
+run(${CMAKE_COMMAND} --build ${WORK}/client)
+run(${WORK}/client/client)
+run(${WORK}/root/bin/opal --version)
