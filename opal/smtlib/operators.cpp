@@ -170,6 +170,11 @@ const Term_* chain(Terms& terms, Operator op, Arguments args) {
 }
 
 const Term_* all_distinct(Terms& terms, Arguments args) {
+  constexpr std::size_t MOST = 4096;  // which are 8 million pairs
+  if (args.count > MOST) {
+    throw OperatorError("distinct of more than " + std::to_string(MOST) +
+                        " terms is not supported");
+  }
   const Term_* result = related(terms, Operator::DISTINCT, args[0], args[1]);
   for (std::size_t i = 2; i < args.count; ++i) {
     for (std::size_t j = 0; j < i; ++j) {

@@ -74,6 +74,7 @@ void TermParser::run(Node root) {
   root_ = root;
   frames_.clear();
   values_.clear();
+  named_.clear();
   read(root);
   while (!frames_.empty()) {
     Frame& frame = frames_.back();
@@ -230,8 +231,8 @@ void TermParser::close_annotation(const Frame& frame) {
       if (!has_value) fail(n, "expected a symbol after");
       if (!local_.empty()) fail(frame.list, "a term with local variables cannot be named");
       const std::string name = parse_new_symbol(source_, value, symbols_);
-      for (const auto& earlier : result_.names) {
-        if (earlier.first == name) fail(value, "the symbol is already in use");
+      if (!named_.emplace(source_.text(value), body).second) {
+        fail(value, "the symbol is already in use");
       }
       result_.names.emplace_back(name, body);
       if (frame.list == root_) result_.name = name;
@@ -295,9 +296,8 @@ const Term_* TermParser::symbol(Node n) const {
   if (local != local_.end()) return local->second.back();
   if (name == "true") return terms_.true_term();
   if (name == "false") return terms_.false_term();
-  for (const auto& named : result_.names) {
-    if (named.first == name) return named.second;
-  }
+  const auto named = named_.find(name);
+  if (named != named_.end()) return named->second;
   const Definition* definition = symbols_.find(name);
   if (definition == nullptr) {
     if (operator_of(name)) fail(n, "a function needs arguments");

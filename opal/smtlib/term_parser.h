@@ -96,6 +96,7 @@ class TermParser {
   // The terms of a local variable, innermost last. Keys are texts of the source.
   std::unordered_map<std::string_view, std::vector<const Term_*>> local_;
   bool has_parameters_ = false;
+  std::unordered_map<std::string_view, const Term_*> named_;  // result_.names, by name
   ParsedTerm result_;
   Node root_ = 0;
   const Term_* sought_ = nullptr;  // by find()

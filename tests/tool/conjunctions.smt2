@@ -13,7 +13,7 @@
 (push) (assert (ite (< 1 2) (= x 5) (or both (< x y)))) (assert (= y (ite (> 1 2) x (- x)))) (check-sat)
 (get-value (x y)) (pop)
 (push) (assert (distinct 1 x 2.0 y)) (assert (= (+ x x) (- 4 0) (* 2 y))) (check-sat) (pop)
-(push) (assert (not (distinct x y))) (assert (not (<= x (/ y 1 1) x))) (check-sat) (pop)
+(push) (assert (not (distinct x y))) (assert (<= x (/ (* 2 y) 4 (/ 1 2)))) (check-sat) (pop)
 (push) (assert (= (- x 1 2) (- y) (+ x) (* 3 (- 2) (/ 1 6)))) (check-sat) (pop)
 (push) (assert (= (- x 1 2) (- y) (* 3 (- 2) (/ 1 6)))) (check-sat) (get-value (x y)) (pop)
 (push) (assert (and true)) (assert (not false)) (check-sat) (pop)
