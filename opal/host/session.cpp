@@ -364,8 +364,7 @@ Interpolants Session::interpolants(const InterpolationQuery& query) {
   const ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
   if (query.mode == Mode::DUAL && !resolved.grouping->is_sequence()) {
     throw SessionError(
-        "dual mode is for sequences: in a tree the interpolants of siblings would not "
-        "imply "
+        "dual mode is for sequences: in a tree the interpolants of siblings would not imply "
         "their parent's");
   }
   Interpolants answer = impl_->interpolation.interpolants(
@@ -384,6 +383,12 @@ std::size_t Session::count_unmentioned(const InterpolationQuery& query) const {
   return count;
 }
 
+void Session::check_proof() {
+  impl_->need(Verdict::UNSAT);
+  const auto fault = ProofChecker(impl_->mapper, impl_->atoms()).check(impl_->proof.get());
+  if (fault) throw SessionError("the refutation is wrong: " + *fault);
+}
+
 VerificationReport Session::verify(const InterpolationQuery& query,
                                    const Interpolants& answer,
                                    const std::string& outside_solver) {
@@ -392,8 +397,7 @@ VerificationReport Session::verify(const InterpolationQuery& query,
   if (answer.terms.size() + 1 != resolved.groups.size()) {
     throw SessionError("the answer does not belong to the query");
   }
-  const auto fault = ProofChecker(impl_->mapper, impl_->atoms()).check(impl_->proof.get());
-  if (fault) throw SessionError("the refutation is wrong: " + *fault);
+  check_proof();
   const InterpolationAnswer full{resolved.grouping.get(), std::move(resolved.groups),
                                  std::move(resolved.background), answer.terms};
   impl_->check_symbols(full);

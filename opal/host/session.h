@@ -107,6 +107,9 @@ class Session {
   Interpolants interpolants(const InterpolationQuery& query);
   /// The number of assertions and assumptions that a query does not mention.
   [[nodiscard]] std::size_t count_unmentioned(const InterpolationQuery& query) const;
+  /// After UNSAT: has the proof checker confirm the proof. Throws SessionError with what is
+  /// wrong if it does not.
+  void check_proof();
   /// Checks the proof with the proof checker and the answer to a query for shared symbols
   /// and with an outside solver. Throws SessionError for a wrong answer or one that the
   /// outside solver leaves undecided (what() says which step), OutsideSolverError (see

@@ -17,6 +17,7 @@ void Interpreter::check(const Command& command,
   const auto start = Clock::now();
   session_->set_method(settings_.method);
   const Session::Verdict verdict = session_->check(assumptions);
+  if (settings_.verify && verdict == Session::Verdict::UNSAT) session_->check_proof();
   std::string text = "unknown";
   if (verdict == Session::Verdict::SAT) text = "sat";
   if (verdict == Session::Verdict::UNSAT) text = "unsat";
