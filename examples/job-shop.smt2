@@ -2,8 +2,8 @@
 ;
 ; Three orders go through a lathe and then through the paint shop; s-l-1 is when order 1
 ; starts on the lathe, s-p-1 when it starts to be painted. Turning takes 4, 3 and 5 hours,
-; painting 2, 4 and 3. The lathe works in the sequence 2, 1, 3,
-; the paint shop from light to dark: 3, 1, 2. All is to be ready 20 hours into the shift.
+; painting 2, 4 and 3. The lathe works in the sequence 2, 1, 3, the paint shop from light to
+; dark: 3, 1, 2. All is to be ready 20 hours into the shift.
 ;
 ; Each shop's plan is feasible by itself. Interpolants between the lathe and the rest, in
 ; both directions: what the lathe forces on the paint shop (no painting of order 3 before

@@ -4,8 +4,8 @@
 ;
 ; The data sheet promises an output of at most 1.01 in size. From y[0] = 0, four samples
 ; do not exceed it; the hope is for a bound that no number of samples exceeds. The
-; interpolants are bounds on the output after each sample, and each is what the remaining
-; samples need: the weaker, the closer to an invariant.
+; interpolants are bounds on the output after each sample. All are y <= 1.01: the promise is
+; an invariant of the filter, from above, however long it runs.
 (set-logic QF_LRA)
 (set-option :produce-interpolants true)
 (define-fun largest-input () Real 1.0)

@@ -364,8 +364,8 @@ Interpolants Session::interpolants(const InterpolationQuery& query) {
   const ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
   if (query.mode == Mode::DUAL && !resolved.grouping->is_sequence()) {
     throw SessionError(
-        "dual mode is for sequences: in a tree the interpolants of siblings would not imply "
-        "their parent's");
+        "dual mode is for sequences: in a tree the interpolants of siblings would "
+        "not imply their parent's");
   }
   Interpolants answer = impl_->interpolation.interpolants(
       impl_->proof.get(), resolved.grouping, query.mode, query.raw);

@@ -290,6 +290,40 @@ TEST(Solver, PushAndPopLeaveNothingBehind) {
   }
 }
 
+TEST(Solver, TheShortcutSparesPivots) {
+  std::uint64_t pivots[2] = {0, 0};
+  for (unsigned seed = 0; seed < 20; ++seed) {
+    Generator random(seed);
+    Problem p;
+    std::vector<int> ids;
+    for (int i = 0; i < 50; ++i)
+      ids.push_back(random.constraint(p, {"", 16, 0, 12, 99, 1, {1}, false}));
+    for (const Method method : {Method::SIMPLEX, Method::EXACT}) {
+      Solver solver(p.mapper, p.limits);
+      solver.set_method(method);
+      for (const int id : ids)
+        solver.assert_constraint(id);
+      solver.check();
+      pivots[method == Method::EXACT ? 1 : 0] += solver.statistics().pivots;
+    }
+  }
+  EXPECT_LT(pivots[0], pivots[1] / 3);
+}
+
+TEST(Farkas, EqualLeavesAreAddedUpAndMultipliersMadeCoprime) {
+  Problem p;
+  const int low = p.constraint({{"x", 3}}, LinearTerm::EQ, QNumber(1));
+  const int high = p.constraint({{"x", 6}}, LinearTerm::GEQ, QNumber(4));
+  const QNumber third = QNumber(1) / QNumber(3);
+  const proof::ProofRef proof =
+      farkas_proof(p.mapper, {{low, -1, third}, {high, 0, third}, {low, -1, third}});
+  expect_refutation(p.mapper, proof.get(), {low, high});
+  const auto leaves = leaves_of(proof.get());
+  ASSERT_EQ(leaves.size(), 2U);
+  EXPECT_EQ(leaves[0].second, QNumber(2));
+  EXPECT_EQ(leaves[1].second, QNumber(1));
+}
+
 TEST(Solver, ConstraintsWithoutVariables) {
   for (int relation = LinearTerm::LT; relation <= LinearTerm::GT; ++relation) {
     for (const long c : {-1L, 0L, 1L}) {
