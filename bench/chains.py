@@ -16,22 +16,28 @@ import tempfile
 import measure
 
 
-def write_chain(stream, literals, alternating, simplex):
+def edges(literals, alternating):
+    """Side and text of each literal of the cycle."""
     rng = random.Random(literals)
-    sides = ([], [])
     total = 0
     for i in range(literals):
         weight = rng.randint(-50, 50) if i < literals - 1 else -1 - total
         total += weight
         number = f"(- {-weight})" if weight < 0 else str(weight)
         side = i // 10 % 2 if alternating else int(2 * i >= literals)
-        sides[side].append(f"(<= (- x{i} x{(i + 1) % literals}) {number})")
-    if simplex:
-        sides[0].append("(<= (+ x0 (* 2 x1) (* 3 x2)) 1000000)")
+        yield side, f"(<= (- x{i} x{(i + 1) % literals}) {number})\n"
+
+
+def write_chain(stream, literals, alternating, simplex):
+    """Literal by literal: what this process holds would count as the tool's peak."""
     stream.write(f"(set-logic {'QF_LRA' if simplex else 'QF_RDL'})\n")
     stream.writelines(f"(declare-fun x{i} () Real)\n" for i in range(literals))
-    for name, literals_of in zip("AB", sides):
-        stream.write("(assert (! (and\n" + "\n".join(literals_of) + f") :named {name}))\n")
+    for wanted, name in enumerate("AB"):
+        stream.write("(assert (! (and\n")
+        stream.writelines(text for side, text in edges(literals, alternating) if side == wanted)
+        if simplex:
+            stream.write("(<= (+ x0 (* 2 x1) (* 3 x2)) 1000000)\n")
+        stream.write(f") :named {name}))\n")
     stream.write("(check-sat)\n(get-interpolants A B)\n")
 
 
