@@ -5,10 +5,10 @@ function(run)
 endfunction()
 
 file(REMOVE_RECURSE ${WORK})
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/root)
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/installed)
 run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/client -G Ninja
-  -DCMAKE_PREFIX_PATH=${WORK}/root -DCMAKE_CXX_COMPILER=${COMPILER}
+  -DCMAKE_PREFIX_PATH=${WORK}/installed -DCMAKE_CXX_COMPILER=${COMPILER}
   "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_BUILD_TYPE=Debug)
 run(${CMAKE_COMMAND} --build ${WORK}/client)
 run(${WORK}/client/client)
-run(${WORK}/root/bin/opal --version)
+run(${WORK}/installed/bin/opal --version)
