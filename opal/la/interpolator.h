@@ -85,6 +85,13 @@ class Interpolator {
   /// not do it: whoever destroys an object whose last request threw calls it before.
   void clear_cache();
 
+  /// How many combinations of values of cuts were looked at while interpolants were built,
+  /// and how many of them gave a disjunct. Both count from construction on.
+  [[nodiscard]] std::uint64_t combinations_visited() const { return combinations_visited_; }
+  [[nodiscard]] std::uint64_t combinations_survived() const {
+    return combinations_survived_;
+  }
+
  protected:
   // What follows is for the operations of the engine and for tests, which derive a class
   // to reach it.
@@ -100,11 +107,39 @@ class Interpolator {
 
   /// What the shared part of a cut's constraint must satisfy for the cut to take a value.
   struct LaZModEqPattern {
+    LaZModEqPattern(const Term_* term, const Symbol* symbol, QNumber coeff_gcd,
+                    QNumber neg_const, QNumber scale)
+        : term_(term),
+          symbol_(symbol),
+          coeff_gcd_(std::move(coeff_gcd)),
+          neg_const_(std::move(neg_const)),
+          scale_(std::move(scale)) {}
+
     const Term_* term_;     // the shared part as a linear term, or the numeral 0
     const Symbol* symbol_;  // a congruence, or equality when every variable is shared
     QNumber coeff_gcd_;     // common divisor of all coefficients
     QNumber neg_const_;     // minus the constant
     QNumber scale_;         // the factor that made the coefficients integers
+  };
+
+  /// A linear term with coprime integer coefficients, and the factor that made it so.
+  using LaZLeqPattern = std::pair<const Term_*, QNumber>;
+  /// For each cut in a sum: its variable, the variable's coefficient, its current value.
+  using LaZCutValues = std::vector<std::pair<int, std::pair<QNumber, QNumber>>>;
+
+  /// The shared part of a constraint as a term (null when there is none), with the common
+  /// divisors of the coefficients of the other variables, and of all variables.
+  struct SharedPart {
+    const Term_* term = nullptr;
+    QNumber local_gcd;
+    QNumber gcd;
+  };
+
+  /// The constraint that a cut rounds, and what each side contributes to it.
+  struct CutSums {
+    Equation* all;
+    Equation* of_A;
+    Equation* of_B;
   };
 
   class LongList;  // long_list.h
@@ -131,6 +166,8 @@ class Interpolator {
   std::vector<Equation*> side_constraints_;  // premise of the final interpolant
   hsh::HashMap<int, TheoryLit> bb_lits_;     // literals of branches by constraint id
   bool in_laz_bb_;  // the request's root is a branch-and-bound proof
+  std::uint64_t combinations_visited_ = 0;   // of values of cuts, since construction
+  std::uint64_t combinations_survived_ = 0;  // those that gave a disjunct
 
   // --- interpolator.cpp: caches and look-ups
 
@@ -159,6 +196,8 @@ class Interpolator {
 
   /// The interpolant of a proof that is no branch-and-bound tree, for classifier_.
   [[nodiscard]] const Term_* do_get_interpolant(proof::Proof* proof);
+  /// The interpolant of a lemma or of an equality sub-proof; null for any other proof.
+  [[nodiscard]] const Term_* root_only_interpolant(proof::Proof* proof);
   /// Handles every node of the proof, premises first.
   void walk(proof::Proof* proof, TermSet& vars);
   /// The term of a walked proof, by the list of its root or of the cases of a disequality.
@@ -218,6 +257,85 @@ class Interpolator {
   [[nodiscard]] const Term_* build_leq_term(const Equation* e, bool as_atom);
   /// The interpolant of the list of a proof's root.
   [[nodiscard]] const Term_* build_term_from_eq_list(CoeffList& list);
+
+  // --- tightening.cpp: cuts by values
+
+  /// Like the handlers of farkas_rules.cpp. A cut of both sides leaves its variable in the
+  /// list, with its bound and A's part in tight_vars_, or a side constraint.
+  void handle_tightproof(laz::LaZTighteningProof* p, TermSet& vars);
+  /// Refuses a cut without conclusion, or with fewer multipliers than premises.
+  void check_cut(const laz::LaZTighteningProof& p);
+  /// Adds a premise's constraint, in the direction that serves the conclusion, to the sum
+  /// of all, and to `side` when there is one.
+  void add_premise(const laz::LaZTighteningProof& p, std::size_t i, Equation* all,
+                   Equation* side);
+  /// target += q * e, for a target in owned_eqs_.
+  void add_multiple(Equation* target, QNumber q, Equation* e);
+  /// True when each variable may belong to either side.
+  [[nodiscard]] bool is_shared(const Equation& e);
+
+  // --- floor_tightening.cpp: cuts by floor terms
+
+  void handle_tightproof_floor(laz::LaZTighteningProof* p, TermSet& vars);
+  /// True for a constraint that A may own; an error, with the text given, for a null
+  /// literal, and for an atom of neither side.
+  [[nodiscard]] bool may_be_of_A(TheoryLit lit, const char* unknown);
+  /// e / g with whatever part of it is not integral under one floor term.
+  [[nodiscard]] Equation round_shared_part(const Equation& e, const QNumber& g);
+  /// The variable that stands for the floor of a sum of multiples of terms; a null term
+  /// stands for 1.
+  [[nodiscard]] int floor_variable(
+      const std::vector<std::pair<QNumber, const Term_*>>& summands);
+
+  // --- modular_patterns.cpp: what variables of one side leave behind
+
+  /// Makes the coefficients coprime integers, in place.
+  [[nodiscard]] LaZLeqPattern build_laz_leq_pattern(Equation* e);
+  /// What the shared part of a cut's constraint must satisfy; makes its coefficients
+  /// integers, in place.
+  [[nodiscard]] LaZModEqPattern build_laz_mod_eq_pattern(Equation* e);
+  /// What the shared part of e must satisfy so that e = 0 has an integer solution in the
+  /// other variables.
+  [[nodiscard]] const Term_* build_laz_mod_eq_term(Equation* e);
+  [[nodiscard]] SharedPart split_off_shared_part(const Equation& e);
+
+  // --- cut_values.cpp: all values of the cuts in a sum
+
+  /// The interpolant `sum >= 0` without the variables of cuts in it.
+  [[nodiscard]] const Term_* build_term_without_cuts(const Equation& sum);
+  /// The disjunct of the current values, or null when they are impossible; `strict` makes
+  /// its inequality so.
+  [[nodiscard]] const Term_* build_laz_tight_subterm(
+      const LaZLeqPattern& leq, const std::vector<LaZModEqPattern>& patterns,
+      const LaZCutValues& values, bool strict = false);
+  /// Steps to the next values, the last fastest; false when all are back at 0.
+  bool get_laz_next_tvar_values(LaZCutValues& values);
+  /// Skips all values that agree with the current ones up to a place.
+  void skip_laz_tvar_values(LaZCutValues& values, std::size_t place);
+  /// The first place where a value is impossible, whatever the others are; or the size.
+  [[nodiscard]] std::size_t first_impossible_value(
+      const std::vector<LaZModEqPattern>& patterns, const LaZCutValues& values);
+  [[nodiscard]] bool is_possible(const LaZModEqPattern& pattern, const QNumber& value);
+  [[nodiscard]] const QNumber& bound_of(int tight_var);
+
+  // --- branch_and_bound.cpp: branches on integer terms
+
+  /// The interpolant of a tree of branches; ends the request's use of bb_lits_.
+  [[nodiscard]] const Term_* do_get_laz_bb_interpolant(laz::LaZInternalBBProof* root);
+  /// Joins the interpolants of the branches by the colour of the branch's atoms.
+  [[nodiscard]] const Term_* join_branches(const laz::LaZInternalBBProof& node,
+                                           const Term_* left, const Term_* right);
+  /// Makes the literal of a branch's constraint that of its id.
+  void map_laz_bb_tlit(int id, const LinearTerm& lt);
+  [[nodiscard]] const Term_* get_interpolant_from_laz_bb_lemma(laz::LaZBBLemma* lemma);
+
+  // --- equality_subproof.cpp: equalities without integer solution
+
+  [[nodiscard]] const Term_* get_interpolant_from_laz_eqproof(laz::LaZEqSubProof* p);
+
+  // --- split_lemma.cpp: equality or one of two inequalities
+
+  [[nodiscard]] const Term_* get_interpolant_from_split_lemma(LaEqSplitLemma* lemma);
 };
 
 }  // namespace opal::la

@@ -18,6 +18,9 @@
 // ask for it: when the only parent of a node is done, the node's list is deleted, so a
 // chain of n steps holds few lists at a time.
 //
+// Lemmas, and equalities without integer solution, are proofs by themselves and are not
+// walked. A tree of branches is walked leaf by leaf.
+//
 // Cost: each node is handled once and looked at at most once for each parent and premise.
 
 #include <cassert>
@@ -57,18 +60,33 @@ const Term_* Interpolator::get_interpolant(itp::TheoryAtomClassifier* classifier
     flipped = std::make_unique<itp::TheoryAtomClassifier>(classifier->flip());
     classifier_ = flipped.get();
   }
-  in_laz_bb_ = as<laz::LaZInternalBBProof>(proof) != nullptr;
-  const Term_* const result = do_get_interpolant(proof);
+  auto* const tree = as<laz::LaZInternalBBProof>(proof);
+  in_laz_bb_ = tree != nullptr;
+  const Term_* const result =
+      tree != nullptr ? do_get_laz_bb_interpolant(tree) : do_get_interpolant(proof);
   return mode_ == MODE_DUAL ? mgr_->make_not(result) : result;
 }
 
 const Term_* Interpolator::do_get_interpolant(proof::Proof* proof) {
   TermSet vars;
   clear_cache();
-  walk(proof, vars);
-  const Term_* const result = under_side_constraints(root_term(proof));
+  const Term_* result = root_only_interpolant(proof);
+  if (result == nullptr) {
+    walk(proof, vars);
+    result = under_side_constraints(root_term(proof));
+  }
   clear_cache();
   return result;
+}
+
+const Term_* Interpolator::root_only_interpolant(proof::Proof* proof) {
+  if (auto* split = as<LaEqSplitLemma>(proof))
+    return get_interpolant_from_split_lemma(split);
+  if (auto* equalities = as<laz::LaZEqSubProof>(proof))
+    return get_interpolant_from_laz_eqproof(equalities);
+  if (auto* branch = as<laz::LaZBBLemma>(proof))
+    return get_interpolant_from_laz_bb_lemma(branch);
+  return nullptr;
 }
 
 void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
@@ -94,8 +112,13 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
       handle_neq(neq, vars);
     } else if (auto* fake = as<LaFakeHyp>(p)) {
       handle_fakehyp(fake, vars);
+    } else if (auto* cut = as<laz::LaZTighteningProof>(p)) {
+      if (floor_tightening_)
+        handle_tightproof_floor(cut, vars);
+      else
+        handle_tightproof(cut, vars);
     } else {
-      // A null node, or a rule of integer or split proofs where it cannot stand.
+      // A null node, or a rule where it cannot stand.
       throw_unrecognized();
     }
   }

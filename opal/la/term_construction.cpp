@@ -2,7 +2,9 @@
 //
 // In the summing modes the interpolant is one inequality, the weighted sum of the root's
 // list; in MODE_CONJ it is the conjunction of the list's inequalities. Each follows from
-// A; together with B's part of the root's sum, both give the contradiction.
+// A; together with B's part of the root's sum, both give the contradiction. When cuts left
+// variables of their own in the list, it is summed in every mode, and the variables are
+// replaced by their values (cut_values.cpp).
 //
 // A constraint 5 - x - 2y >= 0 is built as 0 <= (-1*x + -2*y) + 5, variables in the order
 // of their ids, with nothing simplified; a strict constraint x - 3 - delta >= 0 as
@@ -53,6 +55,7 @@ const Term_* Interpolator::build_term_from_eq_list(CoeffList& list) {
   }
   CoeffList sum = list;
   fold(sum);
+  if (!tight_vars_.empty()) return build_term_without_cuts(*sum.front().second);
   return build_leq_term(sum.front().second, true);
 }
 
