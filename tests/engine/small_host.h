@@ -4,6 +4,9 @@
 // A host just large enough to put every question to the engine: terms that print
 // themselves, constraints given as rows, and colours given atom by atom.
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <memory>
@@ -54,6 +57,9 @@ class Terms : public TermManager {
     }
     return term;
   }
+  /// Sums are built whatever the flag is, as in the integer rules that leave it alone.
+  bool any_flag = false;
+
   static const NamedSymbol& top(const Term_* t) {
     return static_cast<const NamedSymbol&>(*t->symbol());
   }
@@ -73,7 +79,8 @@ class Terms : public TermManager {
     return t;
   }
   const Term_* make_plus(const Term_* a, const Term_* b) override {
-    if (building_flag() != 0) throw std::logic_error("a sum with simplification allowed");
+    if (building_flag() != 0 && !any_flag)
+      throw std::logic_error("a sum with simplification allowed");
     return make("+", {a, b});
   }
   const Term_* make_times(const Term_* a, const Term_* b) override {
@@ -100,11 +107,20 @@ class Terms : public TermManager {
   const Term_* make_term(const Symbol* s, const Args& args) override {
     return make(static_cast<const NamedSymbol*>(s)->name, args);
   }
-  const Symbol* make_equality_symbol(const Type*) override { return nullptr; }
-  const Symbol* make_int_modular_congruence_symbol(const QNumber&) override {
-    return nullptr;
+  const Symbol* make_equality_symbol(const Type*) override {
+    return &symbols_.emplace_back(2, "=", true);
   }
-  bool is_int_modular_congruence(const Symbol*, QNumber*) const override { return false; }
+  const Symbol* make_int_modular_congruence_symbol(const QNumber& m) override {
+    NamedSymbol& symbol = symbols_.emplace_back(2, "mod" + m.to_str(), true);
+    symbol.value = m;
+    return &symbol;
+  }
+  bool is_int_modular_congruence(const Symbol* s, QNumber* m) const override {
+    const auto* symbol = static_cast<const NamedSymbol*>(s);
+    if (symbol->name.rfind("mod", 0) != 0) return false;
+    if (m != nullptr) *m = symbol->value;
+    return true;
+  }
   bool is_interpreted(const Symbol* s) const override {
     return static_cast<const NamedSymbol*>(s)->interpreted;
   }
@@ -134,6 +150,9 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
 
   explicit Mapper(Terms& terms) : terms_(terms) {}
 
+  /// The first id of a variable that is defined by a term; 0 defines none.
+  int first_definition = 0;
+
   /// The id of the constraint row <kind> c, whose atom has the given colour.
   int add(int kind, const Row& row, const QNumber& c, Status colour) {
     const int id = static_cast<int>(constraints_.size());
@@ -151,6 +170,18 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
     ids_[atom] = id;
     return id;
   }
+  /// The id of a branch x <= c or x >= c, whose atom is the one that the engine builds.
+  int add_branch(int kind, int var, const QNumber& c, Status colour) {
+    const Term_* const sum = terms_.make_plus(
+        terms_.make_number(0), terms_.make_times(terms_.make_number(1), var_term(var)));
+    const Term_* const bound = terms_.make_number(c);
+    enter_atom(kind == la::LinearTerm::LEQ ? terms_.make_leq(sum, bound)
+                                           : terms_.make_leq(bound, sum),
+               colour);
+    return add(kind, {{var, 1}}, c, Status::UNKNOWN);
+  }
+  /// Terms are coloured by their variables from now on, else they are B's.
+  void set_variable_colour(int var, Status s) { variable_colours_[var_term(var)] = s; }
   /// The constraint of the negation of a constraint's literal.
   void set_negation(int id, int negation) { negations_[id] = negation; }
   const Term_* atom(int id) { return constraints_.at(static_cast<std::size_t>(id)).second; }
@@ -179,14 +210,40 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
   }
   int term_var(const Term_*, bool) override { return 0; }
   int atom_constraint(const Term_*) override { return ZERO; }
-  int term_def_var(const Term_*) override { return 0; }
+  int term_def_var(const Term_* t) override {
+    if (first_definition == 0) return 0;
+    var_term(first_definition);
+    auto found = std::find(variables_.begin() + first_definition, variables_.end(), t);
+    if (found == variables_.end())
+      found = std::find(variables_.begin() + first_definition, variables_.end(), nullptr);
+    if (found == variables_.end()) throw std::logic_error("too many definitions");
+    *found = t;
+    return static_cast<int>(found - variables_.begin());
+  }
   int delta_var() override { return DELTA; }
   int zero_constraint() override { return ZERO; }
 
   Status atom_colour(const Term_* atom) const override {
     return atom->id() < colours_.size() ? colours_[atom->id()] : Status::UNKNOWN;
   }
-  Status term_colour(const Term_*) const override { return Status::B_LOCAL; }
+  Status term_colour(const Term_* t) const override {
+    if (variable_colours_.empty()) return Status::B_LOCAL;
+    const Status entered = atom_colour(t);
+    if (entered != Status::UNKNOWN) return entered;
+    if (!Terms::top(t).interpreted) {
+      const auto it = variable_colours_.find(t);
+      return it == variable_colours_.end() ? Status::UNKNOWN : it->second;
+    }
+    Status s = Status::SHARED;
+    for (const Term_* a : *t) {
+      const Status of_a = term_colour(a);
+      if (s == Status::SHARED || of_a == Status::UNKNOWN)
+        s = of_a;
+      else if (of_a != Status::SHARED && of_a != s)
+        s = Status::AB_MIXED;
+    }
+    return s;
+  }
   void enter_atom(const Term_* atom, Status colour) override {
     if (atom->id() >= colours_.size()) colours_.resize(2 * atom->id(), Status::UNKNOWN);
     colours_[atom->id()] = colour;
@@ -198,6 +255,7 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
   std::vector<Status> colours_;  // by the atom's id
   std::unordered_map<const Term_*, int> ids_;
   std::unordered_map<int, int> negations_;
+  std::unordered_map<const Term_*, Status> variable_colours_;
   std::vector<const Term_*> variables_;
 };
 
@@ -210,13 +268,17 @@ struct Host {
 
 /// The engine with its operations and caches in the open.
 struct Probe : la::Interpolator {
-  explicit Probe(Host& host, Mode mode = MODE_SUM)
-      : Interpolator(&host.terms, nullptr, host.mapper.get(), mode, false) {
+  explicit Probe(Host& host, Mode mode = MODE_SUM, bool floor_cuts = false)
+      : Interpolator(&host.terms, nullptr, host.mapper.get(), mode, floor_cuts) {
     classifier_ = &host.classifier;
   }
   ~Probe() { clear_cache(); }
   using Interpolator::bb_lits_;
   using Interpolator::build_equation;
+  using Interpolator::build_laz_leq_pattern;
+  using Interpolator::build_laz_mod_eq_pattern;
+  using Interpolator::build_laz_mod_eq_term;
+  using Interpolator::build_laz_tight_subterm;
   using Interpolator::build_leq_term;
   using Interpolator::build_term_from_eq_list;
   using Interpolator::collect_vars;
@@ -224,16 +286,22 @@ struct Probe : la::Interpolator {
   using Interpolator::find_in_cache;
   using Interpolator::get_as_rhs;
   using Interpolator::get_comb;
+  using Interpolator::get_laz_next_tvar_values;
   using Interpolator::get_zero;
   using Interpolator::handle_comb;
   using Interpolator::handle_hyp;
+  using Interpolator::handle_tightproof;
+  using Interpolator::handle_tightproof_floor;
   using Interpolator::in_laz_bb_;
+  using Interpolator::LaZCutValues;
+  using Interpolator::LaZModEqPattern;
   using Interpolator::own;
   using Interpolator::owned_eqs_;
   using Interpolator::proof_cache_;
   using Interpolator::side_constraints_;
   using Interpolator::store_in_cache;
   using Interpolator::TermSet;
+  using Interpolator::tight_vars_;
   using Interpolator::to_lit;
   using Interpolator::to_visit_;
   using Interpolator::zero_proof_;
@@ -244,6 +312,42 @@ inline proof::Proof* comb(const QNumber* c1, proof::Proof* p1, const QNumber* c2
                           proof::Proof* p2) {
   auto copy = [](const QNumber* q) { return q == nullptr ? nullptr : new QNumber(*q); };
   return new la::LaComb(copy(c1), p1, copy(c2), p2, 0, 0, 0);
+}
+
+/// The value of a linear term, and of a formula as 0 or 1, under the values of variables,
+/// to which those of sub-terms are added. Foreign variables and symbols are failures.
+inline QNumber evaluate(const Term_* t, std::unordered_map<const Term_*, QNumber>& values) {
+  const auto known = values.find(t);
+  if (known != values.end()) return known->second;
+  const NamedSymbol& top = Terms::top(t);
+  if (top.is_number) return top.value;
+  if (t->num_args() == 0) {
+    if (!top.interpreted) ADD_FAILURE() << "foreign variable " << top.name;
+    return top.name == "true" ? 1 : 0;
+  }
+  const QNumber a = evaluate(t->arg(0), values);
+  const QNumber b = t->num_args() == 2 ? evaluate(t->arg(1), values) : QNumber();
+  QNumber result;
+  if (top.name == "+") {
+    result = a + b;
+  } else if (top.name == "*" || top.name == "and") {
+    result = a * b;
+  } else if (top.name == "not") {
+    result = a.is_zero() ? 1 : 0;
+  } else if (top.name == "or") {
+    result = a.is_zero() && b.is_zero() ? 0 : 1;
+  } else if (top.name == "<=") {
+    result = a <= b ? 1 : 0;
+  } else if (top.name == "=") {
+    result = a == b ? 1 : 0;
+  } else if (top.name == "floor") {
+    result = a.floor();
+  } else if (top.name.rfind("mod", 0) == 0) {
+    result = ((a - b) / QNumber::from_decimal(top.name.substr(3))).is_integer() ? 1 : 0;
+  } else {
+    ADD_FAILURE() << "unexpected " << top.name;
+  }
+  return values[t] = result;
 }
 
 }  // namespace opal::small

@@ -18,22 +18,6 @@ using Point = std::map<int, QNumber>;
 
 constexpr int SHARED = 2, LOCAL_A = 6, LOCAL_B = 10, END = 14;  // variables in fours
 
-// The value of a linear term, and of a formula as 0 or 1. Reports foreign variables.
-QNumber evaluate(const Term_* t, const std::map<const Term_*, QNumber>& values) {
-  const NamedSymbol& top = Terms::top(t);
-  if (top.is_number) return top.value;
-  if (!top.interpreted) return values.at(t);
-  if (t->num_args() == 0) return top.name == "true" ? 1 : 0;
-  const QNumber a = evaluate(t->arg(0), values);
-  if (top.name == "not") return a.is_zero() ? 1 : 0;
-  const QNumber b = evaluate(t->arg(1), values);
-  if (top.name == "+") return a + b;
-  if (top.name == "*" || top.name == "and") return a * b;
-  if (top.name == "<=") return a <= b ? 1 : 0;
-  ADD_FAILURE() << "unexpected " << top.name;
-  return 0;
-}
-
 // Rows r >= 0 (or > 0) of A and of B with positive multipliers, whose weighted sum is
 // negative. All of A's rows hold at point_a; all of B's but the last at point_b, and that
 // one too when `last_is_A`, since then A's last row is the one that makes up the sum.
@@ -89,7 +73,7 @@ class FarkasProblem {
 
   /// Whether the interpolant holds at the point of the side without the last row.
   bool holds(const Term_* interpolant) {
-    std::map<const Term_*, QNumber> values;
+    std::unordered_map<const Term_*, QNumber> values;
     for (int v = SHARED; v < LOCAL_A; ++v)
       values[host.mapper->var_term(v)] = point_[v];
     return !evaluate(interpolant, values).is_zero();
@@ -174,7 +158,7 @@ TEST(FarkasProofs, ALongListIsHandedUpAlongAChain) {
   for (; t->num_args() == 2; t = t->arg(0))
     found.insert(Terms::text(t->arg(1)));
   EXPECT_EQ(found, expected);
-  std::map<const Term_*, QNumber> values;
+  std::unordered_map<const Term_*, QNumber> values;
   for (int v = 2; v <= n + 2; ++v)
     values[host.mapper->var_term(v)] = v / 10 % 2 == 0;
   const Term_* const one = sum.get_interpolant(&host.classifier, proof.get());
