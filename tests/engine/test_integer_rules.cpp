@@ -19,7 +19,7 @@ using laz::LaZTighteningProof;
 using proof::Proof;
 using proof::ProofRef;
 
-constexpr int LT = 0, LEQ = 1, EQ = 2, NEQ = 3, GEQ = 4, GT = 5;
+constexpr int LEQ = 1, EQ = 2, NEQ = 3, GEQ = 4;
 constexpr auto A = Status::A_LOCAL, B = Status::B_LOCAL, AB = Status::SHARED,
                MIXED = Status::AB_MIXED, UNKNOWN = Status::UNKNOWN;
 
@@ -385,7 +385,7 @@ TEST(Branches, AreJoinedByTheColoursOfTheirAtoms) {
   }
 }
 
-// A tree of 2^40 paths has 41 nodes; branch literals reach the leaves, and go afterwards.
+// 2^40 paths, and 50000 levels; branch literals reach the leaves, and go afterwards.
 TEST(Branches, SharedNodesAreHandledOnceAndLiteralsForgotten) {
   IntegerHost host;
   const int l = host.mapper->add_branch(LEQ, 4, 0, A);
@@ -395,6 +395,8 @@ TEST(Branches, SharedNodesAreHandledOnceAndLiteralsForgotten) {
   Proof* tree = host.hyp(l);
   for (int i = 0; i < 40; ++i)
     tree = host.branches(tree, Proof::retain(tree), l, r);
+  for (int i = 0; i < 50000; ++i)
+    tree = host.branches(tree, host.hyp(r), l, r);
   const ProofRef root(tree);
   Probe probe(host);
   (void)probe.get_interpolant(&host.classifier, root.get());
@@ -566,9 +568,8 @@ TEST(IntegerRules, BrokenProofsAreRefusedWithTheirMessages) {
   }
 }
 
-// What would be a plain sum without cuts: A: x4 = 2 x2, B: x4 = 2 x6 + 1, both as pairs of
-// inequalities. A's parts of the cuts add up to 0 >= 0, which is no interpolant: it is
-// true. So is the answer without the conditions of the values.
+// A: x4 = 2 x2, B: x4 = 2 x6 + 1, both as pairs of inequalities. Without what the cuts
+// round, A's parts add up to 0 >= 0: the wrong answer `true`, where B holds at x4 = 1.
 TEST(IntegerRules, ACutOfBothSidesIsNoSum) {
   IntegerHost host;
   const int a1 = host.add(GEQ, {{4, 1}, {2, -2}}, 0, A);
@@ -579,6 +580,10 @@ TEST(IntegerRules, ACutOfBothSidesIsNoSum) {
     return host.sum(
         {{1, host.cut({b1, a1}, {1}, 2)}, {1, host.cut({b2, a2}, {1}, 2, 101)}});
   };
+  EXPECT_EQ(
+      host.interpolant(host.sum(
+          {{1, host.hyp(a1)}, {1, host.hyp(a2)}, {1, host.hyp(b1)}, {1, host.hyp(b2)}})),
+      "true");
   for (const bool floor_cuts : {false, true}) {
     const ProofRef root(proof());
     Probe probe(host, Probe::MODE_SUM, floor_cuts);
