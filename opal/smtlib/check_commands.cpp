@@ -6,7 +6,6 @@
 
 namespace opal::smtlib {
 
-using host::Kind;
 using host::Session;
 using host::Sort;
 using host::Terms;

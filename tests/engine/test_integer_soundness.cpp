@@ -41,7 +41,8 @@ void run(unsigned first, unsigned count, bool mixed, Figures& figures) {
 // Most problems must have points on both sides, or the check says little.
 TEST(IntegerSoundness, InterpolantsHoldWhereAHoldsAndFailWhereBHolds) {
   const char* const scale = std::getenv("OPAL_RANDOM_SCALE");
-  const unsigned times = scale == nullptr ? 1 : static_cast<unsigned>(std::atoi(scale));
+  const int factor = scale == nullptr ? 1 : std::atoi(scale);
+  const unsigned times = factor < 1 ? 1 : static_cast<unsigned>(factor);
   for (const bool mixed : {false, true}) {
     Figures f;
     const unsigned count = (mixed ? 120 : 300) * times;
