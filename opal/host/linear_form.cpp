@@ -15,7 +15,7 @@
 //     weight w of a + b      =>  w to a, w to b
 //     weight w of c * t      =>  c*w to t              (c a constant)
 //     weight w of to_real t  =>  w to t
-//     weight w of x          =>  w*x
+//     weight w of x          =>  w*x                   (x a variable or a floor)
 //     weight w of a number q =>  w*q
 //
 // Small terms are walked as trees, which needs no tables. Others are walked as DAGs from
@@ -38,7 +38,8 @@ struct Weighted {
 }
 
 bool is_variable(const Term_* t) {
-  return Terms::kind_of(t) == Kind::VARIABLE && Terms::sort_of(t) != Sort::BOOL;
+  const Kind kind = Terms::kind_of(t);
+  return (kind == Kind::VARIABLE && Terms::sort_of(t) != Sort::BOOL) || kind == Kind::FLOOR;
 }
 
 // Sorts the summands and adds up those of one variable.
@@ -120,7 +121,7 @@ LinearForm sum_of_dags(const std::vector<Weighted>& roots) {
   terms.reserve(roots.size());
   for (const Weighted& root : roots)
     terms.push_back(root.term);
-  const SubTerms order(terms);
+  const SubTerms order(terms, SubTerms::Floors::ATOMIC);
   const Constants constants = constant_values(order);
   std::vector<QNumber> weights(order.size());
   for (const Weighted& root : roots)

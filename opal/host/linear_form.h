@@ -11,7 +11,8 @@
 
 namespace opal::host {
 
-/// A sum of coefficient * variable, plus a constant.
+/// A sum of coefficient * variable, plus a constant; a variable is a variable term or a
+/// floor term.
 ///
 /// Invariant (is_normal): the summands are strictly ascending by the id of their variable,
 /// and no coefficient is zero.
@@ -34,8 +35,9 @@ class NotLinear : public std::runtime_error {
 };
 
 /// The linear form of an arithmetic term: numerals, variables, sums, products with one
-/// constant factor, to_real. Iterative; a term that is a large DAG with shared parts takes
-/// time linear in the number of its nodes, not of its tree.
+/// constant factor, to_real. A floor term counts as a variable, whatever is inside of it.
+/// Iterative; a term that is a large DAG with shared parts takes time linear in the number
+/// of its nodes, not of its tree.
 /// Throws NotLinear for a product of two non-constant terms and for other terms.
 LinearForm linear_form(const Term_* t);
 

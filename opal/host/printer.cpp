@@ -1,142 +1,22 @@
 #include "opal/host/printer.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstdint>
 #include <ostream>
 #include <unordered_map>
 #include <utility>
 
+#include "opal/host/printer_shapes.h"
+
 namespace opal::host {
 
 namespace {
 
-// What stands at a place, which decides how numerals and Int terms are written there.
-enum class Place : std::uint8_t { FORMULA, INTEGER, REAL };
-
-struct Node {
-  const Term_* term;
-  Place place;
-
-  [[nodiscard]] std::uint64_t key() const {
-    return term->id() * 4 + static_cast<std::uint64_t>(place);
-  }
-};
-
-bool is_comparison(Kind kind) {
-  return kind == Kind::LEQ || kind == Kind::LT || kind == Kind::EQ || kind == Kind::NEQ;
-}
-
-// The place of both sides of a comparison; `real` decides between numerals.
-Place comparison_place(const Term_* t, bool real) {
-  bool numerals = true;
-  for (const Term_* side : *t) {
-    if (Terms::sort_of(side) == Sort::BOOL) return Place::FORMULA;
-    if (Terms::sort_of(side) == Sort::REAL) return Place::REAL;
-    numerals = numerals && Terms::is_numeral(side);
-  }
-  return numerals && real ? Place::REAL : Place::INTEGER;
-}
-
-// The term u and number L > 1 when `t` is the floor of u/L over an Int u.
-struct IntegerDivision {
-  const Term_* dividend = nullptr;
-  QNumber divisor;
-};
-IntegerDivision integer_division(const Term_* t) {
-  assert(Terms::kind_of(t) == Kind::FLOOR);
-  const Term_* product = t->arg(0);
-  if (Terms::kind_of(product) != Kind::TIMES || !Terms::is_numeral(product->arg(0))) {
-    return {};
-  }
-  const QNumber& factor = Terms::symbol_of(product->arg(0)).value;
-  const Term_* dividend = product->arg(1);
-  if (factor.get_num() != QNumber(1) || factor.is_integer() ||
-      Terms::sort_of(dividend) != Sort::INT) {
-    return {};
-  }
-  return {dividend, factor.get_den()};
-}
-
-// How a node is written: the head, its children separated by blanks, the tail.
-struct Shape {
-  std::string head;
-  std::string tail;
-  std::vector<Node> children;
-};
-
-Shape leaf_shape(const Node& node) {
-  const TermSymbol& symbol = Terms::symbol_of(node.term);
-  switch (symbol.kind) {
-    case Kind::TRUE: return {"true", "", {}};
-    case Kind::FALSE: return {"false", "", {}};
-    case Kind::NUMERAL: {
-      const bool real = node.place == Place::REAL || !symbol.value.is_integer();
-      return {number_text(symbol.value, real ? Sort::REAL : Sort::INT), "", {}};
-    }
-    default: break;
-  }
-  assert(symbol.kind == Kind::VARIABLE);
-  if (node.place == Place::REAL && symbol.sort == Sort::INT) {
-    return {"(to_real " + symbol_text(symbol.name) + ")", "", {}};
-  }
-  return {symbol_text(symbol.name), "", {}};
-}
-
-Shape floor_shape(const Node& node) {
-  const IntegerDivision division = integer_division(node.term);
-  Shape shape;
-  if (division.dividend != nullptr) {
-    const std::string divisor = number_text(division.divisor, Sort::INT);
-    shape = {"(div ", " " + divisor + ")", {{division.dividend, Place::INTEGER}}};
-  } else {
-    shape = {"(to_int ", ")", {{node.term->arg(0), Place::REAL}}};
-  }
-  if (node.place == Place::REAL) {
-    shape.head.insert(0, "(to_real ");
-    shape.tail += ")";
-  }
-  return shape;
-}
-
-// The shape of a node with all its arguments as children.
-Shape shape_of(const Node& node, bool real) {
-  const TermSymbol& symbol = Terms::symbol_of(node.term);
-  Shape shape{"", ")", {}};
-  Place place = Place::FORMULA;
-  switch (symbol.kind) {
-    case Kind::TRUE:
-    case Kind::FALSE:
-    case Kind::NUMERAL:
-    case Kind::VARIABLE: return leaf_shape(node);
-    case Kind::FLOOR: return floor_shape(node);
-    case Kind::TO_REAL: return {"(to_real ", ")", {{node.term->arg(0), Place::INTEGER}}};
-    case Kind::NOT: shape.head = "(not "; break;
-    case Kind::AND: shape.head = "(and "; break;
-    case Kind::OR: shape.head = "(or "; break;
-    case Kind::PLUS:
-    case Kind::TIMES:
-      shape.head = symbol.kind == Kind::PLUS ? "(+ " : "(* ";
-      place = node.place;
-      break;
-    case Kind::CONGRUENCE:
-      shape.head = "(= (mod (- ";
-      shape.tail = ") " + number_text(symbol.value, Sort::INT) + ") 0)";
-      place = Place::INTEGER;
-      break;
-    case Kind::LEQ: shape.head = "(<= "; break;
-    case Kind::LT: shape.head = "(< "; break;
-    case Kind::EQ: shape.head = "(= "; break;
-    case Kind::NEQ:
-      shape.head = "(not (= ";
-      shape.tail = "))";
-      break;
-  }
-  if (is_comparison(symbol.kind)) place = comparison_place(node.term, real);
-  for (const Term_* arg : *node.term)
-    shape.children.push_back({arg, place});
-  return shape;
-}
+using printing::is_integer_remainder;
+using printing::Node;
+using printing::Place;
+using printing::Shape;
+using printing::shape_of;
 
 using Names = std::unordered_map<std::uint64_t, std::string>;  // of bound nodes, by key
 
@@ -144,9 +24,11 @@ using Names = std::unordered_map<std::uint64_t, std::string>;  // of bound nodes
 void flatten_left(const Term_* t, const Names& names, std::vector<Node>& children) {
   const Kind kind = Terms::kind_of(t);
   if (kind != Kind::AND && kind != Kind::OR && kind != Kind::PLUS) return;
+  if (children.size() < 2) return;  // a remainder
   const Place place = children.front().place;
   std::vector<Node> reversed(children.rbegin(), children.rend());
   while (Terms::kind_of(reversed.back().term) == kind &&
+         !is_integer_remainder(reversed.back().term) &&
          names.count(reversed.back().key()) == 0) {
     const Term_* nested = reversed.back().term;
     reversed.back() = {nested->arg(1), place};

@@ -55,7 +55,7 @@ std::vector<TheoryLit> signed_operands(TheoryLit formula) {
   return operands;
 }
 
-// Simplifies bottom-up.
+// Simplifies bottom-up, once.
 class Simplifier {
  public:
   explicit Simplifier(Terms& terms) : terms_(terms), forms_(terms), rules_(terms, forms_) {}
@@ -67,6 +67,8 @@ class Simplifier {
       step();
     return results_.at(root.bits());
   }
+
+  [[nodiscard]] bool another_pass() const { return rules_.another_pass(); }
 
  private:
   struct Open {
@@ -115,8 +117,13 @@ class Simplifier {
 }  // namespace
 
 const Term_* simplify(Terms& terms, const Term_* formula) {
+  constexpr int MAX_PASSES = 10;
   const BuildingFlagScope exact(terms, 0);
-  return Simplifier(terms).simplify(formula);
+  for (int pass = 1;; ++pass) {
+    Simplifier simplifier(terms);
+    formula = simplifier.simplify(formula);
+    if (!simplifier.another_pass() || pass == MAX_PASSES) return formula;
+  }
 }
 
 std::size_t dag_size(const Term_* t) { return dag_size(std::vector<const Term_*>{t}); }

@@ -12,7 +12,8 @@ namespace opal::host {
 /// merged, coprime integer coefficients with positive summands on the left where possible
 /// and the constant on the right, negations pushed into the relations, duplicate and
 /// subsumed conjuncts and disjuncts dropped, two opposite inequalities made an equality,
-/// common parts factored out, true and false folded. Simplifying twice changes nothing.
+/// common parts factored out, true and false folded; congruences merged, with residues in
+/// 0 .. m-1, and floor terms as small as possible. Simplifying twice changes nothing.
 /// Iterative; time about linear in the formula.
 ///
 /// Atoms that are not linear stay as they are.

@@ -33,21 +33,17 @@ void Region::add(const BoundLiteral& literal) {
       add_upper({c, false});
       return;
     case Relation::NEQ: excluded_.push_back(c); return;
+    case Relation::CONGRUENT: residues_.restrict_to({c, literal.modulus}); return;
+    case Relation::INCONGRUENT: residues_.exclude({c, literal.modulus}); return;
   }
 }
 
 // rule exclude-border
 // match:  f <= c and f != c
-// result: f < c, or f <= c - 1 for an integral f; excluded points above c are dropped
+// result: f < c; excluded points above c are dropped
 void Region::settle_upper() {
   while (upper_ && !excluded_.empty() && excluded_.back() >= upper_->value) {
-    if (excluded_.back() == upper_->value && !upper_->strict) {
-      if (integral_) {
-        upper_->value -= QNumber(1);
-      } else {
-        upper_->strict = true;
-      }
-    }
+    if (excluded_.back() == upper_->value) upper_->strict = true;
     excluded_.pop_back();
   }
 }
@@ -55,12 +51,40 @@ void Region::settle_upper() {
 void Region::settle_lower() {
   auto first = excluded_.begin();
   for (; lower_ && first != excluded_.end() && *first <= lower_->value; ++first) {
-    if (*first != lower_->value || lower_->strict) continue;
-    if (integral_) {
-      lower_->value += QNumber(1);
-    } else {
-      lower_->strict = true;
-    }
+    if (*first == lower_->value) lower_->strict = true;
+  }
+  excluded_.erase(excluded_.begin(), first);
+}
+
+// rule round-to-residue
+// match:  f >= 3 and f = 0 modulo 2,   f <= 5 and f != 5
+// result: f >= 4 and f = 0 modulo 2,   f <= 4
+// The classes excluded may cover everything, so that only some of their members are stepped
+// over.
+void Region::settle_integral_upper() {
+  if (!upper_) return;
+  QNumber& value = upper_->value;
+  value = residues_.round_down(value);
+  for (;;) {
+    value = residues_.member_below(value).value_or(value);
+    while (!excluded_.empty() && excluded_.back() > value)
+      excluded_.pop_back();
+    if (excluded_.empty() || excluded_.back() != value) return;
+    value -= residues_.all().modulus;
+  }
+}
+
+void Region::settle_integral_lower() {
+  if (!lower_) return;
+  QNumber& value = lower_->value;
+  value = residues_.round_up(value);
+  auto first = excluded_.begin();
+  for (;;) {
+    value = residues_.member_above(value).value_or(value);
+    while (first != excluded_.end() && *first < value)
+      ++first;
+    if (first == excluded_.end() || *first != value) break;
+    value += residues_.all().modulus;
   }
   excluded_.erase(excluded_.begin(), first);
 }
@@ -68,14 +92,30 @@ void Region::settle_lower() {
 void Region::settle() {
   std::sort(excluded_.begin(), excluded_.end());
   excluded_.erase(std::unique(excluded_.begin(), excluded_.end()), excluded_.end());
-  settle_upper();
-  settle_lower();
+  if (!integral_) {
+    settle_upper();
+    settle_lower();
+    assert(is_settled());
+    return;
+  }
+  do {
+    residues_.settle();
+    if (residues_.empty()) return;
+    const auto elsewhere = [&](const QNumber& c) { return !residues_.contains(c); };
+    excluded_.erase(std::remove_if(excluded_.begin(), excluded_.end(), elsewhere),
+                    excluded_.end());
+    settle_integral_upper();
+    settle_integral_lower();
+  } while (lower_ && upper_ && !empty() &&
+           residues_.drop_outside(lower_->value, upper_->value));
   assert(is_settled());
 }
 
 bool Region::is_settled() const {
   if (integral_ && ((lower_ && lower_->strict) || (upper_ && upper_->strict))) return false;
   if (empty()) return true;
+  if (integral_ && lower_ && !residues_.all().contains(lower_->value)) return false;
+  if (integral_ && upper_ && !residues_.all().contains(upper_->value)) return false;
   for (std::size_t i = 0; i < excluded_.size(); ++i) {
     if (i > 0 && excluded_[i] <= excluded_[i - 1]) return false;
     if (lower_ && excluded_[i] <= lower_->value) return false;
@@ -84,7 +124,9 @@ bool Region::is_settled() const {
   return true;
 }
 
-bool Region::empty() const { return lower_ && upper_ && is_empty(*lower_, *upper_); }
+bool Region::empty() const {
+  return residues_.empty() || (lower_ && upper_ && is_empty(*lower_, *upper_));
+}
 
 bool Region::is_point() const {
   return !empty() && lower_ && upper_ && lower_->value == upper_->value;
@@ -101,24 +143,42 @@ bool Region::excludes(const BoundLiteral& literal) const {
     case Relation::GT: return upper_ && is_empty(strict, *upper_);
     case Relation::EQ:
       return (lower_ && is_empty(*lower_, c)) || (upper_ && is_empty(c, *upper_)) ||
+             (integral_ && !residues_.contains(c.value)) ||
              std::binary_search(excluded_.begin(), excluded_.end(), c.value);
+    case Relation::CONGRUENT: return excludes_class({literal.bound, literal.modulus});
+    case Relation::INCONGRUENT: {
+      const ResidueClass c_mod_m{literal.bound, literal.modulus};
+      return c_mod_m.contains(residues_.all()) ||
+             (is_point() && c_mod_m.contains(lower_->value));
+    }
     case Relation::NEQ: break;
   }
   return is_point() && lower_->value == literal.bound;
 }
 
+bool Region::excludes_class(const ResidueClass& c) const {
+  if (residues_.is_disjoint(c)) return true;
+  if (!lower_ || !upper_) return false;
+  const ResidueClass both = *common_class(residues_.all(), c);
+  return lower_->value + remainder(both.residue - lower_->value, both.modulus) >
+         upper_->value;
+}
+
 std::vector<BoundLiteral> Region::literals(std::size_t form) const {
   assert(!empty());
-  if (is_point()) return {{form, Relation::EQ, lower_->value}};
+  if (is_point()) return {{form, Relation::EQ, lower_->value, {}}};
   std::vector<BoundLiteral> result;
-  if (lower_) {
-    result.push_back({form, lower_->strict ? Relation::GT : Relation::GEQ, lower_->value});
-  }
-  if (upper_) {
-    result.push_back({form, upper_->strict ? Relation::LT : Relation::LEQ, upper_->value});
-  }
+  const auto add = [&](Relation relation, const QNumber& c, const QNumber& modulus = {}) {
+    result.push_back({form, relation, c, modulus});
+  };
+  const ResidueClass& all = residues_.all();
+  if (all.modulus != QNumber(1)) add(Relation::CONGRUENT, all.residue, all.modulus);
+  if (lower_) add(lower_->strict ? Relation::GT : Relation::GEQ, lower_->value);
+  if (upper_) add(upper_->strict ? Relation::LT : Relation::LEQ, upper_->value);
   for (const QNumber& c : excluded_)
-    result.push_back({form, Relation::NEQ, c});
+    add(Relation::NEQ, c);
+  for (const ResidueClass& c : residues_.excluded())
+    add(Relation::INCONGRUENT, c.residue, c.modulus);
   return result;
 }
 

@@ -5,15 +5,18 @@
 #include <vector>
 
 #include "opal/host/simplifier_atoms.h"
+#include "opal/host/simplifier_residues.h"
 #include "opal/utils/qnumber.h"
 
 namespace opal::host {
 
-/// The values of one form that some bounds leave: an interval without some of its points.
+/// The values of one form that some literals leave: an interval without some of its points,
+/// of an integral form only the integers in a residue class without some other classes.
 ///
 /// Invariant after settle() (is_settled): the excluded points are strictly ascending and
-/// lie strictly inside of the interval; an integral form has no strict bound; the interval
-/// is not empty unless empty().
+/// lie strictly inside of the interval; an integral form has no strict bound, and its
+/// bounds and excluded points are in the residue class; the interval is not empty unless
+/// empty().
 class Region {
  public:
   explicit Region(bool integral) : integral_(integral) {}
@@ -27,7 +30,7 @@ class Region {
   /// Whether no value of the region satisfies the literal.
   [[nodiscard]] bool excludes(const BoundLiteral& literal) const;
   /// The fewest literals that describe a region that is not empty: one equality, or a
-  /// lower bound, an upper bound, and the excluded points.
+  /// congruence, a lower bound, an upper bound, the excluded points and classes.
   [[nodiscard]] std::vector<BoundLiteral> literals(std::size_t form) const;
 
  private:
@@ -40,6 +43,9 @@ class Region {
   void add_upper(const Bound& bound);
   void settle_upper();
   void settle_lower();
+  void settle_integral_upper();
+  void settle_integral_lower();
+  [[nodiscard]] bool excludes_class(const ResidueClass& c) const;
   [[nodiscard]] bool is_settled() const;
   [[nodiscard]] bool is_point() const;
   static bool is_empty(const Bound& lower, const Bound& upper) {
@@ -51,6 +57,7 @@ class Region {
   std::optional<Bound> lower_;
   std::optional<Bound> upper_;
   std::vector<QNumber> excluded_;
+  Residues residues_;  // of an integral form
 };
 
 }  // namespace opal::host

@@ -42,7 +42,7 @@ const Term_* OperandRules::build(bool conjunction, const Operands& operands) con
 }
 
 OperandRules::Member OperandRules::read(bool conjunction, const Term_* operand) {
-  if (is_connective(operand, true) || is_connective(operand, false)) {
+  if (is_connective(operand, true) || is_connective(operand, false) || is_truth(operand)) {
     return {operand, false, {}};
   }
   auto entry = readings_.find(operand);
@@ -82,8 +82,11 @@ void OperandRules::flatten(bool conjunction, Operands& operands) const {
 //         false for the whole when there is no such value.
 // x <= 3, x <= 5 is x <= 3; x <= 3, x >= 3 is x = 3; x <= 3, x != 3 is x < 3; x < 3, x > 5
 // is false. In a disjunction x < 3, x > 3 is x != 3 and x <= 3, x > 2 is true.
-OperandRules::Regions OperandRules::merge_bounds(bool conjunction, Operands& operands) {
+// x = 1 mod 2, x = 2 mod 3 is x = 5 mod 6; x = 0 mod 2, x >= 3 is x = 0 mod 2, x >= 4. In a
+// disjunction all residues of one modulus are true.
+OperandRules::Merged OperandRules::merge_bounds(bool conjunction, Operands& operands) {
   Regions regions;
+  bool moved = false;
   std::vector<Member> members;
   for (const Term_* operand : operands) {
     members.push_back(read(conjunction, operand));
@@ -109,10 +112,13 @@ OperandRules::Regions OperandRules::merge_bounds(bool conjunction, Operands& ope
       return {};
     }
     for (const BoundLiteral& literal : region.literals(form)) {
-      operands.push_back(forms_.write(conjunction ? literal : forms_.negation(literal)));
+      const Term_* t = forms_.write(conjunction ? literal : forms_.negation(literal));
+      operands.push_back(t);
+      moved = moved || (forms_.is_integral(form) &&
+                        (is_truth(t) || read(conjunction, t).literal.form != form));
     }
   }
-  return regions;
+  return {std::move(regions), moved};
 }
 
 // rule unit-in-disjunct
@@ -138,7 +144,7 @@ const Term_* OperandRules::use_units_in(bool conjunction, const Term_* operand,
     }
     kept.push_back(t);
   }
-  return changed ? build(!conjunction, kept) : operand;
+  return changed ? build_rest(!conjunction, kept) : operand;
 }
 
 bool OperandRules::use_units(bool conjunction, Operands& operands, const Regions& regions) {
@@ -156,12 +162,30 @@ bool OperandRules::use_units(bool conjunction, Operands& operands, const Regions
 // Applies the rules above until none matches. A round after the first one is caused by an
 // operand that got smaller.
 void OperandRules::reduce(bool conjunction, Operands& operands) {
-  Regions regions;
+  Merged merged;
   do {
     flatten(conjunction, operands);
     if (operands.size() < 2) return;
-    regions = merge_bounds(conjunction, operands);
-  } while (use_units(conjunction, operands, regions));
+    merged = merge_bounds(conjunction, operands);
+  } while (merged.moved || use_units(conjunction, operands, merged.regions));
+  drop_subsumed(conjunction, operands);
+}
+
+// The operands that all operands, connectives of the other kind, have in common.
+OperandRules::Operands OperandRules::common_operands(bool conjunction,
+                                                     const Operands& operands) const {
+  if (operands.size() < 2) return {};
+  std::unordered_map<const Term_*, std::size_t> count;
+  for (const Term_* operand : operands) {
+    if (!is_connective(operand, !conjunction)) return {};
+    for (const Term_* t : operands_of(!conjunction, operand))
+      ++count[t];
+  }
+  Operands common;
+  for (const Term_* t : operands_of(!conjunction, operands.front())) {
+    if (count.at(t) == operands.size()) common.push_back(t);
+  }
+  return common;
 }
 
 // rule factor
@@ -169,30 +193,24 @@ void OperandRules::reduce(bool conjunction, Operands& operands) {
 // result: (or c (and a1 ... an))
 // Returns the common operands, which are removed from all; what is left of an operand may
 // be false.
-OperandRules::Operands OperandRules::take_common(bool conjunction,
-                                                 Operands& operands) const {
-  if (operands.size() < 2) return {};
-  std::unordered_map<const Term_*, std::size_t> count;
-  std::vector<Operands> members;
-  for (const Term_* operand : operands) {
-    if (!is_connective(operand, !conjunction)) return {};
-    members.push_back(operands_of(!conjunction, operand));
-    for (const Term_* t : members.back())
-      ++count[t];
-  }
-  Operands common;
-  for (const Term_* t : members.front()) {
-    if (count.at(t) == operands.size()) common.push_back(t);
-  }
-  if (common.empty()) return {};
-  for (std::size_t i = 0; i < operands.size(); ++i) {
+OperandRules::Operands OperandRules::take_common(bool conjunction, Operands& operands) {
+  Operands common = common_operands(conjunction, operands);
+  if (common.empty()) return common;
+  const std::unordered_set<const Term_*> taken(common.begin(), common.end());
+  for (const Term_*& operand : operands) {
     Operands rest;
-    for (const Term_* t : members[i]) {
-      if (count.at(t) < operands.size()) rest.push_back(t);
+    for (const Term_* t : operands_of(!conjunction, operand)) {
+      if (taken.count(t) == 0) rest.push_back(t);
     }
-    operands[i] = build(!conjunction, rest);
+    operand = build_rest(!conjunction, rest);
   }
   return common;
+}
+
+// What is left of a simplified connective that lost operands.
+const Term_* OperandRules::build_rest(bool conjunction, const Operands& rest) {
+  another_pass_ = another_pass_ || !common_operands(conjunction, rest).empty();
+  return build(conjunction, rest);
 }
 
 const Term_* OperandRules::join(bool conjunction, Operands operands) {

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "opal/host/simplifier_atoms.h"
@@ -26,6 +27,10 @@ class OperandRules {
   /// The simplified conjunction or disjunction of simplified formulas.
   const Term_* join(bool conjunction, Operands operands);
 
+  /// Whether an operand of an operand lost operands so that a rule matches what is left of
+  /// it: simplifying the whole formula again applies that.
+  [[nodiscard]] bool another_pass() const { return another_pass_; }
+
  private:
   // The regions of the forms that the literals among the operands bound, negated in a
   // disjunction.
@@ -37,22 +42,46 @@ class OperandRules {
     BoundLiteral literal;  // of the term, negated in a disjunction
   };
 
+  struct Merged {
+    Regions regions;
+    bool moved =
+        false;  // whether a literal came out as one on another form, or true or false
+  };
+
   void reduce(bool conjunction, Operands& operands);
   void flatten(bool conjunction, Operands& operands) const;
-  Regions merge_bounds(bool conjunction, Operands& operands);
+  Merged merge_bounds(bool conjunction, Operands& operands);
   bool use_units(bool conjunction, Operands& operands, const Regions& regions);
   const Term_* use_units_in(bool conjunction, const Term_* operand, const Regions& regions);
-  Operands take_common(bool conjunction, Operands& operands) const;
+  void drop_subsumed(bool conjunction, Operands& operands);
+  [[nodiscard]] Operands common_operands(bool conjunction, const Operands& operands) const;
+  Operands take_common(bool conjunction, Operands& operands);
+
+  // A connective within the joined one, read so that it is a conjunction.
+  struct Cube {
+    const Term_* term;
+    std::vector<Member> members;
+    Regions regions;
+    std::unordered_set<const Term_*> others;  // members that are no literals
+    bool subsumed = false;
+  };
+  Cube read_cube(bool conjunction, const Term_* operand);
+  bool is_within(const Cube& small, const Cube& large) const;
 
   Member read(bool conjunction, const Term_* operand);
+  const Term_* build_rest(bool conjunction, const Operands& rest);
   const Term_* build(bool conjunction, const Operands& operands) const;
   [[nodiscard]] Operands operands_of(bool conjunction, const Term_* t) const;
+  [[nodiscard]] bool is_truth(const Term_* t) const {
+    return t == terms_.true_term() || t == terms_.false_term();
+  }
   [[nodiscard]] const Term_* neutral(bool conjunction) const {
     return conjunction ? terms_.true_term() : terms_.false_term();
   }
 
   Terms& terms_;
   AtomForms& forms_;
+  bool another_pass_ = false;
   std::unordered_map<const Term_*, BoundLiteral> readings_;  // of literals seen so far
 };
 

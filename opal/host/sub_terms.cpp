@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cassert>
 
+#include "opal/host/terms.h"
+
 namespace opal::host {
 
 namespace {
@@ -13,7 +15,7 @@ bool earlier(const Term_* a, const Term_* b) { return a->id() < b->id(); }
 
 // A heap yields the terms by descending id. When a term is taken, everything that has it
 // as an argument was taken before, so all its copies in the heap come out together.
-SubTerms::SubTerms(const std::vector<const Term_*>& roots) {
+SubTerms::SubTerms(const std::vector<const Term_*>& roots, Floors floors) {
   std::vector<const Term_*> heap(roots);
   std::make_heap(heap.begin(), heap.end(), earlier);
   while (!heap.empty()) {
@@ -22,6 +24,7 @@ SubTerms::SubTerms(const std::vector<const Term_*>& roots) {
     heap.pop_back();
     if (!terms_.empty() && terms_.back() == t) continue;
     terms_.push_back(t);
+    if (floors == Floors::ATOMIC && Terms::kind_of(t) == Kind::FLOOR) continue;
     for (const Term_* argument : *t) {
       assert(argument->id() < t->id());
       heap.push_back(argument);

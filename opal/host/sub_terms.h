@@ -18,7 +18,11 @@ namespace opal::host {
 ///       truth[i] = ... truth[order.position(order[i]->arg(0))] ...
 class SubTerms {
  public:
-  explicit SubTerms(const std::vector<const Term_*>& roots);
+  /// What is inside of a floor term: with ATOMIC it is not listed, as if the floor term had
+  /// no argument.
+  enum class Floors { OPEN, ATOMIC };
+
+  explicit SubTerms(const std::vector<const Term_*>& roots, Floors floors = Floors::OPEN);
 
   [[nodiscard]] std::size_t size() const { return terms_.size(); }
   const Term_* operator[](std::size_t i) const { return terms_[i]; }
