@@ -115,8 +115,9 @@ ResolvedQuery resolve(const AssertionStack& stack,
   const std::vector<std::size_t> groups = groups_of_assertions(stack, query);
   const std::size_t last = query.groups.size() - 1;
   auto grouping = std::make_shared<Grouping>(query.first);
-  ResolvedQuery result{nullptr, {}, {}};
+  ResolvedQuery result;
   result.groups.resize(query.groups.size());
+  if (query.groups.size() == 2) result.atoms.resize(2);
   const auto enter = [&](const Conjunction& part, const std::string& name,
                          std::size_t group) {
     if (group == NO_GROUP && query.unmentioned == Unmentioned::ERROR) {
@@ -127,6 +128,10 @@ ResolvedQuery resolve(const AssertionStack& stack,
     (background ? result.background : result.groups[group]).push_back(part.formula);
     for (const Term_* atom : part.atoms) {
       grouping->add(atom, background ? Grouping::BACKGROUND : group);
+    }
+    for (std::size_t g = 0; g < result.atoms.size(); ++g) {
+      if (!background && g != group) continue;
+      result.atoms[g].insert(result.atoms[g].end(), part.atoms.begin(), part.atoms.end());
     }
   };
   for (std::size_t i = 0; i < groups.size(); ++i) {

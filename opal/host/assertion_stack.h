@@ -53,6 +53,8 @@ struct ResolvedQuery {
   std::shared_ptr<const Grouping> grouping;
   std::vector<std::vector<const Term_*>> groups;  // the formulas of each group
   std::vector<const Term_*> background;           // the formulas of every group
+  // The atoms of each group, those of the background included; only of two groups.
+  std::vector<std::vector<const Term_*>> atoms;
 };
 
 /// Looks the names of a query up; `assumptions` count as assertions without a name. Throws

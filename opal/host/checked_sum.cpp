@@ -1,6 +1,7 @@
 #include "opal/host/checked_sum.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -16,7 +17,7 @@ namespace {
 bool is_constant(const Term_* t) {
   const SubTerms parts({t});
   return std::none_of(parts.begin(), parts.end(), [](const Term_* part) {
-    return Terms::kind_of(part) == Kind::VARIABLE;
+    return Terms::kind_of(part) == Kind::VARIABLE || Terms::kind_of(part) == Kind::FLOOR;
   });
 }
 
@@ -76,6 +77,20 @@ void CheckedSum::add(const QNumber& factor, const CheckedSum& other) {
     add(variable, factor * coefficient);
 }
 
+void CheckedSum::scale(const QNumber& factor) {
+  assert(!factor.is_zero());
+  constant *= factor;
+  for (auto& entry : coefficients)
+    entry.second *= factor;
+}
+
+void CheckedSum::tighten(bool strict) {
+  assert(first_variable() != nullptr && first_real() == nullptr);
+  scale(content().inv());
+  // With an integer s, s + c > 0 is s >= floor(-c) + 1.
+  constant = strict ? constant.neg().floor().neg() - QNumber(1) : constant.floor();
+}
+
 const Term_* CheckedSum::first_variable() const {
   const Term_* first = nullptr;
   for (const auto& entry : coefficients)
@@ -83,19 +98,49 @@ const Term_* CheckedSum::first_variable() const {
   return first;
 }
 
-std::optional<QNumber> CheckedSum::ratio_to(const CheckedSum& other) const {
+const Term_* CheckedSum::first_real() const {
+  const Term_* first = nullptr;
+  for (const auto& entry : coefficients) {
+    if (Terms::sort_of(entry.first) == Sort::INT) continue;
+    if (first == nullptr || entry.first->id() < first->id()) first = entry.first;
+  }
+  return first;
+}
+
+bool CheckedSum::has_integer_coefficients() const {
+  return std::all_of(coefficients.begin(), coefficients.end(),
+                     [](const auto& entry) { return entry.second.is_integer(); });
+}
+
+QNumber CheckedSum::content() const {
+  QNumber numerators;
+  QNumber denominators(1);
+  for (const auto& entry : coefficients) {
+    numerators = gcd(numerators, entry.second.get_num());
+    denominators = lcm(denominators, entry.second.get_den());
+  }
+  return numerators / denominators;
+}
+
+std::optional<QNumber> CheckedSum::coefficient_ratio_to(const CheckedSum& other) const {
   QNumber factor(1);
   if (const Term_* variable = first_variable()) {
     const auto match = other.coefficients.find(variable);
     if (match == other.coefficients.end()) return std::nullopt;
     factor = match->second / coefficients.at(variable);
-  } else if (!constant.is_zero()) {
-    factor = other.constant / constant;
   }
   CheckedSum rest = other;
   rest.add(factor.neg(), *this);
-  const bool equal = rest.coefficients.empty() && rest.constant.is_zero();
+  const bool equal = rest.coefficients.empty();
   return equal && factor.sign() > 0 ? std::optional<QNumber>(factor) : std::nullopt;
+}
+
+std::optional<QNumber> CheckedSum::ratio_to(const CheckedSum& other) const {
+  std::optional<QNumber> factor = coefficient_ratio_to(other);
+  if (factor && coefficients.empty() && !constant.is_zero())
+    factor = other.constant / constant;
+  const bool equal = factor && factor->sign() > 0 && other.constant == *factor * constant;
+  return equal ? factor : std::nullopt;
 }
 
 std::optional<CheckedSum> checked_difference(const Term_* atom) {
@@ -110,7 +155,8 @@ std::optional<CheckedSum> checked_difference(const Term_* atom) {
   while (!agenda.empty()) {
     const auto [t, weight] = agenda.pop();
     switch (Terms::kind_of(t)) {
-      case Kind::VARIABLE: sum.add(t, weight); break;
+      case Kind::VARIABLE:
+      case Kind::FLOOR: sum.add(t, weight); break;
       case Kind::NUMERAL: sum.constant += weight * Terms::symbol_of(t).value; break;
       case Kind::TO_REAL: agenda.push(t->arg(0), weight); break;
       case Kind::PLUS:

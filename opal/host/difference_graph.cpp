@@ -35,8 +35,8 @@ QNumber floor_below(const DeltaNumber& x) {
 
 }  // namespace
 
-DifferenceGraph::DifferenceGraph(const Mapper& mapper, Limits& limits)
-    : mapper_(mapper), limits_(limits) {
+DifferenceGraph::DifferenceGraph(const ConstraintTerms& terms, Limits& limits)
+    : terms_(terms), limits_(limits) {
   make_nodes(ZERO);
 }
 
@@ -47,7 +47,7 @@ bool DifferenceGraph::is_difference(const la::LinearTerm& term) {
 }
 
 void DifferenceGraph::add(int constr_id, int side) {
-  const la::LinearTerm& term = mapper_.constraint_term(constr_id);
+  const la::LinearTerm& term = terms_.constraint_term(constr_id);
   assert(is_difference(term));
   first_edge_.push_back(static_cast<int>(edges_.size()));
   const auto& coeffs = term.vars.coeffs();
@@ -275,7 +275,7 @@ FarkasCombination DifferenceGraph::cycle(int edge, int closing) const {
 }
 
 FarkasLeaf DifferenceGraph::leaf(const Edge& edge) const {
-  const la::LinearTerm& term = mapper_.constraint_term(edge.constraint);
+  const la::LinearTerm& term = terms_.constraint_term(edge.constraint);
   return {edge.constraint, edge.sign, abs(term.vars.coeffs()[0].second).inv()};
 }
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "opal/host/constraint_terms.h"
 #include "opal/host/decider.h"
 #include "opal/host/limits.h"
-#include "opal/host/mapper.h"
 
 namespace opal::host {
 
@@ -29,7 +29,7 @@ namespace opal::host {
 class DifferenceGraph final : public Decider {
  public:
   /// Keeps references to both.
-  DifferenceGraph(const Mapper& mapper, Limits& limits);
+  DifferenceGraph(const ConstraintTerms& terms, Limits& limits);
 
   /// Whether a constraint is of this form.
   static bool is_difference(const la::LinearTerm& term);
@@ -101,7 +101,7 @@ class DifferenceGraph final : public Decider {
   [[nodiscard]] FarkasCombination cycle(int edge, int closing) const;
   [[nodiscard]] FarkasLeaf leaf(const Edge& edge) const;
 
-  const Mapper& mapper_;
+  const ConstraintTerms& terms_;
   Limits& limits_;
   std::vector<int> first_edge_;  // by constraint on the stack
   std::vector<Edge> edges_;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "opal/interfaces/la_proof.h"
+#include "opal/interfaces/laz_proof.h"
 
 // From a combination to a proof.
 //
@@ -71,10 +72,10 @@ void make_coprime(FarkasCombination& leaves) {
 /// if there are several. Takes time linear in the number of variable occurrences.
 class LeafOrder {
  public:
-  LeafOrder(const Mapper& mapper, const FarkasCombination& leaves)
+  LeafOrder(const ConstraintTerms& terms, const FarkasCombination& leaves)
       : fresh_(leaves.size()), taken_(leaves.size()) {
     for (std::size_t i = 0; i < leaves.size(); ++i) {
-      const auto& coeffs = mapper.constraint_term(leaves[i].constraint_id).vars.coeffs();
+      const auto& coeffs = terms.constraint_term(leaves[i].constraint_id).vars.coeffs();
       fresh_[i] = coeffs.size();
       for (const auto& pair : coeffs) {
         const auto var = static_cast<std::size_t>(pair.first);
@@ -85,7 +86,8 @@ class LeafOrder {
     }
   }
 
-  std::vector<std::size_t> order(const Mapper& mapper, const FarkasCombination& leaves) {
+  std::vector<std::size_t> order(const ConstraintTerms& terms,
+                                 const FarkasCombination& leaves) {
     std::vector<std::size_t> result;
     result.reserve(leaves.size());
     for (std::size_t start = 0; start < leaves.size(); ++start) {
@@ -94,7 +96,7 @@ class LeafOrder {
         taken_[next] = true;
         result.push_back(next);
         for (const auto& pair :
-             mapper.constraint_term(leaves[next].constraint_id).vars.coeffs())
+             terms.constraint_term(leaves[next].constraint_id).vars.coeffs())
           open(static_cast<std::size_t>(pair.first));
       }
     }
@@ -143,10 +145,6 @@ QNumber* new_multiplier(const QNumber& q) {
   return q == QNumber(1) ? nullptr : new QNumber(q);
 }
 
-ProofRef new_leaf(const FarkasLeaf& leaf) {
-  return ProofRef(new la::LaHyp(leaf.constraint_id, leaf.sign));
-}
-
 ProofRef combination(const QNumber& m1, ProofRef p1, const QNumber& m2, ProofRef p2) {
   QNumber* const c1 = new_multiplier(m1);
   QNumber* const c2 = new_multiplier(m2);
@@ -155,27 +153,32 @@ ProofRef combination(const QNumber& m1, ProofRef p1, const QNumber& m2, ProofRef
 
 // The chain of the leaves order[begin..end), of which there are two or more.
 ProofRef run(const FarkasCombination& leaves, const std::vector<std::size_t>& order,
-             std::size_t begin, std::size_t end) {
+             std::size_t begin, std::size_t end, const LeafMaker& make_leaf) {
   assert(end - begin >= 2);
   const FarkasLeaf& first = leaves[order[begin]];
   const FarkasLeaf& second = leaves[order[begin + 1]];
   ProofRef rest =
-      combination(first.multiplier, new_leaf(first), second.multiplier, new_leaf(second));
+      combination(first.multiplier, make_leaf(first), second.multiplier, make_leaf(second));
   for (std::size_t i = begin + 2; i < end; ++i) {
     const FarkasLeaf& leaf = leaves[order[i]];
-    rest = combination(leaf.multiplier, new_leaf(leaf), QNumber(1), std::move(rest));
+    rest = combination(leaf.multiplier, make_leaf(leaf), QNumber(1), std::move(rest));
   }
   return rest;
 }
 
 }  // namespace
 
-ProofRef farkas_proof(const Mapper& mapper, FarkasCombination leaves) {
+ProofRef hypothesis(const FarkasLeaf& leaf) {
+  return ProofRef(new la::LaHyp(leaf.constraint_id, leaf.sign));
+}
+
+ProofRef farkas_proof(const ConstraintTerms& terms, FarkasCombination leaves,
+                      const LeafMaker& make_leaf) {
   assert(!leaves.empty());
   leaves = merged(std::move(leaves));
   make_coprime(leaves);
-  if (leaves.size() == 1) return new_leaf(leaves.front());
-  const std::vector<std::size_t> order = LeafOrder(mapper, leaves).order(mapper, leaves);
+  if (leaves.size() == 1) return make_leaf(leaves.front());
+  const std::vector<std::size_t> order = LeafOrder(terms, leaves).order(terms, leaves);
   assert(order.size() == leaves.size());
 
   // Runs of nearly equal length, so that none has a single leaf.
@@ -183,8 +186,8 @@ ProofRef farkas_proof(const Mapper& mapper, FarkasCombination leaves) {
   std::vector<ProofRef> level;
   level.reserve(count);
   for (std::size_t i = 0; i < count; ++i)
-    level.push_back(
-        run(leaves, order, i * leaves.size() / count, (i + 1) * leaves.size() / count));
+    level.push_back(run(leaves, order, i * leaves.size() / count,
+                        (i + 1) * leaves.size() / count, make_leaf));
   while (level.size() > 1) {
     std::vector<ProofRef> above;
     above.reserve(level.size() / 2 + 1);
@@ -219,6 +222,13 @@ std::vector<int> proof_constraints(const proof::Proof& root) {
       ids.push_back(neq->constraint_id);
       waiting.push_back(neq->case2);
       waiting.push_back(neq->case1);
+    } else if (const auto* cut = dynamic_cast<const laz::LaZTighteningProof*>(node)) {
+      ids.insert(ids.end(), cut->constraints.begin(), cut->constraints.end());
+    } else if (const auto* sub = dynamic_cast<const laz::LaZEqSubProof*>(node)) {
+      ids.insert(ids.end(), sub->constraints.begin(), sub->constraints.end());
+    } else if (const auto* branch = dynamic_cast<const laz::LaZInternalBBProof*>(node)) {
+      waiting.push_back(branch->right);
+      waiting.push_back(branch->left);
     } else {
       assert(false && "a rule that the solver does not use");
     }

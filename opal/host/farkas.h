@@ -1,9 +1,10 @@
 #ifndef OPAL_HOST_FARKAS_H
 #define OPAL_HOST_FARKAS_H
 
+#include <functional>
 #include <vector>
 
-#include "opal/host/mapper.h"
+#include "opal/host/constraint_terms.h"
 #include "opal/interfaces/proof.h"
 #include "opal/utils/qnumber.h"
 
@@ -30,13 +31,20 @@ using FarkasCombination = std::vector<FarkasLeaf>;
 /// a premise to the first pair of its list, and only a leaf's list is sure to have one
 /// pair. Long combinations are balanced trees of runs of leaves, so that the lists that the
 /// engine keeps for the nodes stay short in sum.
-proof::ProofRef farkas_proof(const Mapper& mapper, FarkasCombination leaves);
+///
+/// `make_leaf` gives the node of a leaf, whose multiplier is not its concern.
+using LeafMaker = std::function<proof::ProofRef(const FarkasLeaf&)>;
+proof::ProofRef hypothesis(const FarkasLeaf& leaf);
+proof::ProofRef farkas_proof(const ConstraintTerms& terms, FarkasCombination leaves,
+                             const LeafMaker& make_leaf = hypothesis);
 
 /// The refutation of a disequality by its two strict sides (at-most first).
 proof::ProofRef disequality_proof(int constraint_id, proof::ProofRef at_most,
                                   proof::ProofRef at_least);
 
-/// The constraint ids of the leaves of a proof, ascending, each once. Iterative.
+/// The constraint ids in a proof, ascending, each once: those of hypotheses, cuts,
+/// disequalities and equality sub-proofs. Those of branches are among them as far as they
+/// are used. Iterative.
 std::vector<int> proof_constraints(const proof::Proof& root);
 
 }  // namespace opal::host

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "opal/host/printer.h"
+#include "opal/host/sub_terms.h"
 
 namespace opal::host {
 
@@ -30,6 +31,19 @@ bool numerals_compare(const Term_* atom) {
     default: break;
   }
   return a != b;
+}
+
+// a - b = m * floor((a - b) / m) for a congruence, with the magnitude of m.
+const Term_* equality_of(Terms& terms, const Term_* congruence) {
+  const BuildingFlagScope simplified(terms, 1);
+  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
+  const Term_* const subtrahend =
+      terms.make_times(terms.make_number(-1), congruence->arg(1));
+  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
+  const Term_* const quotient =
+      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
+  return terms.make_equal(difference,
+                          terms.make_times(terms.make_number(modulus), quotient));
 }
 
 using Truth = std::optional<bool>;
@@ -127,7 +141,7 @@ class Decomposition {
       case Kind::AND: return junction(goal, goal.positive);
       case Kind::OR: return junction(goal, !goal.positive);
       case Kind::VARIABLE: return refuse("Boolean variable", goal);
-      case Kind::CONGRUENCE: return refuse("congruence", goal);
+      case Kind::CONGRUENCE: t = equality_of(terms_, t); break;
       default: break;
     }
     if (compares_formulas(t)) return equivalence(goal);
@@ -193,6 +207,20 @@ class Decomposition {
 std::vector<const Term_*> conjuncts(Terms& terms, const Term_* formula) {
   assert(Terms::sort_of(formula) == Sort::BOOL);
   return Decomposition(terms, formula).atoms();
+}
+
+std::vector<const Term_*> floor_definitions(Terms& terms, const Term_* atom) {
+  std::vector<const Term_*> result;
+  if (!terms.has_floors()) return result;
+  const BuildingFlagScope simplified(terms, 1);
+  for (const Term_* t : SubTerms({atom})) {
+    if (Terms::kind_of(t) != Kind::FLOOR) continue;
+    const Term_* const value = terms.make_to_real(t);
+    result.push_back(terms.make_leq(value, t->arg(0)));
+    result.push_back(
+        terms.make_lt(t->arg(0), terms.make_plus(value, terms.make_number(1))));
+  }
+  return result;
 }
 
 const Term_* negated_atom(Terms& terms, const Term_* atom) {

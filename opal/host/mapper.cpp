@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cassert>
 #include <deque>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "opal/host/integer_constraints.h"
 #include "opal/host/linear_form.h"
 #include "opal/host/literals.h"
 #include "opal/host/printer.h"
@@ -38,14 +41,19 @@ bool is_atom(const Term_* t) {
   return relation_of(t) >= 0 && Terms::sort_of(t->arg(0)) != Sort::BOOL;
 }
 
+bool is_variable(const Term_* t) {
+  const Kind kind = Terms::kind_of(t);
+  return (kind == Kind::VARIABLE && Terms::sort_of(t) != Sort::BOOL) || kind == Kind::FLOOR;
+}
+
 }  // namespace
 
 class Mapper::Impl {
  public:
   Impl(Terms& t, Limits& l) : terms(t), limits(l) {}
 
-  // The number kept for a term: the id of an atom's constraint, or of a variable; 0 for
-  // a term that was not seen.
+  // The number kept for a term: the id of an atom's constraint (of the zero constraint for
+  // a disequality that always holds), or of a variable; 0 for a term that was not seen.
   [[nodiscard]] int number_of(const Term_* t) const {
     return t->id() < numbers.size() ? numbers[t->id()] : 0;
   }
@@ -65,11 +73,36 @@ class Mapper::Impl {
     return id >= 1 && static_cast<std::size_t>(id) <= constraints.size();
   }
 
+  [[nodiscard]] bool has_variable(int var) const {
+    return var > DELTA_VAR && static_cast<std::size_t>(var) < variables.size() + 2;
+  }
+  [[nodiscard]] const Term_* variable_term(int var) const {
+    assert(has_variable(var));
+    return variables[static_cast<std::size_t>(var) - 2];
+  }
+  [[nodiscard]] bool is_integer(int var) const {
+    return Terms::sort_of(variable_term(var)) == Sort::INT;
+  }
+  // Whether there are variables, all of them Ints; the first Real decides.
+  [[nodiscard]] bool is_integer(const Equation& vars) const {
+    const auto& coeffs = vars.coeffs();
+    return vars.has_vars() &&
+           std::all_of(coeffs.begin(), coeffs.end(),
+                       [this](const auto& pair) { return is_integer(pair.first); });
+  }
+
+  int add(const Term_* atom, LinearTerm&& term) {
+    constraints.push_back({atom, std::move(term)});
+    return static_cast<int>(constraints.size());
+  }
+  [[nodiscard]] const Term_* branch_atom(const LinearTerm& branch);
+
   Terms& terms;
   Limits& limits;
   std::vector<int> numbers;             // by the id of the term
   std::vector<const Term_*> variables;  // the variable of id i is variables[i - 2]
   std::deque<Constraint> constraints;   // the constraint of id i is constraints[i - 1]
+  std::unordered_map<const Term_*, int> branches;  // by the branch's atom
 };
 
 Mapper::Mapper(Terms& terms, Limits& limits)
@@ -97,10 +130,15 @@ int Mapper::constraint(const Term_* atom) {
   for (const auto& [var, coefficient] : sum)
     vars.add_var(*coefficient, var);
   assert(vars.is_normal());
-  impl_->constraints.push_back(
-      {atom, LinearTerm(relation_of(atom), std::move(vars), form.constant.neg())});
-  impl_->set_number(atom, num_constraints());
-  return num_constraints();
+  LinearTerm term(relation_of(atom), std::move(vars), form.constant.neg());
+  int id = ZERO_CONSTRAINT;
+  if (!impl_->is_integer(term.vars)) {
+    id = impl_->add(atom, std::move(term));
+  } else if (std::optional<LinearTerm> normal = integer_normal_form(std::move(term))) {
+    id = impl_->add(atom, std::move(*normal));
+  }
+  impl_->set_number(atom, id);
+  return id;
 }
 
 const LinearTerm& Mapper::constraint_term(int constr_id) const {
@@ -114,7 +152,7 @@ const Term_* Mapper::constraint_atom(int constr_id) const {
 }
 
 int Mapper::variable(const Term_* var) {
-  assert(Terms::kind_of(var) == Kind::VARIABLE && Terms::sort_of(var) != Sort::BOOL);
+  assert(is_variable(var));
   if (const int known = impl_->number_of(var)) return known;
   impl_->variables.push_back(var);
   impl_->set_number(var, num_variables() + 1);
@@ -124,6 +162,45 @@ int Mapper::variable(const Term_* var) {
 int Mapper::num_variables() const { return static_cast<int>(impl_->variables.size()); }
 
 int Mapper::num_constraints() const { return static_cast<int>(impl_->constraints.size()); }
+
+bool Mapper::is_integer(int var) const { return impl_->is_integer(var); }
+
+// As the engine builds it: sum := 0; sum := sum + a*x ...
+const Term_* Mapper::Impl::branch_atom(const LinearTerm& branch) {
+  const BuildingFlagScope simplified(terms, 1);
+  const Term_* sum = terms.make_number(0);
+  for (const auto& [var, coefficient] : branch.vars.coeffs()) {
+    assert(coefficient.is_integer() && is_integer(var));
+    const Term_* const product =
+        terms.make_times(terms.make_number(coefficient), variable_term(var));
+    sum = terms.make_plus(sum, product);
+  }
+  const Term_* const bound = terms.make_number(branch.constant);
+  return branch.kind == LinearTerm::LEQ ? terms.make_leq(sum, bound)
+                                        : terms.make_leq(bound, sum);
+}
+
+// The atom tells branches apart: it has the variables, the coefficients, the constant and
+// the direction. It may be asserted too, and then has a number of its own for that.
+int Mapper::branch_constraint(const LinearTerm& branch) {
+  assert(branch.kind == LinearTerm::LEQ || branch.kind == LinearTerm::GEQ);
+  assert(branch.vars.has_vars() && branch.constant.is_integer());
+  const Term_* const atom = impl_->branch_atom(branch);
+  int& id = impl_->branches[atom];
+  if (id == 0) id = impl_->add(atom, LinearTerm(branch));
+  return id;
+}
+
+bool Mapper::is_branch(int constr_id) const {
+  if (!impl_->has_constraint(constr_id)) return false;
+  const auto found = impl_->branches.find(constraint_atom(constr_id));
+  return found != impl_->branches.end() && found->second == constr_id;
+}
+
+// A name that begins with a dot is reserved for solvers, so no user's symbol has it.
+int Mapper::cut_variable() {
+  return variable(impl_->terms.make_fresh_variable(".cut", Sort::INT));
+}
 
 LinearTerm Mapper::linear_term(int constr_id) {
   impl_->limits.poll();
@@ -154,14 +231,12 @@ TheoryLit Mapper::constraint_lit(int constr_id) {
 
 const Term_* Mapper::var_term(int var) {
   impl_->limits.poll();
-  if (var <= DELTA_VAR || var > num_variables() + 1) return nullptr;
-  return impl_->variables[static_cast<std::size_t>(var) - 2];
+  return impl_->has_variable(var) ? impl_->variable_term(var) : nullptr;
 }
 
 int Mapper::term_var(const Term_* term, bool make) {
   impl_->limits.poll();
-  if (Terms::kind_of(term) != Kind::VARIABLE || Terms::sort_of(term) == Sort::BOOL)
-    return 0;
+  if (!is_variable(term)) return 0;
   return make ? variable(term) : impl_->number_of(term);
 }
 
@@ -170,9 +245,9 @@ int Mapper::atom_constraint(const Term_* atom) {
   return constraint(atom);
 }
 
-int Mapper::term_def_var(const Term_* /*term*/) {
+int Mapper::term_def_var(const Term_* term) {
   impl_->limits.poll();
-  return 0;
+  return Terms::kind_of(term) == Kind::FLOOR ? variable(term) : 0;
 }
 
 }  // namespace opal::host

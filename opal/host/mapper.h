@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "opal/host/constraint_terms.h"
 #include "opal/host/limits.h"
 #include "opal/host/terms.h"
 #include "opal/interfaces/term_mapper.h"
@@ -16,7 +17,18 @@ namespace opal::host {
 ///
 /// Every constraint's literal is positive: an atom of kind LEQ, LT, EQ, NEQ or FALSE (see
 /// literals.h). The flip of a literal is mapped to the constraint of the opposite atom.
-class Mapper final : public la::ItpLinearTermMapper {
+///
+/// A variable is a variable term, or a floor term, which is a variable of sort Int here.
+/// A constraint of which all variables are Ints is normalised: its coefficients are coprime
+/// integers, its constant is an integer, and no inequality is strict:
+///
+///     2x - 4y < 5   is   x - 2y <= 2          3x + 6y /= 4   always holds
+///     6x = 4y       is   3x - 2y = 0          2x = 4y + 1    stays as it is
+///
+/// An equality whose constant the common divisor of its coefficients does not divide has
+/// integer coefficients and an integer constant, but keeps the divisor: it is a
+/// contradiction that an equality sub-proof can state.
+class Mapper final : public la::ItpLinearTermMapper, public ConstraintTerms {
  public:
   static constexpr int DELTA_VAR = 1;
   static constexpr int ZERO_CONSTRAINT = -1;
@@ -29,18 +41,30 @@ class Mapper final : public la::ItpLinearTermMapper {
   // --- for the solver; constant time but for the first sight of an atom
   /// The id of an atom's constraint (made at first sight): for an atom `a rel b` the
   /// variables of a - b stand on the left and its constant on the right; FALSE is 0 <= -1.
-  /// The true term, the opposite of FALSE, has the zero constraint. Throws NotLinear, and
+  /// The true term, the opposite of FALSE, has the zero constraint, and so has a
+  /// disequality between integers that always holds. Throws NotLinear, and
   /// std::invalid_argument for a term of another kind.
   int constraint(const Term_* atom);
-  /// The constraint of an id in 1..num_constraints(). The reference stays valid while the
-  /// mapper lives.
-  [[nodiscard]] const la::LinearTerm& constraint_term(int constr_id) const;
+  /// The constraint of an id in 1..num_constraints().
+  [[nodiscard]] const la::LinearTerm& constraint_term(int constr_id) const override;
   [[nodiscard]] const Term_* constraint_atom(int constr_id) const;
-  /// The id of a variable term (made at first sight).
+  /// The id of a variable term or a floor term (made at first sight).
   int variable(const Term_* var);
   /// Variables have the ids 2 .. num_variables() + 1.
   [[nodiscard]] int num_variables() const;
+  /// Branches are counted too.
   [[nodiscard]] int num_constraints() const;
+  [[nodiscard]] bool is_integer(int var) const;
+
+  // --- for proofs over integers
+  /// The id of a branch's constraint, `t <= c` or `t >= c` with integer coefficients and
+  /// Int variables: never the id of an atom that is asserted, and always the same one for
+  /// the same constraint. Its atom is built as the engine builds it, with the term-building
+  /// flag set.
+  int branch_constraint(const la::LinearTerm& branch);
+  [[nodiscard]] bool is_branch(int constr_id) const;
+  /// A variable for a cut: a new one with a new term in each call.
+  int cut_variable();
 
   // --- for the engine; see ItpLinearTermMapper
   /// Throws std::out_of_range for an id that was never handed out.
@@ -51,7 +75,7 @@ class Mapper final : public la::ItpLinearTermMapper {
   const Term_* var_term(int var) override;
   int term_var(const Term_* term, bool make) override;
   int atom_constraint(const Term_* atom) override;
-  /// Always 0: no variables are defined for compound terms.
+  /// The variable of a floor term (made at first sight); 0 for other terms.
   int term_def_var(const Term_* term) override;
   int delta_var() override { return DELTA_VAR; }
   int zero_constraint() override { return ZERO_CONSTRAINT; }

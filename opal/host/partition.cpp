@@ -38,11 +38,20 @@ void Grouping::add(const Term_* atom, std::size_t group) {
   assert(group < num_groups() || group == BACKGROUND);
   std::size_t& place = place_.emplace(atom, group).first->second;
   place = std::max(place, group);
-  for (const Term_* t : SubTerms({atom})) {
-    if (Terms::kind_of(t) != Kind::VARIABLE) continue;
-    std::vector<std::size_t>& groups = groups_of_[t];
-    const auto at = std::lower_bound(groups.begin(), groups.end(), group);
-    if (at == groups.end() || *at != group) groups.insert(at, group);
+  // Floor terms nest and share: each is opened once for a group.
+  std::vector<const Term_*> open{atom};
+  while (!open.empty()) {
+    const SubTerms parts({open.back()}, SubTerms::Floors::ATOMIC);
+    open.pop_back();
+    for (const Term_* t : parts) {
+      const Kind kind = Terms::kind_of(t);
+      if (kind != Kind::VARIABLE && kind != Kind::FLOOR) continue;
+      std::vector<std::size_t>& groups = groups_of_[t];
+      const auto at = std::lower_bound(groups.begin(), groups.end(), group);
+      if (at != groups.end() && *at == group) continue;
+      groups.insert(at, group);
+      if (kind == Kind::FLOOR) open.push_back(t->arg(0));
+    }
   }
 }
 

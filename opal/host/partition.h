@@ -46,13 +46,15 @@ class Grouping {
   /// The colour of an atom in the partition of `root`: A_LOCAL, B_LOCAL, SHARED for
   /// background; UNKNOWN for an atom that was not entered.
   [[nodiscard]] status atom_colour(const Term_* atom, std::size_t root) const;
-  /// The colour of a term by its symbols, of all atoms entered wherever they were asserted.
+  /// The colour of a term by its symbols (those of a floor term are inside of it), of all
+  /// atoms entered wherever they were asserted.
   [[nodiscard]] status symbols_colour(const Term_* term, std::size_t root) const;
 
  private:
   std::vector<std::size_t> first_;
   std::unordered_map<const Term_*, std::size_t> place_;  // of each atom
-  // For each variable, the ascending groups in which it occurs; BACKGROUND is the last.
+  // For each variable and floor term, the ascending groups in which it occurs; BACKGROUND
+  // is the last.
   std::unordered_map<const Term_*, std::vector<std::size_t>> groups_of_;
 };
 

@@ -6,23 +6,35 @@
 #include <unordered_set>
 #include <vector>
 
+#include "opal/interfaces/atom_classifier.h"
 #include "opal/interfaces/proof.h"
 #include "opal/interfaces/term_mapper.h"
 
 namespace opal::host {
 
 /// Checks a refutation against what was asserted, with arithmetic of its own: the linear
-/// form of every leaf is computed again from its atom, and what the mapper says of it must
-/// agree. Also checked are the promises on which the engine's answers rest; see
-/// docs/proofs.md.
+/// form of every leaf is computed again from its atom, integer constraints are rounded
+/// again, and what the mapper says must follow. Also checked are the promises on which the
+/// engine's answers rest; see docs/proofs.md.
+///
+/// Of the rules in opal/interfaces, LaHyp, LaComb, LaNeq, LaZTighteningProof,
+/// LaZInternalBBProof and LaZEqSubProof are checked; a proof with another one is refused.
 class ProofChecker {
  public:
   /// `asserted`: the atoms that were asserted (see literals.h).
   ProofChecker(la::ItpLinearTermMapper& mapper, const std::vector<const Term_*>& asserted);
 
-  /// Nothing when `root` is a refutation that keeps the promises; else what is wrong, and
-  /// at which rule and constraint. Iterative. `root` may be null (which is wrong).
+  /// Nothing when `root` is a refutation that keeps the promises that do not depend on a
+  /// partition; else what is wrong, and at which rule and constraint. Iterative. `root` may
+  /// be null (which is wrong).
   [[nodiscard]] std::optional<std::string> check(const proof::Proof* root);
+
+  /// The same for the promises about the partition into A and B for which a proof that
+  /// check() has passed is to be interpolated: no atom mixes both sides, equality
+  /// sub-proofs are trimmed, branches are entered in the table of atoms with one colour, A
+  /// if their term has a symbol that is local to A, else B.
+  [[nodiscard]] std::optional<std::string> check_partition(
+      const proof::Proof* root, const itp::TheoryAtomClassifier& classifier);
 
  private:
   class Run;

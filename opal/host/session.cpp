@@ -10,6 +10,7 @@
 
 #include "opal/host/assertion_stack.h"
 #include "opal/host/farkas.h"
+#include "opal/host/integer_steps.h"
 #include "opal/host/mapper.h"
 #include "opal/host/partition.h"
 #include "opal/host/printer.h"
@@ -71,13 +72,15 @@ class Session::Impl {
   void need(Verdict wanted) const;
 
   void check_symbols(const InterpolationAnswer& answer) const;
-  std::size_t check_steps(const InterpolationAnswer& answer, const std::string& command);
+  VerificationReport check_steps(const InterpolationAnswer& answer,
+                                 const std::string& commands);
+  Interpolants interpolants(ResolvedQuery& resolved, const InterpolationQuery& query);
 
   Terms terms;
   Limits limits;
   Mapper mapper{terms, limits};
   la::Solver solver{mapper, limits};
-  Interpolation interpolation{terms, solver, mapper};
+  Interpolation interpolation{terms, solver, mapper, limits};
   AssertionStack stack;
 
   // The last answer.
@@ -94,11 +97,26 @@ class Session::Impl {
   double size = 0;
 };
 
-// Afterwards the mapper knows the atoms, so that asserting them cannot fail.
+// The atoms of a formula, then those that define its floor terms. Afterwards the mapper
+// knows them, so that asserting them cannot fail. The linear forms of nested floors can be
+// quadratic in the formula: limits hold here as well.
 Conjunction Session::Impl::take_apart(const Term_* formula) {
   Conjunction result{formula, conjuncts(terms, formula)};
-  for (const Term_* atom : result.atoms)
+  std::vector<const Term_*> definitions;
+  for (const Term_* atom : result.atoms) {
+    const auto more = floor_definitions(terms, atom);
+    definitions.insert(definitions.end(), more.begin(), more.end());
+  }
+  if (!definitions.empty()) {
+    std::unordered_set<const Term_*> listed(result.atoms.begin(), result.atoms.end());
+    for (const Term_* atom : definitions) {
+      if (listed.insert(atom).second) result.atoms.push_back(atom);
+    }
+  }
+  for (const Term_* atom : result.atoms) {
+    if (!definitions.empty()) limits.look();
     mapper.constraint(atom);
+  }
   return result;
 }
 
@@ -163,29 +181,27 @@ void Session::Impl::decide(const std::vector<const Term_*>& assumed) {
     assumptions.push_back(take_apart(formula));
     assert_atoms(assumptions.back());
   }
-  if (solver.check() == la::Solver::Verdict::UNSAT) {
-    proof = solver.refutation();
-    assert(proof);
-    verdict = Verdict::UNSAT;
-    return;
-  }
-  take_model();
-  if (verdict == Verdict::SAT) check_model();
-}
-
-// The solver treats an Int as a rational number; its value may be no integer.
-void Session::Impl::take_model() {
-  verdict = Verdict::SAT;
-  for (const Term_* v : variables_of(formulas())) {
-    const QNumber value = solver.value(mapper.variable(v));
-    if (Terms::sort_of(v) == Sort::INT && !value.is_integer()) {
+  switch (solver.check()) {
+    case la::Solver::Verdict::SAT:
+      take_model();
+      check_model();
+      verdict = Verdict::SAT;
+      break;
+    case la::Solver::Verdict::UNSAT:
+      proof = solver.refutation();
+      assert(proof);
+      verdict = Verdict::UNSAT;
+      break;
+    case la::Solver::Verdict::UNKNOWN:
       verdict = Verdict::UNKNOWN;
       reason_unknown = "incomplete";
-      model.clear();
-      return;
-    }
-    model.emplace(v, value);
+      break;
   }
+}
+
+void Session::Impl::take_model() {
+  for (const Term_* v : variables_of(formulas()))
+    model.emplace(v, solver.value(mapper.variable(v)));
 }
 
 void Session::Impl::check_model() const {
@@ -212,17 +228,10 @@ void Session::Impl::check_symbols(const InterpolationAnswer& answer) const {
   }
 }
 
-std::size_t Session::Impl::check_steps(const InterpolationAnswer& answer,
-                                       const std::string& command) {
+VerificationReport Session::Impl::check_steps(const InterpolationAnswer& answer,
+                                              const std::string& commands) {
   const auto steps = verification_steps(terms, answer);
-  std::ostringstream script;
-  print_queries(script, steps);
-  const auto answers = run_outside_solver(command, script.str(), limits);
-  if (answers.size() != steps.size()) {
-    throw OutsideSolverError("the outside solver '" + command + "' gave " +
-                             std::to_string(answers.size()) + " answers to " +
-                             std::to_string(steps.size()) + " questions");
-  }
+  const auto [answers, handed_on] = ask_outside_solvers(commands, steps, limits);
   for (std::size_t i = 0; i < steps.size(); ++i) {
     if (answers[i] == "unsat") continue;
     const std::string step =
@@ -233,7 +242,18 @@ std::size_t Session::Impl::check_steps(const InterpolationAnswer& answer,
             : step + " is undecided, the outside solver answered '" + answers[i] + "' to:";
     throw SessionError(what + formulas_text(steps[i]));
   }
-  return steps.size();
+  return {steps.size(), handed_on};
+}
+
+Interpolants Session::Impl::interpolants(ResolvedQuery& resolved,
+                                         const InterpolationQuery& query) {
+  try {
+    return interpolation.interpolants(
+        proof.get(),
+        {resolved.grouping, std::move(resolved.atoms), query.mode, query.cuts, query.raw});
+  } catch (const UnfitStyle& unfit) {
+    throw SessionError(unfit.what());
+  }
 }
 
 Session::Session() : impl_(std::make_unique<Impl>()) {}
@@ -308,7 +328,7 @@ using Atoms = std::unordered_set<const Term_*>;
 Atoms used_atoms(const proof::Proof& proof, const Mapper& mapper) {
   Atoms atoms;
   for (const int id : proof_constraints(proof))
-    atoms.insert(mapper.constraint_atom(id));
+    if (!mapper.is_branch(id)) atoms.insert(mapper.constraint_atom(id));
   return atoms;
 }
 
@@ -361,14 +381,8 @@ std::vector<const Term_*> Session::unsat_assumptions() const {
 
 Interpolants Session::interpolants(const InterpolationQuery& query) {
   impl_->need(Verdict::UNSAT);
-  const ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
-  if (query.mode == Mode::DUAL && !resolved.grouping->is_sequence()) {
-    throw SessionError(
-        "dual mode is for sequences: in a tree the interpolants of siblings would "
-        "not imply their parent's");
-  }
-  Interpolants answer = impl_->interpolation.interpolants(
-      impl_->proof.get(), resolved.grouping, query.mode, query.raw);
+  ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
+  Interpolants answer = impl_->interpolants(resolved, query);
   impl_->engine_seconds += answer.engine_seconds;
   impl_->raw_size += static_cast<double>(answer.raw_size);
   impl_->size += static_cast<double>(answer.size);
@@ -391,7 +405,7 @@ void Session::check_proof() {
 
 VerificationReport Session::verify(const InterpolationQuery& query,
                                    const Interpolants& answer,
-                                   const std::string& outside_solver) {
+                                   const std::string& outside_solvers) {
   impl_->need(Verdict::UNSAT);
   ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
   if (answer.terms.size() + 1 != resolved.groups.size()) {
@@ -401,21 +415,30 @@ VerificationReport Session::verify(const InterpolationQuery& query,
   const InterpolationAnswer full{resolved.grouping.get(), std::move(resolved.groups),
                                  std::move(resolved.background), answer.terms};
   impl_->check_symbols(full);
-  return {impl_->check_steps(full, outside_solver)};
+  return impl_->check_steps(full, outside_solvers);
 }
 
 std::vector<std::pair<std::string, double>> Session::statistics() const {
   const la::Solver::Statistics& work = impl_->solver.statistics();
-  return {{"checks", static_cast<double>(work.checks)},
-          {"pivots", static_cast<double>(work.pivots)},
-          {"relaxations", static_cast<double>(work.relaxations)},
-          {"rows", static_cast<double>(work.rows)},
-          {"terms", static_cast<double>(impl_->terms.size())},
-          {"engine-seconds", impl_->engine_seconds},
-          {"solve-seconds", impl_->solve_seconds},
-          {"interpolant-size", impl_->size},
-          {"interpolant-size-raw", impl_->raw_size},
-          {"memory-mb", peak_megabytes()}};
+  const Interpolation& interpolation = impl_->interpolation;
+  proof::Proof* const proof = impl_->proof.get();
+  const auto cuts = proof == nullptr ? 0 : cuts_in(*proof).size();
+  const auto branches = proof == nullptr ? 0 : branch_tree(*proof).branches.size();
+  return {
+      {"checks", static_cast<double>(work.checks)},
+      {"pivots", static_cast<double>(work.pivots)},
+      {"relaxations", static_cast<double>(work.relaxations)},
+      {"rows", static_cast<double>(work.rows)},
+      {"terms", static_cast<double>(impl_->terms.size())},
+      {"engine-seconds", impl_->engine_seconds},
+      {"solve-seconds", impl_->solve_seconds},
+      {"cuts", static_cast<double>(cuts)},
+      {"branches", static_cast<double>(branches)},
+      {"combinations-visited", static_cast<double>(interpolation.combinations_visited())},
+      {"combinations-survived", static_cast<double>(interpolation.combinations_survived())},
+      {"interpolant-size", impl_->size},
+      {"interpolant-size-raw", impl_->raw_size},
+      {"memory-mb", peak_megabytes()}};
 }
 
 }  // namespace opal::host

@@ -36,11 +36,17 @@ struct InterpolationQuery {
   Mode mode = Mode::AUTO;
   bool raw = false;
   Unmentioned unmentioned = Unmentioned::BACKGROUND;
+  Cuts cuts = Cuts::AUTO;
 };
+
+/// The outside solvers of verification: z3, and cvc5 for what z3 leaves undecided.
+inline constexpr const char* OUTSIDE_SOLVERS =
+    "z3 -in -smt2 -t:10000; cvc5 --lang smt2 --incremental -q --tlimit-per=30000";
 
 /// What was checked of an answer under verification.
 struct VerificationReport {
-  std::size_t steps = 0;  // confirmed by the outside solver
+  std::size_t steps = 0;      // confirmed by an outside solver
+  std::size_t handed_on = 0;  // of these, left undecided by the first one
 };
 
 /// A conversation with the host: assert, check, and ask about the answer. This is the
@@ -86,8 +92,8 @@ class Session {
   // --- answers
   /// Decides the assertions together with some further literals, which hold for this
   /// check only. UNKNOWN when a limit was reached, which reason_unknown() names, or when
-  /// the rational relaxation of Ints has a model with fractions ("incomplete"). A model is
-  /// checked by evaluation against every assertion before SAT is answered. Throws
+  /// the solver gives up on unbounded integers ("incomplete"). A model is checked by
+  /// evaluation against every assertion before SAT is answered. Throws
   /// Unsupported or NotLinear for an assumption, as assert_formula().
   Verdict check(const std::vector<const Term_*>& assumptions = {});
   [[nodiscard]] std::optional<Verdict> last_verdict() const;
@@ -103,7 +109,8 @@ class Session {
   [[nodiscard]] std::vector<const Term_*> unsat_assumptions() const;
   /// After UNSAT: the interpolants of a query. Assumptions count as unmentioned
   /// assertions. Throws SessionError for unknown names, names in two groups, an empty
-  /// group, fewer than two groups, dual mode on a tree; LimitReached at a limit.
+  /// group, fewer than two groups, dual mode on a tree, modular cuts with more than two
+  /// groups and a proof that has cuts; LimitReached at a limit.
   Interpolants interpolants(const InterpolationQuery& query);
   /// The number of assertions and assumptions that a query does not mention.
   [[nodiscard]] std::size_t count_unmentioned(const InterpolationQuery& query) const;
@@ -111,11 +118,12 @@ class Session {
   /// wrong if it does not.
   void check_proof();
   /// Checks the proof with the proof checker and the answer to a query for shared symbols
-  /// and with an outside solver. Throws SessionError for a wrong answer or one that the
-  /// outside solver leaves undecided (what() says which step), OutsideSolverError (see
+  /// and with outside solvers: command lines separated by semicolons, each for the steps
+  /// that those before it leave undecided. Throws SessionError for a wrong answer or one
+  /// that all of them leave undecided (what() says which step), OutsideSolverError (see
   /// verification.h), LimitReached.
   VerificationReport verify(const InterpolationQuery& query, const Interpolants& answer,
-                            const std::string& outside_solver);
+                            const std::string& outside_solvers);
 
   /// Work done and memory used, as name and value, in a fixed order.
   [[nodiscard]] std::vector<std::pair<std::string, double>> statistics() const;

@@ -21,8 +21,8 @@ constexpr std::size_t ROWS_FOR_SHORTCUT = 6;
 
 }  // namespace
 
-Simplex::Simplex(const Mapper& mapper, Limits& limits, Effort effort)
-    : mapper_(mapper), limits_(limits), effort_(effort) {}
+Simplex::Simplex(const ConstraintTerms& terms, Limits& limits, Effort effort)
+    : terms_(terms), limits_(limits), effort_(effort) {}
 
 int Simplex::new_variable(State state) {
   const auto var = static_cast<int>(variables_.size());
@@ -80,7 +80,7 @@ Simplex::Scaled Simplex::slack(const la::LinearTerm& term) {
 }
 
 void Simplex::add(int constr_id, int side) {
-  const la::LinearTerm& term = mapper_.constraint_term(constr_id);
+  const la::LinearTerm& term = terms_.constraint_term(constr_id);
   positions_.push_back(trail_.size());
   const Scaled slack_var = slack(term);
   const bool positive = slack_var.scale.sign() > 0;

@@ -7,9 +7,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "opal/host/constraint_terms.h"
 #include "opal/host/decider.h"
 #include "opal/host/limits.h"
-#include "opal/host/mapper.h"
 #include "opal/host/tableau.h"
 
 namespace opal::host {
@@ -37,7 +37,7 @@ class Simplex final : public Decider {
   enum class Effort : std::uint8_t { NORMAL, EXACT, CORE };
 
   /// Keeps references to both.
-  Simplex(const Mapper& mapper, Limits& limits, Effort effort = Effort::NORMAL);
+  Simplex(const ConstraintTerms& terms, Limits& limits, Effort effort = Effort::NORMAL);
 
   /// From the next check on.
   void set_effort(Effort effort) { effort_ = effort; }
@@ -150,7 +150,7 @@ class Simplex final : public Decider {
   std::optional<Answer> confirm_conflict(const Shortcut& plan,
                                          const ApproximateSimplex& copy);
 
-  const Mapper& mapper_;
+  const ConstraintTerms& terms_;
   Limits& limits_;
   Effort effort_;
   std::vector<Variable> variables_;

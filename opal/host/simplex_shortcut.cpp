@@ -147,7 +147,7 @@ std::optional<Simplex::Answer> Simplex::confirm_point(const Shortcut& plan,
 
 std::optional<Simplex::Answer> Simplex::confirm_conflict(const Shortcut& plan,
                                                          const ApproximateSimplex& copy) {
-  Simplex part(mapper_, limits_, Effort::CORE);
+  Simplex part(terms_, limits_, Effort::CORE);
   for (const ApproximateSimplex::Side& side : copy.sides()) {
     const int var = side.var < plan.columns.size()
                         ? plan.columns[side.var]

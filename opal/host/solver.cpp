@@ -8,6 +8,8 @@
 
 #include "opal/host/difference_graph.h"
 #include "opal/host/farkas.h"
+#include "opal/host/integer_search.h"
+#include "opal/host/search_constraints.h"
 #include "opal/host/simplex.h"
 
 // Constraints with variables other than disequalities go to a decider, as far as they are
@@ -21,6 +23,9 @@
 // and the two refutations make the proof.
 //
 // Example: x = y, y != 0, x != 0: y < 0 is added; its model may satisfy x != 0 at once.
+//
+// With integers, a contradiction of the convex constraints over the rationals comes first;
+// the rest is the work of IntegerSearch, on the same decider.
 
 namespace opal::la {
 
@@ -57,11 +62,13 @@ bool trivially_holds(const LinearTerm& term) {
 
 class Solver::Impl {
  public:
-  Impl(const host::Mapper& mapper, host::Limits& limits)
+  Impl(host::Mapper& mapper, host::Limits& limits)
       : mapper_(mapper),
         limits_(limits),
-        graph_(mapper, limits),
-        simplex_(mapper, limits) {}
+        constraints_(mapper),
+        graph_(constraints_, limits),
+        simplex_(constraints_, limits),
+        integers_(mapper, constraints_, limits) {}
 
   void push() {
     forget();
@@ -74,6 +81,7 @@ class Solver::Impl {
   [[nodiscard]] QNumber value(int var) const;
 
   Method method = Method::AUTO;
+  std::size_t branch_limit = 0;
   Statistics statistics;
 
  private:
@@ -82,6 +90,8 @@ class Solver::Impl {
     std::size_t disequalities;
     std::size_t trivial;
     std::size_t differences;
+    std::size_t with_integers;
+    std::size_t with_reals;
   };
   // A refutation: the combination, or the two of a disequality's halves.
   struct Refutation {
@@ -90,20 +100,26 @@ class Solver::Impl {
     FarkasCombination second;
   };
   [[nodiscard]] Counts counts() const {
-    return {convex_.size(), disequalities_.size(), trivial_.size(), differences_};
+    return {convex_.size(), disequalities_.size(), trivial_.size(),
+            differences_,   with_integers_,        with_reals_};
   }
   // Ends the last answer, and takes back the halves of disequalities that it added.
   void forget() {
     refutation_.reset();
+    integer_refutation_ = ProofRef();
     decider_ = nullptr;
     keep_asserted();
+    constraints_.clear();
   }
   void keep_asserted() {
     graph_.retract(std::min(graph_.size(), convex_.size()));
     simplex_.retract(std::min(simplex_.size(), convex_.size()));
   }
   [[nodiscard]] Decider& choose_decider();
-  std::optional<Refutation> decide(Decider& decider);
+  std::optional<Refutation> refute_convex(Decider& decider);
+  Verdict decide(Decider& decider);
+  Verdict decide_integers(Decider& decider);
+  void count(const LinearTerm& term);
   std::optional<Refutation> separate(Decider& decider);
   bool add_half(Decider& decider, int id);
   FarkasCombination refute_half(Decider& decider, int id, int side);
@@ -113,16 +129,21 @@ class Solver::Impl {
 
   const host::Mapper& mapper_;
   host::Limits& limits_;
+  host::SearchConstraints constraints_;
   std::vector<int> convex_;         // asserted constraints with variables, no NEQ
   std::vector<int> disequalities_;  // asserted disequalities with variables
   std::vector<int> trivial_;        // asserted constraints without variables that fail
   std::size_t differences_ = 0;     // how many of the first two are differences
+  std::size_t with_integers_ = 0;   // how many of them have an integer variable
+  std::size_t with_reals_ = 0;      // how many of them have a real variable
   std::vector<Counts> levels_;
   DifferenceGraph graph_;
   host::Simplex simplex_;
+  host::IntegerSearch integers_;
 
   // The answer of the last check.
   std::optional<Refutation> refutation_;
+  ProofRef integer_refutation_;
   Decider* decider_ = nullptr;  // which has the model
   QNumber epsilon_;             // the value of the infinitesimal in the model
 };
@@ -136,6 +157,8 @@ void Solver::Impl::pop() {
   disequalities_.resize(counts.disequalities);
   trivial_.resize(counts.trivial);
   differences_ = counts.differences;
+  with_integers_ = counts.with_integers;
+  with_reals_ = counts.with_reals;
   keep_asserted();
 }
 
@@ -148,14 +171,28 @@ void Solver::Impl::assert_constraint(int id) {
     return;
   }
   (term.kind == LinearTerm::NEQ ? disequalities_ : convex_).push_back(id);
-  if (DifferenceGraph::is_difference(term)) ++differences_;
+  count(term);
 }
 
+void Solver::Impl::count(const LinearTerm& term) {
+  if (DifferenceGraph::is_difference(term)) ++differences_;
+  bool integer = false;
+  bool real = false;
+  for (const auto& pair : term.vars.coeffs())
+    (mapper_.is_integer(pair.first) ? integer : real) = true;
+  if (integer) ++with_integers_;
+  if (real) ++with_reals_;
+}
+
+// Differences of integers have integral potentials; differences of both sorts may need
+// cuts, which are no differences. The points that the simplex's shortcut finds are no
+// corners: integers want those.
 Decider& Solver::Impl::choose_decider() {
   statistics.differences = differences_ == convex_.size() + disequalities_.size();
-  if (method == Method::AUTO && statistics.differences) return graph_;
-  simplex_.set_effort(method == Method::EXACT ? host::Simplex::Effort::EXACT
-                                              : host::Simplex::Effort::NORMAL);
+  const bool mixed = with_integers_ > 0 && with_reals_ > 0;
+  if (method == Method::AUTO && statistics.differences && !mixed) return graph_;
+  const bool exact = method == Method::EXACT || with_integers_ > 0;
+  simplex_.set_effort(exact ? host::Simplex::Effort::EXACT : host::Simplex::Effort::NORMAL);
   return simplex_;
 }
 
@@ -163,9 +200,10 @@ Solver::Verdict Solver::Impl::check() {
   forget();
   ++statistics.checks;
   Decider& decider = choose_decider();
+  Verdict verdict = Verdict::UNKNOWN;
   try {
-    refutation_ = decide(decider);
-    if (!refutation_) {
+    verdict = decide(decider);
+    if (verdict == Verdict::SAT) {
       decider_ = &decider;
       choose_epsilon();
     }
@@ -176,10 +214,30 @@ Solver::Verdict Solver::Impl::check() {
   statistics.pivots = simplex_.pivots();
   statistics.relaxations = graph_.relaxations();
   statistics.rows = simplex_.rows();
+  statistics.nodes = integers_.statistics().nodes;
+  statistics.cuts = integers_.statistics().cuts;
+  return verdict;
+}
+
+Solver::Verdict Solver::Impl::decide(Decider& decider) {
+  refutation_ = refute_convex(decider);
+  if (!refutation_ && with_integers_ > 0) return decide_integers(decider);
+  if (!refutation_) refutation_ = separate(decider);
   return refutation_ ? Verdict::UNSAT : Verdict::SAT;
 }
 
-std::optional<Solver::Impl::Refutation> Solver::Impl::decide(Decider& decider) {
+Solver::Verdict Solver::Impl::decide_integers(Decider& decider) {
+  switch (integers_.decide({&convex_, &disequalities_, &decider,
+                            /*cuts=*/&decider == &simplex_, branch_limit})) {
+    case host::IntegerSearch::Verdict::SAT: return Verdict::SAT;
+    case host::IntegerSearch::Verdict::UNKNOWN: return Verdict::UNKNOWN;
+    case host::IntegerSearch::Verdict::UNSAT: break;
+  }
+  integer_refutation_ = integers_.take_refutation();
+  return Verdict::UNSAT;
+}
+
+std::optional<Solver::Impl::Refutation> Solver::Impl::refute_convex(Decider& decider) {
   if (!trivial_.empty())
     return trivial_refutation(trivial_[0], mapper_.constraint_term(trivial_[0]));
   while (decider.size() < convex_.size()) {
@@ -188,7 +246,7 @@ std::optional<Solver::Impl::Refutation> Solver::Impl::decide(Decider& decider) {
   }
   if (auto combination = decider.check())
     return Refutation{std::nullopt, std::move(*combination), {}};
-  return separate(decider);
+  return std::nullopt;
 }
 
 Solver::Impl::Refutation Solver::Impl::trivial_refutation(int id, const LinearTerm& term) {
@@ -257,11 +315,12 @@ void Solver::Impl::narrow_epsilon(int id) {
 }
 
 ProofRef Solver::Impl::refutation() const {
+  if (integer_refutation_) return integer_refutation_;
   assert(refutation_);
-  ProofRef first = host::farkas_proof(mapper_, refutation_->first);
+  ProofRef first = host::farkas_proof(constraints_, refutation_->first);
   if (!refutation_->disequality) return first;
   return host::disequality_proof(*refutation_->disequality, std::move(first),
-                                 host::farkas_proof(mapper_, refutation_->second));
+                                 host::farkas_proof(constraints_, refutation_->second));
 }
 
 QNumber Solver::Impl::value(int var) const {
@@ -277,6 +336,7 @@ Solver::Solver(host::Mapper& mapper, host::Limits& limits)
 Solver::~Solver() = default;
 
 void Solver::set_method(Method method) { impl_->method = method; }
+void Solver::set_branch_limit(std::size_t nodes) { impl_->branch_limit = nodes; }
 void Solver::push() { impl_->push(); }
 void Solver::pop() { impl_->pop(); }
 void Solver::assert_constraint(int constr_id) { impl_->assert_constraint(constr_id); }

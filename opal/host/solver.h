@@ -1,6 +1,7 @@
 #ifndef OPAL_HOST_SOLVER_H
 #define OPAL_HOST_SOLVER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -11,17 +12,19 @@
 
 namespace opal::la {
 
-/// Decides conjunctions of linear constraints over the rationals, exactly, and refutes the
-/// contradictory ones by proofs. Constraints are named by the mapper's ids. Problems of
-/// differences only (x - y, x, -x against a constant) go to negative-cycle detection,
-/// others to the general simplex.
+/// Decides conjunctions of linear constraints over rationals and integers, exactly, and
+/// refutes the contradictory ones by proofs. Constraints are named by the mapper's ids.
+/// Problems of differences only (x - y, x, -x against a constant) go to negative-cycle
+/// detection, others to the general simplex; where these leave an integer variable with a
+/// fraction, equalities are solved over the integers, and the rest by branch and cut.
 ///
 ///     Solver solver(mapper, limits);
 ///     solver.assert_constraint(mapper.constraint(atom));
 ///     if (solver.check() == Solver::Verdict::UNSAT) use(solver.refutation());
 class Solver {
  public:
-  enum class Verdict : std::uint8_t { SAT, UNSAT };
+  /// UNKNOWN is for problems with unbounded integers, and for a limit on branches.
+  enum class Verdict : std::uint8_t { SAT, UNSAT, UNKNOWN };
   /// AUTO takes what fits the problem; SIMPLEX takes the simplex for all problems; EXACT
   /// takes the simplex without its shortcut through floating point. All answers are exact.
   enum class Method : std::uint8_t { AUTO, SIMPLEX, EXACT };
@@ -32,6 +35,8 @@ class Solver {
     std::uint64_t pivots = 0;
     std::uint64_t relaxations = 0;  // of difference edges
     std::uint64_t rows = 0;         // of the tableau at the last check
+    std::uint64_t nodes = 0;        // of trees of branches
+    std::uint64_t cuts = 0;         // that were added, whether a proof uses them or not
     bool differences = false;       // whether the last check was of differences only
   };
 
@@ -41,6 +46,8 @@ class Solver {
 
   /// From the next check on.
   void set_method(Method method);
+  /// The most nodes that a tree of branches may have in a check; 0 for no limit.
+  void set_branch_limit(std::size_t nodes);
 
   void push();
   /// Takes back what was asserted since the matching push(). There must be one.

@@ -139,6 +139,18 @@ class Terms::Impl {
     return variables.emplace(symbol.name, leaf(symbol)).first->second;
   }
 
+  const Term_* fresh_variable(std::string_view prefix, Sort sort) {
+    const std::string name = std::string(prefix) + std::to_string(fresh_.size() + 1);
+    const TermSymbol& symbol =
+        symbols_.emplace_back(Kind::VARIABLE, sort, 0, name, QNumber());
+    return fresh_.emplace(&symbol, leaf(symbol)).first->second;
+  }
+
+  const Term_* variable(const TermSymbol& symbol) {
+    const auto found = fresh_.find(&symbol);
+    return found != fresh_.end() ? found->second : variable(symbol.name, symbol.sort);
+  }
+
   const Term_* constant(Kind kind) { return leaf(*symbol(kind, Sort::BOOL, 0)); }
 
   // The one term of a symbol with arguments.
@@ -159,6 +171,10 @@ class Terms::Impl {
     return made;
   }
 
+  [[nodiscard]] bool has_symbol(Kind kind, Sort sort) const {
+    return plain_symbols_[static_cast<std::size_t>(kind)][static_cast<std::size_t>(sort)] !=
+           nullptr;
+  }
   [[nodiscard]] std::size_t size() const { return terms_.size(); }
   [[nodiscard]] const Type* type(Sort sort) const {
     return &types_[static_cast<std::size_t>(sort)];
@@ -203,6 +219,7 @@ class Terms::Impl {
   std::unordered_map<QNumber, const Term_*> numbers_;
   // By sort; the keys are views of the names in the symbols.
   std::array<std::unordered_map<std::string_view, const Term_*>, SORTS> variables_;
+  std::unordered_map<const TermSymbol*, const Term_*> fresh_;
   Arena arena_;
   std::vector<const Term_*> terms_;  // the term of id i is terms_[i - 1]
   std::vector<Slot> slots_;
@@ -232,6 +249,10 @@ const Term_* Terms::make_number(const QNumber& value) { return impl_->number(val
 
 const Term_* Terms::make_variable(std::string_view name, Sort sort) {
   return impl_->variable(name, sort);
+}
+
+const Term_* Terms::make_fresh_variable(std::string_view prefix, Sort sort) {
+  return impl_->fresh_variable(prefix, sort);
 }
 
 const Term_* Terms::make_plus(const Term_* a, const Term_* b) {
@@ -348,7 +369,7 @@ const Term_* Terms::make_term(const Symbol* symbol, const std::vector<const Term
   const auto& s = static_cast<const TermSymbol&>(*symbol);
   assert(args.size() == s.arity());
   switch (s.kind) {
-    case Kind::VARIABLE: return make_variable(s.name, s.sort);
+    case Kind::VARIABLE: return impl_->variable(s);
     case Kind::NUMERAL: return make_number(s.value);
     case Kind::TRUE: return true_;
     case Kind::FALSE: return false_;
@@ -402,6 +423,8 @@ bool Terms::is_number(const Symbol* symbol, QNumber* value) const {
 int Terms::kind(const Symbol* symbol) const {
   return static_cast<int>(static_cast<const TermSymbol&>(*symbol).kind);
 }
+
+bool Terms::has_floors() const { return impl_->has_symbol(Kind::FLOOR, Sort::INT); }
 
 std::size_t Terms::size() const { return impl_->size(); }
 

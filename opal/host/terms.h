@@ -81,6 +81,9 @@ class Terms final : public TermManager {
                          const std::vector<const Term_*>& args) override;
   /// The variable (nullary function) of that name and sort; one term per name and sort.
   const Term_* make_variable(std::string_view name, Sort sort);
+  /// A new variable in each call, which make_variable never returns. Its name is the prefix
+  /// and a number; a prefix that no user's symbol begins with makes the name unique too.
+  const Term_* make_fresh_variable(std::string_view prefix, Sort sort);
   const Term_* make_to_real(const Term_* t);
   const Term_* make_lt(const Term_* a, const Term_* b);
   /// a /= b; as in make_equal, both are formulas or neither is
@@ -103,6 +106,8 @@ class Terms final : public TermManager {
   static Sort sort_of(const Term_* t) { return symbol_of(t).sort; }
   static bool is_numeral(const Term_* t) { return kind_of(t) == Kind::NUMERAL; }
 
+  /// Whether a floor term has been made so far.
+  [[nodiscard]] bool has_floors() const;
   /// The number of terms made so far.
   [[nodiscard]] std::size_t size() const;
 

@@ -2,12 +2,75 @@
 
 #include <algorithm>
 #include <cassert>
+#include <numeric>
+#include <sstream>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "opal/host/printer.h"
 
 namespace opal::host {
+
+namespace {
+
+using Queries = std::vector<std::vector<const Term_*>>;
+
+// The parts of a text between semicolons outside of quotes; always at least one.
+std::vector<std::string> split_commands(const std::string& commands) {
+  std::vector<std::string> result(1);
+  char quote = 0;
+  for (const char c : commands) {
+    if (quote == 0 && c == ';') {
+      result.emplace_back();
+      continue;
+    }
+    if (c == quote) {
+      quote = 0;
+    } else if (quote == 0 && (c == '\'' || c == '"')) {
+      quote = c;
+    }
+    result.back() += c;
+  }
+  return result;
+}
+
+std::vector<std::string> ask(const std::string& command, const Queries& queries,
+                             Limits& limits) {
+  std::ostringstream script;
+  print_queries(script, queries);
+  auto answers = run_outside_solver(command, script.str(), limits);
+  if (answers.size() == queries.size()) return answers;
+  throw OutsideSolverError("the outside solver '" + command + "' gave " +
+                           std::to_string(answers.size()) + " answers to " +
+                           std::to_string(queries.size()) + " questions");
+}
+
+}  // namespace
+
+OutsideAnswers ask_outside_solvers(const std::string& commands, const Queries& queries,
+                                   Limits& limits) {
+  OutsideAnswers result;
+  result.answers.resize(queries.size());
+  std::vector<std::size_t> open(queries.size());
+  std::iota(open.begin(), open.end(), std::size_t{0});
+  bool first = true;
+  for (const std::string& command : split_commands(commands)) {
+    if (open.empty()) break;
+    Queries asked;
+    for (const std::size_t i : open)
+      asked.push_back(queries[i]);
+    std::vector<std::string> answers = ask(command, asked, limits);
+    std::vector<std::size_t> undecided;
+    for (std::size_t k = 0; k < open.size(); ++k) {
+      if (answers[k] != "sat" && answers[k] != "unsat") undecided.push_back(open[k]);
+      result.answers[open[k]] = std::move(answers[k]);
+    }
+    open = std::move(undecided);
+    if (std::exchange(first, false)) result.handed_on = open.size();
+  }
+  return result;
+}
 
 std::vector<std::vector<const Term_*>> verification_steps(
     Terms& terms, const InterpolationAnswer& answer) {

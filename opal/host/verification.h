@@ -25,6 +25,20 @@ class OutsideSolverError : public std::runtime_error {
 std::vector<std::string> run_outside_solver(const std::string& command,
                                             const std::string& script, Limits& limits);
 
+/// What outside solvers answered to queries for satisfiability.
+struct OutsideAnswers {
+  std::vector<std::string> answers;  // one per query: "sat", "unsat", or another word
+  std::size_t handed_on = 0;         // queries that the first solver left undecided
+};
+
+/// Asks outside solvers, in the order of their commands, which are separated by semicolons
+/// outside of quotes. Each gets the queries that those before it left undecided; one that
+/// would get none is not started. Throws as run_outside_solver(), and when a solver does
+/// not give one line to each query.
+OutsideAnswers ask_outside_solvers(const std::string& commands,
+                                   const std::vector<std::vector<const Term_*>>& queries,
+                                   Limits& limits);
+
 /// An interpolation query with its answer, for the checks.
 struct InterpolationAnswer {
   const Grouping* grouping = nullptr;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <random>
+#include <set>
 
 #include "opal/host/printer.h"
 #include "opal/host/session.h"
@@ -83,10 +84,11 @@ TEST_F(SessionTest, ConversationFromModelToInterpolants) {
   s.assert_formula(t.false_term(), "a");
   ASSERT_EQ(s.check(), Verdict::UNSAT);
   EXPECT_EQ(s.unsat_core(), Names{"a"});
+  const std::set<std::string> not_needed = {"pivots",   "relaxations",          "rows",
+                                            "cuts",     "combinations-visited", "nodes",
+                                            "branches", "combinations-survived"};
   for (const auto& [name, value] : s.statistics()) {
-    if (name != "pivots" && name != "relaxations" && name != "rows") {
-      EXPECT_GT(value, 0) << name;
-    }
+    EXPECT_TRUE(value > 0 || not_needed.count(name) > 0) << name;
   }
 }
 
@@ -109,18 +111,19 @@ TEST_F(SessionTest, AssumptionsHoldForOneCheckAndAreBackground) {
   EXPECT_TRUE(evaluate(x, s.model()) < QNumber(1));
 }
 
-TEST_F(SessionTest, IntegersWithoutIntegerModelAreUnknown) {
+// 0 < i - j < 1, hidden behind a real: no cut may round it, and branching never ends.
+TEST_F(SessionTest, UnboundedIntegersMayBeUnknown) {
   const Term_* i = t.make_variable("i", Sort::INT);
   const Term_* j = t.make_variable("j", Sort::INT);
-  s.assert_formula(leq(i, num(7)));
+  s.assert_formula(t.make_equal(t.make_plus(x, t.make_to_real(j)), t.make_to_real(i)));
   EXPECT_EQ(s.check(), Verdict::SAT);
-  const auto twice = [&](const Term_* v) { return t.make_times(num(2), v); };
-  const Term_* three = t.make_times(num(3), j);
-  s.assert_formula(t.make_equal(t.make_plus(twice(i), three), num(1)));
-  s.assert_formula(t.make_equal(t.make_plus(i, three), num(0)));
-  s.assert_formula(leq(num(1), i));
+  s.assert_formula(t.make_lt(num(0), x));
+  s.assert_formula(t.make_lt(x, num(1)));
   EXPECT_EQ(s.check(), Verdict::UNKNOWN);
   EXPECT_EQ(s.reason_unknown(), "incomplete");
+  s.assert_formula(leq(num(0), t.make_to_real(j)));
+  s.assert_formula(leq(t.make_to_real(j), num(9)));
+  EXPECT_EQ(s.check(), Verdict::UNSAT);
 }
 
 TEST_F(SessionTest, LimitsEndAnswersAndLeaveTheSessionUsable) {

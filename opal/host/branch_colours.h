@@ -1,0 +1,21 @@
+#ifndef OPAL_HOST_BRANCH_COLOURS_H
+#define OPAL_HOST_BRANCH_COLOURS_H
+
+#include <vector>
+
+#include "opal/host/mapper.h"
+#include "opal/interfaces/atom_classifier.h"
+#include "opal/interfaces/laz_proof.h"
+
+namespace opal::host {
+
+/// Enters both atoms of each branch in the classifier, with the same colour: A's if the
+/// branch's term has a symbol that is local to A, else B's (see docs/proofs.md). Throws
+/// std::logic_error for a branch that has symbols local to A and to B, or a symbol of no
+/// group, and for one whose atom is asserted.
+void colour_branches(const std::vector<laz::LaZInternalBBProof*>& branches,
+                     const Mapper& mapper, itp::TheoryAtomClassifier& classifier);
+
+}  // namespace opal::host
+
+#endif
