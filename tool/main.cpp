@@ -87,13 +87,20 @@ void describe(CLI::App& app, Options& options) {
               "how interpolants are built: sum, conj, dual, or auto (the smallest)")
       ->type_name("MODE")
       ->default_str("auto");
+  add_setting(app, options, "--cuts", "opal-cuts",
+              "how integer cuts are expressed: modular (by congruences), floor (by integer "
+              "division), or auto (the smaller)")
+      ->type_name("STYLE")
+      ->default_str("auto");
   add_switch(app, options, "--raw", "opal-raw", "print interpolants as they are built");
   add_switch(app, options, "--verify", "opal-verify",
              "check the proof, the symbols, and each interpolant with an outside solver");
-  add_setting(app, options, "--verify-with", "opal-verify-with",
-              "the outside solver, reading a script on its standard input")
+  add_setting(
+      app, options, "--verify-with", "opal-verify-with",
+      "the outside solver, reading a script on its standard input; after a semicolon "
+      "one for what it leaves undecided")
       ->type_name("COMMAND")
-      ->default_str("z3 -in -smt2");
+      ->default_str(opal::host::OUTSIDE_SOLVERS);
   add_setting(app, options, "--timeout", "opal-timeout", "seconds that a command may take")
       ->type_name("S");
   add_setting(app, options, "--memory", "opal-memory",

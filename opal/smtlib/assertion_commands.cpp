@@ -7,12 +7,11 @@
 namespace opal::smtlib {
 
 using host::Sort;
-using host::Terms;
 
 void Interpreter::assert_term(const Command& command) {
   expect_operands(command, 1, 1);
   const Node node = command.operands[0];
-  TermParser parser(session_->terms(), symbols_, command.source);
+  TermParser parser(session_->terms(), symbols_, command.source, numbers_);
   const ParsedTerm parsed = parser.parse_formula(node);
   const auto refuse = [&](const Term_* t, const std::string& what) {
     fail_at(command, parser.find(node, t).value_or(node), shortened(what));
@@ -28,7 +27,7 @@ void Interpreter::assert_term(const Command& command) {
     Definition definition;
     definition.name = name;
     definition.body = term;
-    definition.named_formula = Terms::sort_of(term) == Sort::BOOL;
+    definition.named_formula = term.sort == Sort::BOOL;
     symbols_.add(std::move(definition));
   }
   succeed();
@@ -75,7 +74,7 @@ void Interpreter::get_assertions(const Command& command) {
   const char* separator = "";
   for (const auto& assertion : session_->assertions()) {
     out << separator;
-    host::print_term(out, assertion.formula);
+    host::print_term(out, assertion.formula, numbers_ != Numbers::INTEGERS);
     separator = "\n ";
   }
   out << ')';

@@ -8,8 +8,16 @@ namespace opal::smtlib {
 
 using host::Session;
 using host::Sort;
-using host::Terms;
 using Clock = std::chrono::steady_clock;
+
+namespace {
+
+std::string value_text(TypedTerm t, const host::Model& model) {
+  if (t.sort == Sort::BOOL) return host::holds(t.term, model) ? "true" : "false";
+  return host::number_text(host::evaluate(t.term, model), t.sort);
+}
+
+}  // namespace
 
 void Interpreter::check(const Command& command,
                         const std::vector<const Term_*>& assumptions) {
@@ -35,7 +43,7 @@ void Interpreter::check_sat_assuming(const Command& command) {
   expect_operands(command, 1, 1);
   if (!command.source.is_list(command.operands[0]))
     fail_at(command, command.operands[0], "expected a list of literals");
-  TermParser parser(session_->terms(), symbols_, command.source);
+  TermParser parser(session_->terms(), symbols_, command.source, numbers_);
   std::vector<const Term_*> literals;
   std::vector<std::pair<const Term_*, std::string>> assumptions;
   for (const Node n : command.source.children(command.operands[0])) {
@@ -55,14 +63,10 @@ void Interpreter::get_model(const Command& command) {
   out << "(\n";
   for (const Definition& definition : symbols_.definitions()) {
     if (!definition.declared) continue;
-    out << "  (define-fun " << host::symbol_text(definition.name) << " () ";
-    if (Terms::sort_of(definition.body) == Sort::BOOL)
-      out << "Bool false)\n";
-    else
-      out << "Real "
-          << host::number_text(host::evaluate(definition.body, session_->model()),
-                               Sort::REAL)
-          << ")\n";
+    const TypedTerm variable = definition.body;
+    out << "  (define-fun " << host::symbol_text(definition.name) << " () "
+        << to_string(variable.sort) << ' ' << value_text(variable, session_->model())
+        << ")\n";
   }
   out << ')';
   answer(out.str());
@@ -74,16 +78,13 @@ void Interpreter::get_value(const Command& command) {
   const Node list = command.operands[0];
   if (!command.source.is_list(list) || command.source.end(list) == list + 1)
     fail_at(command, list, "expected a list of terms");
-  TermParser parser(session_->terms(), symbols_, command.source);
+  TermParser parser(session_->terms(), symbols_, command.source, numbers_);
   std::string out = "(";
   for (const Node n : command.source.children(list)) {
     const ParsedTerm parsed = parser.parse(n);
     if (out.size() > 1) out += "\n ";
     out += "(" + command.source.written(n) + " ";
-    if (Terms::sort_of(parsed.term) == Sort::BOOL)
-      out += host::holds(parsed.term, session_->model()) ? "true" : "false";
-    else
-      out += host::number_text(host::evaluate(parsed.term, session_->model()), Sort::REAL);
+    out += value_text(parsed, session_->model());
     out += ")";
   }
   answer(out + ")");
@@ -97,7 +98,7 @@ void Interpreter::get_assignment(const Command& command) {
     if (!definition.named_formula) continue;
     if (out.size() > 1) out += ' ';
     out += "(" + host::symbol_text(definition.name) +
-           (host::holds(definition.body, session_->model()) ? " true)" : " false)");
+           (host::holds(definition.body.term, session_->model()) ? " true)" : " false)");
   }
   answer(out + ")");
 }

@@ -6,13 +6,12 @@
 namespace opal::smtlib {
 
 using host::Sort;
-using host::Terms;
 
 void Interpreter::declare(const Command& command, Node name, Node sort) {
   Definition definition;
-  definition.name = parse_new_symbol(command.source, name, symbols_);
-  definition.body =
-      session_->terms().make_variable(definition.name, parse_sort(command.source, sort));
+  definition.name = parse_new_symbol(command.source, name, symbols_, numbers_);
+  const Sort s = parse_sort(command.source, sort, numbers_);
+  definition.body = {session_->terms().make_variable(definition.name, s), s};
   definition.declared = true;
   symbols_.add(std::move(definition));
   succeed();
@@ -49,8 +48,8 @@ void Interpreter::define(const Command& command, Node sort, Node body,
                          const std::vector<Node>& parameters) {
   const Sexpr& source = command.source;
   Definition definition;
-  definition.name = parse_new_symbol(source, command.operands[0], symbols_);
-  TermParser parser(session_->terms(), symbols_, source);
+  definition.name = parse_new_symbol(source, command.operands[0], symbols_, numbers_);
+  TermParser parser(session_->terms(), symbols_, source, numbers_);
   std::unordered_set<std::string_view> names;
   for (const Node parameter : parameters) {
     const bool is_pair =
@@ -63,14 +62,11 @@ void Interpreter::define(const Command& command, Node sort, Node body,
       fail_at(command, parameter, "a parameter is declared twice: " + std::string(name));
     // No symbol of a script has a bar in its name.
     const std::string hidden = "|" + std::to_string(names.size()) + "|" + std::string(name);
-    definition.parameters.push_back(
-        session_->terms().make_variable(hidden, parse_sort(source, parameter + 2)));
+    definition.parameters.push_back(session_->terms().make_variable(
+        hidden, parse_sort(source, parameter + 2, numbers_)));
     parser.add_parameter(name, definition.parameters.back());
   }
-  const bool is_formula = parse_sort(source, sort) == Sort::BOOL;
-  definition.body = is_formula ? parser.parse_formula(body).term : parser.parse(body).term;
-  if (!is_formula && Terms::sort_of(definition.body) == Sort::BOOL)
-    fail_at(command, body, "sort mismatch: the body is Bool, expected Real");
+  definition.body = parser.parse_body(body, parse_sort(source, sort, numbers_));
   symbols_.add(std::move(definition));
   succeed();
 }

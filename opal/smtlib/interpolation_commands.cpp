@@ -15,13 +15,13 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 // One list: on one line when it is short, else an interpolant a line.
-std::string list_of(const std::vector<const Term_*>& terms) {
+std::string list_of(const std::vector<const Term_*>& terms, Numbers numbers) {
   constexpr std::size_t SHORT = 80;
   std::vector<std::string> texts;
   std::size_t length = 0;
   for (const Term_* t : terms) {
     std::ostringstream out;
-    host::print_term(out, t);
+    host::print_term(out, t, numbers != Numbers::INTEGERS);
     texts.push_back(out.str());
     length += texts.back().size() + 1;
   }
@@ -50,6 +50,7 @@ InterpolationQuery Interpreter::query_of(const Command& command) const {
   query.groups = std::move(tree.names);
   query.first = std::move(tree.first);
   query.mode = settings_.mode;
+  query.cuts = settings_.cuts;
   query.raw = settings_.raw;
   query.unmentioned = settings_.unmentioned;
   return query;
@@ -75,15 +76,20 @@ void Interpreter::get_interpolants(const Command& command) {
   if (settings_.verify) {
     const auto checked = session_->verify(query, interpolants, settings_.verify_with);
     diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
-                 << ": proof checked, " << checked.steps << " step(s) confirmed by "
-                 << settings_.verify_with << '\n';
+                 << ": proof checked, " << checked.steps
+                 << " step(s) confirmed by an outside "
+                    "solver";
+    if (checked.handed_on > 0) {
+      diagnostics_ << ", " << checked.handed_on << " of them not by the first one";
+    }
+    diagnostics_ << '\n';
     diagnostics_.flush();
   }
   report(command,
          std::string("mode ") + host::to_string(interpolants.mode) + ", size " +
              std::to_string(interpolants.size),
          std::chrono::duration<double>(Clock::now() - start).count());
-  answer(list_of(interpolants.terms));
+  answer(list_of(interpolants.terms, numbers_));
 }
 
 }  // namespace opal::smtlib

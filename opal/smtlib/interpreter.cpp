@@ -30,6 +30,7 @@ void Interpreter::start_session() {
   symbols_.clear();
   assumptions_.clear();
   logic_.clear();
+  numbers_ = Numbers::BOTH;
   accepted_.clear();
 }
 

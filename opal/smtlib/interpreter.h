@@ -129,6 +129,7 @@ class Interpreter {
   SymbolTable symbols_;
   std::vector<std::pair<const Term_*, std::string>> assumptions_;  // as written
   std::string logic_;
+  Numbers numbers_ = Numbers::BOTH;              // of the logic
   std::map<std::string, std::string> accepted_;  // options that change nothing, as written
   Outcome outcome_;
   bool exited_ = false;

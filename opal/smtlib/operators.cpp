@@ -4,6 +4,8 @@
 #include <limits>
 #include <unordered_map>
 
+#include "opal/smtlib/arithmetic.h"
+
 namespace opal::smtlib {
 
 using host::Sort;
@@ -15,10 +17,12 @@ constexpr std::size_t MANY = std::numeric_limits<std::size_t>::max();
 
 // What an operator asks of its arguments.
 enum class Signature : std::uint8_t {
-  REALS,  // all Real
-  BOOLS,  // all Bool
-  ALIKE,  // all of one sort
-  CHOICE  // Bool, and two of one sort
+  NUMBERS,   // all Int or, if one is not, all read as Real
+  REALS,     // all read as Real
+  INTEGERS,  // all Int
+  BOOLS,     // all Bool
+  ALIKE,     // BOOLS or NUMBERS
+  CHOICE     // Bool, and two ALIKE
 };
 
 struct Profile {
@@ -27,18 +31,25 @@ struct Profile {
   Signature signature;
   std::size_t least;
   std::size_t most;
+  bool integer = false;  // unknown to logics over Reals only
 };
 
 constexpr Profile PROFILES[] = {
-    {"+", Operator::PLUS, Signature::REALS, 1, MANY},
-    {"-", Operator::MINUS, Signature::REALS, 1, MANY},
-    {"*", Operator::TIMES, Signature::REALS, 1, MANY},
+    {"+", Operator::PLUS, Signature::NUMBERS, 1, MANY},
+    {"-", Operator::MINUS, Signature::NUMBERS, 1, MANY},
+    {"*", Operator::TIMES, Signature::NUMBERS, 1, MANY},
     {"/", Operator::DIVIDE, Signature::REALS, 2, MANY},
-    {"to_real", Operator::TO_REAL, Signature::REALS, 1, 1},
-    {"<=", Operator::LEQ, Signature::REALS, 2, MANY},
-    {"<", Operator::LT, Signature::REALS, 2, MANY},
-    {">=", Operator::GEQ, Signature::REALS, 2, MANY},
-    {">", Operator::GT, Signature::REALS, 2, MANY},
+    {"div", Operator::DIV, Signature::INTEGERS, 2, MANY, true},
+    {"mod", Operator::MOD, Signature::INTEGERS, 2, 2, true},
+    {"abs", Operator::ABS, Signature::INTEGERS, 1, 1, true},
+    {"divisible", Operator::DIVISIBLE, Signature::INTEGERS, 1, 1, true},
+    {"to_real", Operator::TO_REAL, Signature::INTEGERS, 1, 1},
+    {"to_int", Operator::TO_INT, Signature::REALS, 1, 1, true},
+    {"is_int", Operator::IS_INT, Signature::REALS, 1, 1, true},
+    {"<=", Operator::LEQ, Signature::NUMBERS, 2, MANY},
+    {"<", Operator::LT, Signature::NUMBERS, 2, MANY},
+    {">=", Operator::GEQ, Signature::NUMBERS, 2, MANY},
+    {">", Operator::GT, Signature::NUMBERS, 2, MANY},
     {"=", Operator::EQUAL, Signature::ALIKE, 2, MANY},
     {"distinct", Operator::DISTINCT, Signature::ALIKE, 2, MANY},
     {"not", Operator::NOT, Signature::BOOLS, 1, 1},
@@ -55,87 +66,70 @@ const Profile& profile_of(Operator op) {
   return profile;
 }
 
-// Bool or Real; a numeral is a Real here whatever its value.
-Sort sort_of(const Term_* t) {
-  return Terms::sort_of(t) == Sort::BOOL ? Sort::BOOL : Sort::REAL;
-}
-
-void expect_sort(const Profile& profile, Arguments args, std::size_t i, Sort expected) {
-  if (sort_of(args[i]) == expected) return;
+[[noreturn]] void refuse_sort(const Profile& profile, Arguments args, std::size_t i,
+                              const std::string& expected) {
   throw OperatorError("sort mismatch: argument " + std::to_string(i + 1) + " of " +
-                          std::string(profile.name) + " is " + to_string(sort_of(args[i])) +
-                          ", expected " + to_string(expected),
+                          std::string(profile.name) + " is " + to_string(args.sort(i)) +
+                          ", expected " + expected,
                       i);
 }
 
-void check_arguments(const Profile& profile, Arguments args) {
-  if (args.count < profile.least || args.count > profile.most) {
-    std::string expected = std::to_string(profile.least);
-    if (profile.most == MANY) expected = "at least " + expected;
-    throw OperatorError(std::string(profile.name) + " takes " + expected +
-                        (profile.least == 1 ? " argument, not " : " arguments, not ") +
-                        std::to_string(args.count));
+void check_count(const Profile& profile, std::size_t count) {
+  if (count >= profile.least && count <= profile.most) return;
+  std::string expected = std::to_string(profile.least);
+  if (profile.most == MANY) expected = "at least " + expected;
+  throw OperatorError(std::string(profile.name) + " takes " + expected +
+                      (profile.least == 1 ? " argument, not " : " arguments, not ") +
+                      std::to_string(count));
+}
+
+// The sort of the arguments from `start` on: Bool, Int, or Real when they are mixed.
+// Refuses Bool beside others.
+Sort common_sort(const Profile& profile, Arguments args, std::size_t start) {
+  Sort common = args.sort(start);
+  for (std::size_t i = start + 1; i < args.count; ++i) {
+    const Sort sort = args.sort(i);
+    if (sort == common) continue;
+    if (sort == Sort::BOOL || common == Sort::BOOL) {
+      refuse_sort(profile, args, i, to_string(common));
+    }
+    common = Sort::REAL;
   }
-  const bool choice = profile.signature == Signature::CHOICE;
-  if (choice) expect_sort(profile, args, 0, Sort::BOOL);
-  const std::size_t start = choice ? 1 : 0;
-  Sort expected = sort_of(args[start]);
-  if (profile.signature == Signature::REALS) expected = Sort::REAL;
-  if (profile.signature == Signature::BOOLS) expected = Sort::BOOL;
-  for (std::size_t i = start; i < args.count; ++i)
-    expect_sort(profile, args, i, expected);
+  return common;
 }
 
-const QNumber& value_of(const Term_* numeral) { return Terms::symbol_of(numeral).value; }
-
-const Term_* scaled(Terms& terms, const QNumber& factor, const Term_* t) {
-  if (Terms::is_numeral(t)) return terms.make_number(factor * value_of(t));
-  return factor == QNumber(1) ? t : terms.make_times(terms.make_number(factor), t);
-}
-
-const Term_* sum(Terms& terms, Arguments args) {
-  const Term_* result = args[0];
-  for (std::size_t i = 1; i < args.count; ++i)
-    result = terms.make_plus(result, args[i]);
-  return result;
-}
-
-const Term_* difference(Terms& terms, Arguments args) {
-  if (args.count == 1) return scaled(terms, QNumber(-1), args[0]);
-  const Term_* result = args[0];
-  for (std::size_t i = 1; i < args.count; ++i) {
-    result = terms.make_plus(result, scaled(terms, QNumber(-1), args[i]));
-  }
-  return result;
-}
-
-const Term_* product(Terms& terms, Arguments args, bool products) {
-  QNumber factor(1);
-  const Term_* rest = nullptr;
+Sort common_number_sort(const Profile& profile, Arguments args, Numbers numbers) {
+  Sort common = Sort::INT;
   for (std::size_t i = 0; i < args.count; ++i) {
-    if (Terms::is_numeral(args[i])) {
-      factor *= value_of(args[i]);
-    } else if (rest == nullptr) {
-      rest = args[i];
-    } else if (products) {
-      rest = terms.make_times(rest, args[i]);
-    } else {
-      throw OperatorError("non-linear product");
+    if (args.sort(i) == Sort::BOOL) {
+      refuse_sort(profile, args, i,
+                  numbers == Numbers::REALS      ? "Real"
+                  : numbers == Numbers::INTEGERS ? "Int"
+                                                 : "Int or Real");
     }
+    if (args.sort(i) == Sort::REAL) common = Sort::REAL;
   }
-  return rest == nullptr ? terms.make_number(factor) : scaled(terms, factor, rest);
+  return common;
 }
 
-const Term_* quotient(Terms& terms, Arguments args) {
-  QNumber divisor(1);
-  for (std::size_t i = 1; i < args.count; ++i) {
-    if (!Terms::is_numeral(args[i])) {
-      throw OperatorError("division by a term that is not constant", i);
-    }
-    if (value_of(args[i]).is_zero()) throw OperatorError("division by zero");
-    divisor *= value_of(args[i]);
+// The sort of the arguments from `start` on, all of which have it afterwards.
+Sort unify(Terms& terms, const Profile& profile, Numbers numbers, Arguments args,
+           std::size_t start) {
+  Sort common = Sort::BOOL;
+  switch (profile.signature) {
+    case Signature::NUMBERS: common = common_number_sort(profile, args, numbers); break;
+    case Signature::REALS: common = Sort::REAL; break;
+    case Signature::INTEGERS: common = Sort::INT; break;
+    case Signature::BOOLS: break;
+    case Signature::ALIKE:
+    case Signature::CHOICE: common = common_sort(profile, args, start); break;
   }
-  return scaled(terms, divisor.inv(), args[0]);
+  for (std::size_t i = start; i < args.count; ++i) {
+    args.first[i] = read_as(terms, common, args.first[i]);
+    if (args.sort(i) != common) refuse_sort(profile, args, i, to_string(common));
+    assert(args.first[i].is_well_sorted());
+  }
+  return common;
 }
 
 const Term_* equivalent(Terms& terms, const Term_* a, const Term_* b) {
@@ -149,7 +143,7 @@ const Term_* exclusive(Terms& terms, const Term_* a, const Term_* b) {
 }
 
 const Term_* related(Terms& terms, Operator op, const Term_* a, const Term_* b) {
-  const bool formulas = sort_of(a) == Sort::BOOL;
+  const bool formulas = Terms::sort_of(a) == Sort::BOOL;
   switch (op) {
     case Operator::LEQ: return terms.make_leq(a, b);
     case Operator::LT: return terms.make_lt(a, b);
@@ -207,32 +201,48 @@ const Term_* choice(Terms& terms, Arguments args) {
   if (args[0] == terms.true_term()) return args[1];
   if (args[0] == terms.false_term()) return args[2];
   if (args[1] == args[2]) return args[1];
-  if (sort_of(args[1]) != Sort::BOOL) {
+  if (Terms::sort_of(args[1]) != Sort::BOOL) {
     throw OperatorError("ite over a condition that is not constant is not supported");
   }
   return terms.make_and(terms.make_or(terms.make_not(args[0]), args[1]),
                         terms.make_or(args[0], args[2]));
 }
 
+const Term_* formula(Terms& terms, Operator op, Arguments args) {
+  switch (op) {
+    case Operator::DISTINCT: return all_distinct(terms, args);
+    case Operator::NOT: return terms.make_not(args[0]);
+    case Operator::AND:
+    case Operator::OR:
+    case Operator::XOR: return connected(terms, op, args);
+    case Operator::IMPLIES: return implication(terms, args);
+    default: return chain(terms, op, args);
+  }
+}
+
 }  // namespace
 
-std::optional<Operator> operator_of(std::string_view name) {
+std::optional<Operator> operator_of(std::string_view name, Numbers numbers) {
   static const auto BY_NAME = [] {
-    std::unordered_map<std::string_view, Operator> result;
-    for (const Profile& profile : PROFILES)
-      result.emplace(profile.name, profile.op);
+    std::unordered_map<std::string_view, const Profile*> result;
+    for (const Profile& profile : PROFILES) {
+      if (profile.op != Operator::DIVISIBLE) result.emplace(profile.name, &profile);
+    }
     return result;
   }();
   const auto found = BY_NAME.find(name);
   if (found == BY_NAME.end()) return std::nullopt;
-  return found->second;
+  const Profile& profile = *found->second;
+  if (profile.integer && numbers == Numbers::REALS) return std::nullopt;
+  return profile.op;
 }
 
-std::string_view why_unavailable(std::string_view name) {
-  for (const std::string_view integer :
-       {"div", "mod", "abs", "to_int", "is_int", "divisible"}) {
-    if (name == integer)
-      return "is an operator on integers, which come with a later release";
+std::string_view why_unavailable(std::string_view name, Numbers numbers) {
+  if (name == "divisible" && numbers != Numbers::REALS)
+    return "is written ((_ divisible n) t), n a numeral above 0";
+  for (const Profile& profile : PROFILES) {
+    if (profile.integer && profile.name == name)
+      return "is an operator on integers, which the logic does not have";
   }
   if (name == "forall" || name == "exists")
     return "is a quantifier, which is not supported";
@@ -240,31 +250,37 @@ std::string_view why_unavailable(std::string_view name) {
   return {};
 }
 
-const Term_* apply(Terms& terms, Operator op, Arguments args, bool products) {
-  check_arguments(profile_of(op), args);
-  switch (op) {
-    case Operator::PLUS: return sum(terms, args);
-    case Operator::MINUS: return difference(terms, args);
-    case Operator::TIMES: return product(terms, args, products);
-    case Operator::DIVIDE: return quotient(terms, args);
-    case Operator::TO_REAL:
-      if (Terms::is_numeral(args[0])) return args[0];
-      throw OperatorError("sort mismatch: argument 1 of to_real is Real, expected Int", 0);
-    case Operator::LEQ:
-    case Operator::LT:
-    case Operator::GEQ:
-    case Operator::GT:
-    case Operator::EQUAL: return chain(terms, op, args);
-    case Operator::DISTINCT: return all_distinct(terms, args);
-    case Operator::NOT: return terms.make_not(args[0]);
-    case Operator::AND:
-    case Operator::OR:
-    case Operator::XOR: return connected(terms, op, args);
-    case Operator::IMPLIES: return implication(terms, args);
-    case Operator::ITE: return choice(terms, args);
+TypedTerm apply(Terms& terms, const Application& application, Arguments args) {
+  const Operator op = application.op;
+  const Profile& profile = profile_of(op);
+  check_count(profile, args.count);
+  // A numeral of a logic without Ints may be converted all the same.
+  if (op == Operator::TO_REAL && Terms::is_numeral(args[0])) {
+    return {args[0], Sort::REAL};
   }
-  assert(false);
-  return nullptr;
+  const bool chooses = op == Operator::ITE;
+  if (chooses && args.sort(0) != Sort::BOOL) refuse_sort(profile, args, 0, "Bool");
+  const Sort sort = unify(terms, profile, application.numbers, args, chooses ? 1 : 0);
+  const auto typed = [](const Term_* t, Sort s) {
+    assert((TypedTerm{t, s}.is_well_sorted()));
+    return TypedTerm{t, s};
+  };
+  switch (op) {
+    case Operator::PLUS: return typed(sum(terms, args), sort);
+    case Operator::MINUS: return typed(difference(terms, args), sort);
+    case Operator::TIMES: return typed(product(terms, args, application.products), sort);
+    case Operator::DIVIDE: return typed(quotient(terms, args), Sort::REAL);
+    case Operator::DIV: return typed(integer_quotient(terms, args), Sort::INT);
+    case Operator::MOD: return typed(remainder(terms, args), Sort::INT);
+    case Operator::ABS: return typed(absolute(terms, args), Sort::INT);
+    case Operator::DIVISIBLE:
+      return typed(divisible(terms, args, application.index), Sort::BOOL);
+    case Operator::TO_REAL: return typed(terms.make_to_real(args[0]), Sort::REAL);
+    case Operator::TO_INT: return typed(floor_of(terms, args[0]), Sort::INT);
+    case Operator::IS_INT: return typed(is_integer(terms, args[0]), Sort::BOOL);
+    case Operator::ITE: return typed(choice(terms, args), sort);
+    default: return typed(formula(terms, op, args), Sort::BOOL);
+  }
 }
 
 }  // namespace opal::smtlib

@@ -9,16 +9,23 @@
 #include <string_view>
 
 #include "opal/host/terms.h"
+#include "opal/smtlib/sorts.h"
 
 namespace opal::smtlib {
 
-/// The predefined functions over Bool and Real.
+/// The predefined functions over Bool, Int and Real.
 enum class Operator : std::uint8_t {
   PLUS,
   MINUS,
   TIMES,
   DIVIDE,
+  DIV,
+  MOD,
+  ABS,
+  DIVISIBLE,
   TO_REAL,
+  TO_INT,
+  IS_INT,
   LEQ,
   LT,
   GEQ,
@@ -33,10 +40,12 @@ enum class Operator : std::uint8_t {
   ITE
 };
 
-/// The operator of a name, or nothing.
-std::optional<Operator> operator_of(std::string_view name);
+/// The operator of a name in a logic over these numbers, or nothing. The functions that
+/// take or make Ints are none over REALS: a script may declare their names there.
+/// DIVISIBLE, which has an index, has no name.
+std::optional<Operator> operator_of(std::string_view name, Numbers numbers);
 /// Why a name that others know as a function is none here, or "" for any other name.
-std::string_view why_unavailable(std::string_view name);
+std::string_view why_unavailable(std::string_view name, Numbers numbers);
 
 /// An application that is wrong; what() says how.
 class OperatorError : public std::runtime_error {
@@ -51,17 +60,25 @@ class OperatorError : public std::runtime_error {
 
 /// Arguments, in order.
 struct Arguments {
-  const Term_* const* first;
+  TypedTerm* first;
   std::size_t count;
 
-  const Term_* operator[](std::size_t i) const { return first[i]; }
+  const Term_* operator[](std::size_t i) const { return first[i].term; }
+  [[nodiscard]] host::Sort sort(std::size_t i) const { return first[i].sort; }
+};
+
+/// How an operator is applied.
+struct Application {
+  Operator op;
+  Numbers numbers;            // of the logic
+  bool products = false;      // whether two factors of a product may be no numerals
+  QNumber index = QNumber();  // of DIVISIBLE, a positive integer
 };
 
 /// The term of an application. Relations are chained, sums, products and connectives take
-/// any number of arguments, `distinct` is a conjunction over all pairs. A product with two
-/// factors that are not numerals is an error unless `products` is set.
-/// Throws OperatorError.
-const Term_* apply(host::Terms& terms, Operator op, Arguments args, bool products);
+/// any number of arguments, `distinct` is a conjunction over all pairs. Ints among Reals
+/// become Reals: `args` is changed to say so. Throws OperatorError.
+TypedTerm apply(host::Terms& terms, const Application& application, Arguments args);
 
 }  // namespace opal::smtlib
 

@@ -1,3 +1,4 @@
+#include <optional>
 #include <sstream>
 
 #include "opal/host/printer.h"
@@ -21,19 +22,28 @@ std::string first_value(std::string_view option) {
   return "";
 }
 
+// The numbers of a logic, if it is one that is supported.
+std::optional<Numbers> numbers_of(std::string_view logic) {
+  if (logic == "QF_LRA" || logic == "QF_RDL") return Numbers::REALS;
+  if (logic == "QF_LIA" || logic == "QF_IDL") return Numbers::INTEGERS;
+  if (logic == "QF_LIRA" || logic == "ALL") return Numbers::BOTH;
+  return std::nullopt;
+}
+
 }  // namespace
 
 void Interpreter::set_logic(const Command& command) {
   expect_operands(command, 1, 1);
   const Node n = command.operands[0];
   const std::string logic = command.source.shortened(n);
-  if (logic == "QF_LIA" || logic == "QF_LIRA" || logic == "QF_IDL")
+  const auto numbers = numbers_of(logic);
+  if (!numbers)
     fail_at(command, n,
-            "logic " + logic + " is not supported yet: integers come with a later release");
-  if (logic != "QF_LRA" && logic != "QF_RDL" && logic != "ALL")
-    fail_at(command, n, "unknown logic " + logic + ", expected QF_LRA, QF_RDL or ALL");
+            "unknown logic " + logic +
+                ", expected QF_LRA, QF_LIA, QF_LIRA, QF_RDL, QF_IDL or ALL");
   if (!logic_.empty()) fail(command, "the logic is set already, to " + logic_);
   logic_ = logic;
+  numbers_ = *numbers;
   succeed();
 }
 

@@ -8,6 +8,7 @@
 
 namespace opal::smtlib {
 
+using host::Cuts;
 using host::Mode;
 using host::Unmentioned;
 using Method = la::Solver::Method;
@@ -25,6 +26,11 @@ double amount_of(const std::string& text) {
 Mode mode_named(const std::string& text) {
   if (const auto mode = host::mode_of(text)) return *mode;
   throw SettingError("expected sum, conj, dual or auto, found " + text);
+}
+
+Cuts cuts_named(const std::string& text) {
+  if (const auto cuts = host::cuts_of(text)) return *cuts;
+  throw SettingError("expected modular, floor or auto, found " + text);
 }
 
 Unmentioned unmentioned_named(const std::string& text) {
@@ -78,6 +84,8 @@ bool boolean_of(const std::string& text) {
 bool Settings::set(std::string_view option, const std::string& value) {
   if (option == "opal-mode")
     mode = mode_named(value);
+  else if (option == "opal-cuts")
+    cuts = cuts_named(value);
   else if (option == "opal-raw")
     raw = boolean_of(value);
   else if (option == "opal-verify")
@@ -105,6 +113,7 @@ bool Settings::set(std::string_view option, const std::string& value) {
 
 std::string Settings::get(std::string_view option) const {
   if (option == "opal-mode") return host::to_string(mode);
+  if (option == "opal-cuts") return host::to_string(cuts);
   if (option == "opal-raw") return text_of(raw);
   if (option == "opal-verify") return text_of(verify);
   if (option == "opal-verify-with") return host::string_literal(verify_with);

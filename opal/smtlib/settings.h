@@ -19,9 +19,10 @@ class SettingError : public std::runtime_error {
 /// What a user can choose, on the command line or by (set-option :opal-... value).
 struct Settings {
   host::Mode mode = host::Mode::AUTO;
+  host::Cuts cuts = host::Cuts::AUTO;
   bool raw = false;     // interpolants as built, without simplification
   bool verify = false;  // check proofs and interpolants
-  std::string verify_with = "z3 -in -smt2";
+  std::string verify_with = host::OUTSIDE_SOLVERS;
   double timeout = 0;      // seconds a command may take; 0 for no limit
   std::size_t memory = 0;  // megabytes that the process may hold; 0 for no limit
   host::Unmentioned unmentioned = host::Unmentioned::BACKGROUND;

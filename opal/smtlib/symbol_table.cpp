@@ -4,6 +4,8 @@
 #include <cassert>
 #include <utility>
 
+#include "opal/smtlib/arithmetic.h"
+
 namespace opal::smtlib {
 
 using host::Kind;
@@ -15,7 +17,7 @@ const Definition* SymbolTable::find(std::string_view name) const {
 }
 
 void SymbolTable::add(Definition definition) {
-  assert(find(definition.name) == nullptr && definition.body != nullptr);
+  assert(find(definition.name) == nullptr && definition.body.is_well_sorted());
   definitions_.push_back(std::move(definition));
   by_name_.emplace(definitions_.back().name, definitions_.size() - 1);
 }
@@ -56,7 +58,7 @@ const Term_* rebuilt(Terms& terms, const Term_* t, const std::vector<const Term_
     case Kind::AND: return terms.make_and(args[0], args[1]);
     case Kind::OR: return terms.make_or(args[0], args[1]);
     case Kind::TO_REAL: return terms.make_to_real(args[0]);
-    case Kind::FLOOR: return terms.make_floor(args[0]);
+    case Kind::FLOOR: return floor_of(terms, args[0]);
     default: return terms.make_term(t->symbol(), args);
   }
 }
@@ -65,12 +67,12 @@ const Term_* rebuilt(Terms& terms, const Term_* t, const std::vector<const Term_
 
 const Term_* instantiate(Terms& terms, const Definition& definition,
                          const Term_* const* arguments) {
-  if (definition.parameters.empty()) return definition.body;
+  if (definition.parameters.empty()) return definition.body.term;
   std::unordered_map<const Term_*, const Term_*> done;
   for (std::size_t i = 0; i < definition.parameters.size(); ++i) {
     done.emplace(definition.parameters[i], arguments[i]);
   }
-  std::vector<const Term_*> work{definition.body};
+  std::vector<const Term_*> work{definition.body.term};
   std::vector<const Term_*> args;
   while (!work.empty()) {
     const Term_* t = work.back();
@@ -92,7 +94,7 @@ const Term_* instantiate(Terms& terms, const Definition& definition,
     done.emplace(t, same ? t : rebuilt(terms, t, args));
     work.pop_back();
   }
-  return done.at(definition.body);
+  return done.at(definition.body.term);
 }
 
 }  // namespace opal::smtlib

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "opal/host/terms.h"
+#include "opal/smtlib/sorts.h"
 
 namespace opal::smtlib {
 
@@ -17,7 +18,7 @@ namespace opal::smtlib {
 struct Definition {
   std::string name;
   std::vector<const Term_*> parameters;  // variables that occur in the body only
-  const Term_* body = nullptr;
+  TypedTerm body;
   bool declared = false;
   bool named_formula = false;  // by :named
 };

@@ -17,26 +17,26 @@ namespace {
 
 }  // namespace
 
-Sort parse_sort(const Sexpr& source, Sexpr::Node n) {
-  if (source.is_symbol(n)) {
-    if (source.text(n) == "Bool") return Sort::BOOL;
-    if (source.text(n) == "Real") return Sort::REAL;
-    if (source.text(n) == "Int") {
-      throw Error(source.position(n),
-                  "sort Int is not supported: integers come with a later release");
-    }
+Sort parse_sort(const Sexpr& source, Sexpr::Node n, Numbers numbers) {
+  if (!source.is_symbol(n)) fail_at(source, n, "unknown sort");
+  const std::string_view name = source.text(n);
+  if (name == "Bool") return Sort::BOOL;
+  const bool integer = name == "Int";
+  if (!integer && name != "Real") fail_at(source, n, "unknown sort");
+  if (numbers == (integer ? Numbers::REALS : Numbers::INTEGERS)) {
+    fail_at(source, n, "the logic does not have the sort");
   }
-  fail_at(source, n, "unknown sort");
+  return integer ? Sort::INT : Sort::REAL;
 }
 
-std::string parse_new_symbol(const Sexpr& source, Sexpr::Node n,
-                             const SymbolTable& symbols) {
+std::string parse_new_symbol(const Sexpr& source, Sexpr::Node n, const SymbolTable& symbols,
+                             Numbers numbers) {
   if (!source.is_symbol(n)) fail_at(source, n, "expected a symbol");
   const std::string_view name = source.text(n);
   if (source.kind(n) == Token::SYMBOL && is_reserved(name)) {
     fail_at(source, n, "reserved word used as a symbol");
   }
-  if (operator_of(name) || name == "true" || name == "false") {
+  if (operator_of(name, numbers) || name == "true" || name == "false") {
     fail_at(source, n, "the symbol is predefined");
   }
   if (symbols.find(name) != nullptr) fail_at(source, n, "the symbol is already in use");
@@ -44,7 +44,7 @@ std::string parse_new_symbol(const Sexpr& source, Sexpr::Node n,
 }
 
 void TermParser::add_parameter(std::string_view name, const Term_* variable) {
-  local_[name].push_back(variable);
+  local_[name].push_back({variable, Terms::sort_of(variable)});
   has_parameters_ = true;
 }
 
@@ -55,8 +55,20 @@ ParsedTerm TermParser::parse(Node root) {
 
 ParsedTerm TermParser::parse_formula(Node root) {
   ParsedTerm result = parse(root);
-  if (Terms::sort_of(result.term) != Sort::BOOL) {
-    fail(root, "sort mismatch: expected a formula, got a Real term");
+  if (result.sort != Sort::BOOL) {
+    fail(root, std::string("sort mismatch: expected a formula, got ") +
+                   (result.sort == Sort::INT ? "an Int term" : "a Real term"));
+  }
+  return result;
+}
+
+ParsedTerm TermParser::parse_body(Node root, Sort expected) {
+  if (expected == Sort::BOOL) return parse_formula(root);
+  ParsedTerm result = parse(root);
+  static_cast<TypedTerm&>(result) = read_as(terms_, expected, result);
+  if (result.sort != expected) {
+    fail(root, std::string("sort mismatch: the body is ") + to_string(result.sort) +
+                   ", expected " + to_string(expected));
   }
   return result;
 }
@@ -95,7 +107,7 @@ void TermParser::run(Node root) {
     }
   }
   assert(values_.size() == 1);
-  result_.term = values_.back();
+  static_cast<TypedTerm&>(result_) = values_.back();
 }
 
 // Reads a node: the value of an atom at once, that of a list when its parts are read.
@@ -112,31 +124,41 @@ void TermParser::read_list(Node list) {
   if (head >= source_.end(list)) fail(list, "expected a term");
   if (source_.is_word(head, "let")) return start_let(list);
   if (source_.is_word(head, "!")) return start_annotation(list);
-  if (source_.is_list(head)) {
-    if (head + 2 < source_.end(head) && source_.is_word(head + 1, "_")) {
-      const std::string_view why = why_unavailable(source_.text(head + 2));
-      if (!why.empty())
-        fail(list, std::string(source_.text(head + 2)) + " " + std::string(why));
-    }
-    fail(head, "expected the name of a function");
-  }
-  if (!source_.is_symbol(head)) fail(head, "expected the name of a function");
   Frame frame{list,           source_.end(head), source_.end(list), values_.size(),
               Form::OPERATOR, Operator::AND,     nullptr,           false};
+  if (source_.is_list(head)) {
+    check_index(list);
+    frame.op = Operator::DIVISIBLE;
+    return frames_.push_back(frame);
+  }
+  if (!source_.is_symbol(head)) fail(head, "expected the name of a function");
   const std::string_view name = source_.text(head);
-  if (const auto op = operator_of(name)) {
+  if (const auto op = operator_of(name, numbers_)) {
     frame.op = *op;
   } else {
     frame.form = Form::APPLICATION;
     frame.definition = symbols_.find(name);
     if (frame.definition == nullptr) {
-      const std::string_view why = why_unavailable(name);
+      const std::string_view why = why_unavailable(name, numbers_);
       if (!why.empty()) fail(list, std::string(name) + " " + std::string(why));
       fail(head, "undeclared function");
     }
     if (frame.definition->parameters.empty()) fail(list, "a constant takes no arguments");
   }
   frames_.push_back(frame);
+}
+
+// ((_ divisible n) term)
+void TermParser::check_index(Node list) const {
+  const Node head = list + 1;
+  const std::vector<Node> parts = source_.children(head);
+  if (parts.size() < 2 || !source_.is_word(parts[0], "_") ||
+      !source_.is_word(parts[1], "divisible")) {
+    fail(head, "expected the name of a function");
+  }
+  const bool fits = parts.size() == 3 && source_.kind(parts[2]) == Token::NUMERAL &&
+                    source_.text(parts[2]) != "0";
+  if (!fits) fail(head, "expected (_ divisible n), n a numeral above 0");
 }
 
 // (let ((name term) ...) body)
@@ -214,13 +236,13 @@ void TermParser::close_let(const Frame& frame) {
     entry->second.pop_back();
     if (entry->second.empty()) local_.erase(entry);
   }
-  const Term_* body = values_.back();
+  const TypedTerm body = values_.back();
   values_.pop_back();
   deliver(frame.list, body);
 }
 
 void TermParser::close_annotation(const Frame& frame) {
-  const Term_* body = values_.back();
+  const TypedTerm body = values_.back();
   values_.pop_back();
   const Node end = source_.end(frame.list);
   for (Node n = source_.end(source_.end(frame.list + 1)); n < end;) {
@@ -230,7 +252,7 @@ void TermParser::close_annotation(const Frame& frame) {
     if (source_.text(n) == ":named") {
       if (!has_value) fail(n, "expected a symbol after");
       if (!local_.empty()) fail(frame.list, "a term with local variables cannot be named");
-      const std::string name = parse_new_symbol(source_, value, symbols_);
+      const std::string name = parse_new_symbol(source_, value, symbols_, numbers_);
       if (!named_.emplace(source_.text(value), body).second) {
         fail(value, "the symbol is already in use");
       }
@@ -244,9 +266,14 @@ void TermParser::close_annotation(const Frame& frame) {
 
 void TermParser::apply_operator(const Frame& frame) {
   const Arguments args{values_.data() + frame.base, values_.size() - frame.base};
-  const Term_* t = nullptr;
+  Application application{frame.op, numbers_, has_parameters_};
+  if (frame.op == Operator::DIVISIBLE) {
+    // The index of (_ divisible n).
+    application.index = QNumber::from_decimal(source_.text(frame.list + 4));
+  }
+  TypedTerm t;
   try {
-    t = apply(terms_, frame.op, args, has_parameters_);
+    t = apply(terms_, application, args);
   } catch (const OperatorError& error) {
     fail(error.argument == OperatorError::ALL ? frame.list
                                               : part(frame.list, error.argument + 1),
@@ -264,24 +291,31 @@ void TermParser::apply_definition(const Frame& frame) {
                          std::to_string(parameters.size()) + " argument(s), not " +
                          std::to_string(count));
   }
+  std::vector<const Term_*> arguments;
   for (std::size_t i = 0; i < count; ++i) {
-    const bool formula = Terms::sort_of(parameters[i]) == Sort::BOOL;
-    if ((Terms::sort_of(values_[frame.base + i]) == Sort::BOOL) != formula) {
-      fail(part(frame.list, i + 1),
-           "sort mismatch: argument " + std::to_string(i + 1) + " of " +
-               frame.definition->name + " is " +
-               (formula ? "Real, expected Bool" : "Bool, expected Real"));
+    const Sort expected = Terms::sort_of(parameters[i]);
+    const TypedTerm argument = read_as(terms_, expected, values_[frame.base + i]);
+    if (argument.sort != expected) {
+      fail(part(frame.list, i + 1), "sort mismatch: argument " + std::to_string(i + 1) +
+                                        " of " + frame.definition->name + " is " +
+                                        to_string(argument.sort) + ", expected " +
+                                        to_string(expected));
     }
+    arguments.push_back(argument.term);
   }
-  const Term_* t = instantiate(terms_, *frame.definition, values_.data() + frame.base);
+  const Term_* t = instantiate(terms_, *frame.definition, arguments.data());
   values_.resize(frame.base);
-  deliver(frame.list, t);
+  deliver(frame.list, {t, frame.definition->body.sort});
 }
 
-const Term_* TermParser::atom(Node n) const {
+TypedTerm TermParser::atom(Node n) const {
   switch (source_.kind(n)) {
     case Token::NUMERAL:
-    case Token::DECIMAL: return terms_.make_number(QNumber::from_decimal(source_.text(n)));
+    case Token::DECIMAL: {
+      const bool real = numbers_ == Numbers::REALS || source_.kind(n) == Token::DECIMAL;
+      return {terms_.make_number(QNumber::from_decimal(source_.text(n))),
+              real ? Sort::REAL : Sort::INT};
+    }
     case Token::SYMBOL:
     case Token::QUOTED: return symbol(n);
     case Token::HEXADECIMAL:
@@ -290,17 +324,17 @@ const Term_* TermParser::atom(Node n) const {
   }
 }
 
-const Term_* TermParser::symbol(Node n) const {
+TypedTerm TermParser::symbol(Node n) const {
   const std::string_view name = source_.text(n);
   const auto local = local_.find(name);
   if (local != local_.end()) return local->second.back();
-  if (name == "true") return terms_.true_term();
-  if (name == "false") return terms_.false_term();
+  if (name == "true") return {terms_.true_term(), Sort::BOOL};
+  if (name == "false") return {terms_.false_term(), Sort::BOOL};
   const auto named = named_.find(name);
   if (named != named_.end()) return named->second;
   const Definition* definition = symbols_.find(name);
   if (definition == nullptr) {
-    if (operator_of(name)) fail(n, "a function needs arguments");
+    if (operator_of(name, numbers_)) fail(n, "a function needs arguments");
     const bool negative =
         name.size() > 1 && name[0] == '-' && name[1] >= '0' && name[1] <= '9';
     fail(n, negative ? "a negative number is written (- 1), undeclared symbol"
@@ -317,8 +351,9 @@ Sexpr::Node TermParser::part(Node list, std::size_t i) const {
   return n;
 }
 
-void TermParser::deliver(Node n, const Term_* t) {
-  if (t == sought_ && !found_) found_ = n;
+void TermParser::deliver(Node n, TypedTerm t) {
+  assert(t.is_well_sorted());
+  if (t.term == sought_ && !found_) found_ = n;
   values_.push_back(t);
 }
 

@@ -1,6 +1,6 @@
 ; EXIT: 1
 (set-logic QF_UFLRA)
-(set-logic QF_LIA)
+(set-option :opal-cuts round)
 (set-logic)
 (set-logic QF_RDL)
 (set-logic QF_LRA)

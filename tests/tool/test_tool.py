@@ -99,6 +99,7 @@ class Files(unittest.TestCase):
         for arguments, status, text in [
             (["--help"], 0, "Examples:"), (["--version"], 0, "opal "),
             (["--mode", "most"], 2, "sum, conj, dual or auto"), (["--no-such"], 2, "no-such"),
+            (["--cuts", "round"], 2, "modular, floor or auto"),
             (["--timeout", "soon"], 2, "number"), (["--stats=xml"], 2, "xml"),
         ]:
             done = run("", *arguments)
@@ -107,6 +108,52 @@ class Files(unittest.TestCase):
         bare = run(CONTRADICTION, "--stats")
         self.assertEqual((bare.returncode, bare.stdout), (0, "unsat\n"))
         self.assertIn("opal: checks 1", bare.stderr)
+
+
+class Sorts(unittest.TestCase):
+    """Values of random terms over Int and Real, and their sorts, against z3."""
+
+    def term(self, rng, depth, integer):
+        if depth == 0 or rng.random() < 0.1:
+            if integer:
+                return rng.choice(["i", "j", str(rng.randint(0, 9))])
+            return rng.choice(["r", "i", "7", "2.5", f"{rng.randint(0, 9)}.0"])
+        sub = lambda kind: self.term(rng, depth - 1, kind)
+        number = lambda: rng.choice(["{}", "(- {})"]).format(rng.randint(1, 9))
+        if integer:
+            return rng.choice([
+                lambda: f"(div {sub(True)} {number()})", lambda: f"(mod {sub(True)} {number()})",
+                lambda: f"(to_int {sub(False)})", lambda: f"(- {sub(True)} {sub(True)})",
+                lambda: f"(* {number()} {sub(True)})", lambda: f"(abs {number()})",
+                lambda: f"(let ((i {sub(True)})) {sub(True)})",
+                lambda: f"(div {sub(True)} {number()} {number()})"])()
+        return rng.choice([
+            lambda: f"(/ {sub(False)} {number()})", lambda: f"(+ {sub(False)} {sub(False)})",
+            lambda: f"(to_real {sub(True)})", lambda: f"(* {number()} {sub(False)})",
+            lambda: f"(+ {sub(True)} {sub(False)})", lambda: f"(half {sub(True)})"])()
+
+    def formula(self, rng):
+        a, b = (self.term(rng, 2, rng.random() < 0.5) for _ in "ab")
+        return rng.choice([f"(= {a} {b})", f"(<= {a} {b} r)", f"(distinct {a} {b} i)",
+                           f"(is_int (* 2 {a}))", f"(divides3 (to_int {a}))"])
+
+    def test_values_are_those_of_z3(self):
+        rng = random.Random(5)
+        terms = [self.formula(rng) if k % 3 == 2 else self.term(rng, 3, k % 3 == 1)
+                 for k in range(1500)]
+        script = ["(declare-const i Int) (declare-const j Int) (declare-const r Real)",
+                  "(define-fun half ((x Real)) Real (/ x 2))",
+                  "(assert (and (= i (- 7)) (= j 12) (= (* 4 r) (- 13))))", "(check-sat)"]
+        divides = "(define-fun divides3 ((n Int)) Bool (= (mod n 3) 0))"  # unknown to old z3
+        z3 = subprocess.run(["z3", "-in"], input="\n".join([divides, *script] + [
+            f"(eval {term})" for term in terms]), capture_output=True, text=True, timeout=60)
+        wanted = z3.stdout.split("\n")
+        terms = [term.replace("divides3", "(_ divisible 3)") for term in terms]
+        ours = run("\n".join(["(set-logic ALL)", *script] + [
+            f"(get-value ({term}))" for term in terms])).stdout.split("\n")
+        self.assertEqual((ours[0], len(ours)), ("sat", len(wanted)))
+        for term, answer, value in zip(terms, ours[1:], wanted[1:]):
+            self.assertEqual(answer, f"(({term} {value}))")
 
 
 class HugeInputs(unittest.TestCase):
@@ -129,6 +176,9 @@ class HugeInputs(unittest.TestCase):
             f"{declared}(assert (! (< {'(+ x ' * n}1{')' * n} 0) :named a))"
             "(assert (! (> x 0) :named b))(check-sat)(get-interpolants b a)"),
             ["unsat", "((< 0.0 x))"])
+        halves = f"{'(div (+ 1 ' * (n // 10)}x{') 2)' * (n // 10)}"
+        self.assertEqual(self.answers(
+            f"(declare-const x Int)(assert (< {halves} 3))(check-sat)"), ["sat"])
         either, = self.answers(f"{declared}(assert {'(or (< x 1) ' * n}(< x 2){')' * n})", 1)
         self.assertIn("disjunction is not supported", either)
         self.assertLess(len(either), 300)
@@ -206,7 +256,21 @@ class Verification(unittest.TestCase):
             self.assertIn(fault, done.stdout)
         done = run(question, "--verify")
         self.assertEqual((done.returncode, done.stdout), (0, "unsat\n((<= x 1.0))\n"))
-        self.assertIn("2 step(s) confirmed by z3", done.stderr)
+        self.assertIn("2 step(s) confirmed by an outside solver", done.stderr)
+
+    def test_cuts_are_expressed_as_asked(self):
+        parity = """(set-logic QF_LIA)
+            (declare-const x Int) (declare-const y Int) (declare-const z Int)
+            (assert (! (and (<= (* 2 y) x) (<= x (* 2 y))) :named a))
+            (assert (! (and (< (* 2 z) x) (<= x (+ (* 2 z) 1))) :named b))
+            (assert (! (= x x) :named c)) (check-sat) (get-interpolants a """
+        for cuts, word in [("modular", "(mod "), ("floor", "(div "), ("auto", "(")]:
+            done = run(parity + "b)", "--raw", "--verify", "--cuts", cuts)
+            self.assertEqual((done.returncode, done.stdout.count(word) > 0), (0, True), done)
+        self.assertEqual(run(parity + "b c)", "--verify").returncode, 0)
+        refused = run(parity + "b c)", "--cuts", "modular")
+        self.assertIn("modular", refused.stdout)
+        self.assertEqual(refused.returncode, 1)
 
     def test_background_is_mentioned_once(self):
         ask = "(get-interpolants a b)"
