@@ -70,7 +70,8 @@ std::vector<std::size_t> Grouping::children(std::size_t group) const {
 Grouping::status Grouping::atom_colour(const Term_* atom, std::size_t root) const {
   const auto place = place_.find(atom);
   if (place == place_.end()) return status::UNKNOWN;
-  if (place->second == BACKGROUND) return status::SHARED;
+  if (place->second == BACKGROUND)
+    return num_groups() == 2 ? status::SHARED : status::B_LOCAL;
   return in_subtree(place->second, root) ? status::A_LOCAL : status::B_LOCAL;
 }
 

@@ -21,7 +21,9 @@ namespace opal::host {
 /// asserted in several groups is placed in the last of them, one asserted in the background
 /// too is the background's. Any one of its places is right (the place has the atom), and
 /// one place for all partitions is what makes the interpolants of a sequence or tree fit
-/// together.
+/// together. For the same reason the background is the root's, and never A's, when there are
+/// more than two groups: cuts count a shared atom as A's, and siblings, which each would
+/// use it, then would not imply their parent's interpolant.
 class Grouping {
  public:
   static constexpr std::size_t BACKGROUND = static_cast<std::size_t>(-1);
@@ -43,8 +45,8 @@ class Grouping {
   [[nodiscard]] std::vector<std::size_t> children(std::size_t group) const;
 
   using status = itp::TheoryAtomClassifier::status;
-  /// The colour of an atom in the partition of `root`: A_LOCAL, B_LOCAL, SHARED for
-  /// background; UNKNOWN for an atom that was not entered.
+  /// The colour of an atom in the partition of `root`: A_LOCAL, B_LOCAL; of background,
+  /// SHARED with two groups, else B_LOCAL; UNKNOWN for an atom that was not entered.
   [[nodiscard]] status atom_colour(const Term_* atom, std::size_t root) const;
   /// The colour of a term by its symbols (those of a floor term are inside of it), of all
   /// atoms entered wherever they were asserted.
