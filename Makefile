@@ -19,7 +19,7 @@ bench:
 	scripts/build.sh bench
 	python3 bench/run.py --build build/bench --output bench/RESULTS.md
 
-# N random problems, from SEED if given, else from a fresh one.
+# Random problems until N interpolants are confirmed; from SEED if given, else a fresh one.
 soak:
 	scripts/deps.sh demo
 	scripts/build.sh release

@@ -1,11 +1,13 @@
 """Random problems of linear arithmetic, in groups, by family.
 
-A family is a function from a random generator to a Problem. Its formulas are SMT-LIB
-texts over real variables x0, x1, ...; what is satisfiable is for others to find out.
+A family is a function from a random generator to a Problem; what is satisfiable is for
+others to find out. The families stand in rational_problems.py, integer_problems.py and
+mixed_problems.py.
 """
 
-from dataclasses import dataclass, field
-from fractions import Fraction
+from dataclasses import dataclass, field, replace
+
+TREES = {3: "G0 (G1) G2", 4: "G0 G1 (G2) G3", 5: "G0 G1 (G2 G3) G4"}
 
 
 @dataclass
@@ -17,6 +19,7 @@ class Problem:
     assertions: list = field(default_factory=list)  # (group or None, formula)
     groups: int = 2
     tree: str = ""  # how get-interpolants is asked; "" for the sequence of all groups
+    bounded: bool = True  # whether `unknown` is no answer to it
 
     def add(self, group, formula):
         self.assertions.append((group, formula))
@@ -24,36 +27,14 @@ class Problem:
     def in_group(self, group):
         return [f for g, f in self.assertions if g == group]
 
+    def rational(self):
+        return self.logic in ("QF_LRA", "QF_RDL")
 
-def number(q):
-    """A rational as an SMT-LIB term of sort Real."""
-    q = Fraction(q)
-    text = f"{abs(q.numerator)}.0"
-    if q.denominator != 1:
-        text = f"(/ {text} {q.denominator}.0)"
-    return f"(- {text})" if q < 0 else text
+    def with_assertions(self, assertions):
+        return replace(self, assertions=list(assertions))
 
 
-def linear(coefficients):
-    """The sum of coefficient * variable as a term."""
-    parts = [v if q == 1 else f"(* {number(q)} {v})" for v, q in coefficients if q != 0]
-    if not parts:
-        return "0.0"
-    return parts[0] if len(parts) == 1 else f"(+ {' '.join(parts)})"
-
-
-def relation(rng, op, left, right):
-    """`left op right`, now and then written as a negation or the other way round."""
-    flipped = {"<=": ">=", "<": ">", ">=": "<=", ">": "<", "=": "=", "distinct": "distinct"}
-    negated = {"<=": ">", "<": ">=", ">=": "<", ">": "<=", "=": "distinct", "distinct": "="}
-    if rng.random() < 0.2:
-        left, right, op = right, left, flipped[op]
-    if rng.random() < 0.2:
-        return f"(not ({negated[op]} {left} {right}))"
-    return f"({op} {left} {right})"
-
-
-def split(rng, problem, formulas, background=0.1):
+def split(rng, problem, formulas, background=0.1, filler="(<= x0 x0)"):
     """Deals the formulas to the groups: in blocks, or one by one."""
     last = problem.groups - 1
     in_blocks = rng.random() < 0.5
@@ -65,143 +46,21 @@ def split(rng, problem, formulas, background=0.1):
         problem.add(rng.randint(0, last), formula)
         if rng.random() < 0.3:
             problem.add(rng.randint(0, last), f"(not {formula})")
+    fill(problem, filler)
+
+
+def fill(problem, filler):
+    """No group is empty."""
     for group in range(problem.groups):
         if not problem.in_group(group):
-            problem.add(group, "(<= x0 x0)")
+            problem.add(group, filler)
 
 
-def coefficient(rng, big=False):
-    if big:
-        n = rng.choice([2**31, 2**62, 2**63 - 1, 2**63, 10**20]) + rng.randint(-2, 2)
-        return Fraction(rng.choice([-1, 1]) * n, rng.choice([1, 1, 3, 2**32 - 1]))
-    return Fraction(rng.choice([-3, -2, -1, -1, 1, 1, 2, 3]), rng.choice([1, 1, 1, 2, 3]))
-
-
-def random_rows(rng, variables, count, width, ops, big=False):
-    rows = []
-    for _ in range(count):
-        chosen = rng.sample(variables, min(len(variables), rng.randint(1, width)))
-        row = [(v, coefficient(rng, big and rng.random() < 0.3)) for v in chosen]
-        rows.append((row, rng.choice(ops), Fraction(rng.randint(-6, 6))))
-    return rows
-
-
-def planted(rng, rows, strict):
-    """A row that contradicts a random positive combination of `rows`."""
-    total, constant, is_strict = {}, Fraction(0), strict
-    for row, op, c in rng.sample(rows, rng.randint(1, len(rows))):
-        factor = Fraction(rng.randint(1, 4), rng.randint(1, 2))
-        if op in (">=", ">"):
-            factor = -factor
-        is_strict = is_strict or op in ("<", ">")
-        for v, q in row:
-            total[v] = total.get(v, 0) + factor * q
-        constant += factor * c
-    if is_strict and not strict:
-        return sorted(total.items()), ">=", constant
-    return sorted(total.items()), ">", constant
-
-
-def write(rng, rows):
-    return [relation(rng, op, linear(row), number(c)) for row, op, c in rows]
-
-
-def rows_family(name, ops, size, width=3, big=False, groups=None):
-    def family(rng):
-        problem = Problem(name, groups=groups(rng) if groups else 2)
-        variables = [f"x{i}" for i in range(rng.randint(2, size))]
-        rows = random_rows(rng, variables, rng.randint(2, size + 3), width, ops, big)
-        if rng.random() < 0.7:
-            combinable = [r for r in rows if r[1] != "distinct"]
-            if combinable:
-                rows.append(planted(rng, combinable, rng.random() < 0.5))
-        if rng.random() < 0.5:
-            rng.shuffle(rows)
-        split(rng, problem, write(rng, rows))
-        return problem
-
-    return family
-
-
-def differences(rng):
-    """Cycles of differences among random ones, cut in blocks or at random."""
-    problem = Problem("differences", logic="QF_RDL")
-    n = rng.randint(2, 25)
-    rows = []
-    for i in range(n):
-        op = rng.choice(["<=", "<=", "<", "="])
-        rows.append(([(f"x{i}", 1), (f"x{(i + 1) % n}", -1)], op, rng.randint(-2, 2)))
-    for _ in range(rng.randint(0, n)):
-        a, b = rng.sample(range(n), 2)
-        op = rng.choice(["<=", "<", ">=", ">", "distinct"])
-        rows.append(([(f"x{a}", 1), (f"x{b}", -1)], op, rng.randint(-3, 3)))
-    rng.shuffle(rows)
-    formulas = [
-        relation(rng, op, f"(- {row[0][0]} {row[1][0]})", number(c)) for row, op, c in rows
-    ]
-    split(rng, problem, formulas)
+def dealt_to_tree(rng, problem, filler="(<= x0 x0)"):
+    """The problem's formulas, dealt anew to a tree of three to five groups."""
+    problem.groups = rng.randint(3, 5)
+    problem.assertions = [(None if g is None else rng.randint(0, problem.groups - 1), f)
+                          for g, f in problem.assertions]
+    fill(problem, filler)
+    problem.tree = TREES[problem.groups]
     return problem
-
-
-def disequalities(rng):
-    """An implied equality a = c with the disequality that denies it, and decoys."""
-    problem = Problem("disequalities")
-    row, c = [(v, coefficient(rng)) for v in ("x0", "x1")], rng.randint(-3, 3)
-    middle = [(v, coefficient(rng)) for v in ("x2", "x3")]
-    rows = [
-        (row + [(v, -q) for v, q in middle], rng.choice(["<=", "="]), 0),
-        (row, ">=", c),
-        (middle, rng.choice(["<=", "="]), c),
-        (row if rng.random() < 0.7 else middle, "distinct", c),
-    ]
-    rows += random_rows(rng, ["x0", "x1", "x2", "x3", "x4"], rng.randint(0, 4), 2,
-                        ["distinct", "distinct", "<="])
-    rng.shuffle(rows)
-    split(rng, problem, write(rng, rows))
-    return problem
-
-
-def chain(rng):
-    """Links a*x(i) <= b*x(i+1) + c with a contradiction at the ends; two to five groups."""
-    problem = Problem("chain", groups=rng.randint(2, 5))
-    n = rng.randint(4, 40)
-    rows, total, low = [], Fraction(0), Fraction(1)
-    for i in range(n):
-        q, c = Fraction(rng.randint(1, 3), rng.randint(1, 2)), rng.randint(-2, 2)
-        rows.append(([(f"x{i}", 1), (f"x{i+1}", -q)], rng.choice(["<=", "<=", "="]), c))
-        total += low * c
-        low *= q
-    # x0 <= low * x(n) + total
-    rows.append(([(f"x{n}", 1)], "<=", 0))
-    rows.append(([("x0", 1)], ">", total))
-    problem_rows = write(rng, rows)
-    split(rng, problem, problem_rows, background=0.05)
-    return problem
-
-
-def tree(rng):
-    """A tree of five groups, the third with two children of its own."""
-    problem = rows_family("tree", ["<=", "<", "=", ">="], 7)(rng)
-    groups = rng.randint(3, 5)
-    dealt = [(None if g is None else rng.randint(0, groups - 1), f)
-             for g, f in problem.assertions]
-    problem.assertions, problem.groups = dealt, groups
-    for group in range(groups):
-        if not problem.in_group(group):
-            problem.add(group, "(<= x0 x0)")
-    problem.tree = {3: "G0 (G1) G2", 4: "G0 G1 (G2) G3", 5: "G0 G1 (G2 G3) G4"}[groups]
-    return problem
-
-
-FAMILIES = {
-    "sparse": rows_family("sparse", ["<=", "<", "=", ">=", ">"], 8),
-    "dense": rows_family("dense", ["<=", "<", ">=", ">"], 6, width=6),
-    "equalities": rows_family("equalities", ["=", "=", "=", "<=", "<", "distinct"], 7),
-    "big-numbers": rows_family("big-numbers", ["<=", "<", "=", ">="], 5, big=True),
-    "sequence": rows_family("sequence", ["<=", "<", "=", ">="], 8,
-                            groups=lambda rng: rng.randint(3, 5)),
-    "differences": differences,
-    "disequalities": disequalities,
-    "chain": chain,
-    "tree": tree,
-}
