@@ -10,54 +10,12 @@ import argparse
 import random
 from fractions import Fraction
 
-
-class Problem:
-    """Formulas, each of side 0 (A) or 1 (B), over the real variables x0, x1, ..."""
-
-    def __init__(self, logic, variables, formulas):
-        self.logic, self.variables, self.formulas = logic, variables, formulas
-
-    def header(self):
-        lines = [f"(set-logic {self.logic})"]
-        return lines + [f"(declare-fun x{i} () Real)" for i in range(self.variables)]
-
-    def to_decide(self):
-        lines = self.header() + [f"(assert {f})" for _, f in self.formulas]
-        return "\n".join(lines + ["(check-sat)\n"])
-
-    def to_interpolate(self, mode="auto"):
-        lines = ["(set-option :produce-interpolants true)", f"(set-option :opal-mode {mode})"]
-        lines += self.header()
-        names = ([], [])
-        for i, (side, formula) in enumerate(self.formulas):
-            names[side].append(f"f{i}")
-            lines.append(f"(assert (! {formula} :named f{i}))")
-        groups = " ".join(f"(and {' '.join(group)})" for group in names)
-        return "\n".join(lines + ["(check-sat)", f"(get-interpolants {groups})\n"])
-
-
-def number(q):
-    q = Fraction(q)
-    text = f"{abs(q.numerator)}.0"
-    if q.denominator != 1:
-        text = f"(/ {text} {q.denominator}.0)"
-    return f"(- {text})" if q < 0 else text
-
-
-def row(coefficients, relation, constant):
-    """coefficients (variable index to number), relation and constant as a formula."""
-    terms = [f"(* {number(q)} x{i})" for i, q in coefficients.items()]
-    total = terms[0] if len(terms) == 1 else f"(+ {' '.join(terms)})"
-    return f"({relation} {total} {number(constant)})"
+from integer_families import INTEGER_FAMILIES
+from problem import Problem, halves, number, row
 
 
 def four_digits(rng):
     return Fraction(rng.choice([-1, 1]) * rng.randint(1000, 9999), rng.randint(1000, 9999))
-
-
-def halves(formulas):
-    """The first half is A's, the second B's."""
-    return [(int(2 * i >= len(formulas)), f) for i, f in enumerate(formulas)]
 
 
 def half_spaces(size, rng, rows, narrowest, widest):
@@ -68,7 +26,7 @@ def half_spaces(size, rng, rows, narrowest, widest):
         chosen = rng.sample(range(size), rng.randint(narrowest, widest))
         relation = rng.choice(["<=", "<", ">=", ">"])
         formulas.append(row({i: four_digits(rng) for i in chosen}, relation, four_digits(rng)))
-    return Problem("QF_LRA", size, halves(formulas))
+    return Problem("QF_LRA", halves(formulas))
 
 
 def sparse(size, rng):
@@ -85,7 +43,7 @@ def dense(size, rng):
     for _ in range(3 * size):
         coefficients = {i: rng.choice([-1, 1]) * rng.randint(1, 9) for i in range(size)}
         formulas.append(row(coefficients, rng.choice(["<=", ">="]), rng.randint(-20, 20)))
-    return Problem("QF_LRA", size, halves(formulas))
+    return Problem("QF_LRA", halves(formulas))
 
 
 def chain(size, rng):
@@ -97,7 +55,7 @@ def chain(size, rng):
         formulas.append(row({i: a, i + 1: -b}, "<=", -c))
         least = (a * least + c) / b
     formulas.append(row({size: 1}, "<", least.__floor__()))
-    return Problem("QF_LRA", size + 1, halves(formulas))
+    return Problem("QF_LRA", halves(formulas))
 
 
 def mixture(size, rng):
@@ -117,7 +75,7 @@ def mixture(size, rng):
             value.append(sum(q * value[j] for j, q in chosen.items()))
             formulas.append(row({i: -1, **chosen}, "=", 0))
     formulas.append(row({size - 1: 1}, "<", value[-1]))
-    return Problem("QF_LRA", size, halves(formulas))
+    return Problem("QF_LRA", halves(formulas))
 
 
 def cycle(size, rng, side_of):
@@ -130,7 +88,7 @@ def cycle(size, rng, side_of):
         j = rng.randrange(size)
         if i != j:
             result.append((side_of(i), f"(<= (- x{i} x{j}) {100 * size}.0)"))
-    return Problem("QF_RDL", size, result)
+    return Problem("QF_RDL", result)
 
 
 def cycle_blocks(size, rng):
@@ -150,6 +108,7 @@ FAMILIES = {
     "mixture": (mixture, [20, 60, 200, 600]),
     "cycle-blocks": (cycle_blocks, [50, 150, 500, 1500]),
     "cycle-alternating": (cycle_alternating, [50, 150, 500, 1500]),
+    **INTEGER_FAMILIES,
 }
 
 

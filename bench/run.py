@@ -20,6 +20,7 @@ from collections import defaultdict
 
 import chains
 import families
+import integer_sizes
 import measure
 
 RIVALS = (["z3", "-smt2"], ["cvc5", "--lang", "smt2"])
@@ -322,6 +323,10 @@ def main():
         parts += case_table(cases)
         parts += ["", "## Size of interpolants (distinct sub-terms, simplified)", ""]
         parts += size_table(cases)
+        parts += ["", "## Integer interpolants by cut style (distinct sub-terms)", "",
+                  f"Sums over {integer_sizes.SEEDS} problems, auto mode; in brackets how many "
+                  f"were interpolated within {integer_sizes.TIMEOUT} s where not all.", ""]
+        parts += integer_sizes.table(tool)
     if "chains" not in arguments.skip:
         parts += ["", "## Very long chains (bench/chains.py)", ""] + chains.table(tool)
     page = ["# Results", "", f"Written by `make bench` on {datetime.date.today()}.", ""]
