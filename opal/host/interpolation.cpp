@@ -189,6 +189,21 @@ Interpolants Interpolation::interpolants(proof::Proof* proof,
   return smallest(part.get(), task, modes, styles);
 }
 
+std::optional<std::string> Interpolation::fault(
+    proof::Proof* proof, const std::shared_ptr<const Grouping>& grouping,
+    ProofChecker& checker) const {
+  const proof::ProofRef part = trimmed(*proof, *grouping, mapper_);
+  if (auto what = checker.check(part.get())) return what;
+  const auto branches = branch_tree(*part).branches;
+  for (std::size_t root = 0; root + 1 < grouping->num_groups(); ++root) {
+    itp::TheoryAtomClassifier classifier(std::make_shared<Partition>(grouping, root));
+    colour_branches(branches, mapper_, classifier);
+    if (auto what = checker.check_partition(part.get(), classifier))
+      return "in the partition of group " + std::to_string(root + 1) + ": " + *what;
+  }
+  return std::nullopt;
+}
+
 std::uint64_t Interpolation::combinations_visited() const {
   std::uint64_t sum = 0;
   for (const auto& by_cuts : interpolators_)

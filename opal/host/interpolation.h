@@ -6,12 +6,14 @@
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "opal/host/limits.h"
 #include "opal/host/mapper.h"
 #include "opal/host/partition.h"
+#include "opal/host/proof_checker.h"
 #include "opal/host/solver.h"
 #include "opal/host/terms.h"
 #include "opal/la/interpolator.h"
@@ -84,6 +86,12 @@ class Interpolation {
   /// that has cuts, std::logic_error for a branch whose atoms have no colour,
   /// opal::Exception for an impossible proof, LimitReached at a limit.
   Interpolants interpolants(proof::Proof* proof, const InterpolationTask& task);
+
+  /// Has the checker look at what the engine is asked about for a grouping: the trimmed
+  /// proof, and its colours in each partition. What is wrong, or nothing.
+  [[nodiscard]] std::optional<std::string> fault(
+      proof::Proof* proof, const std::shared_ptr<const Grouping>& grouping,
+      ProofChecker& checker) const;
 
   /// See la::Interpolator; of all interpolators.
   [[nodiscard]] std::uint64_t combinations_visited() const;

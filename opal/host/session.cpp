@@ -411,7 +411,10 @@ VerificationReport Session::verify(const InterpolationQuery& query,
   if (answer.terms.size() + 1 != resolved.groups.size()) {
     throw SessionError("the answer does not belong to the query");
   }
-  check_proof();
+  ProofChecker checker(impl_->mapper, impl_->atoms());
+  if (const auto fault =
+          impl_->interpolation.fault(impl_->proof.get(), resolved.grouping, checker))
+    throw SessionError("the refutation is wrong: " + *fault);
   const InterpolationAnswer full{resolved.grouping.get(), std::move(resolved.groups),
                                  std::move(resolved.background), answer.terms};
   impl_->check_symbols(full);

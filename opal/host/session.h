@@ -117,9 +117,10 @@ class Session {
   /// After UNSAT: has the proof checker confirm the proof. Throws SessionError with what is
   /// wrong if it does not.
   void check_proof();
-  /// Checks the proof with the proof checker and the answer to a query for shared symbols
-  /// and with outside solvers: command lines separated by semicolons, each for the steps
-  /// that those before it leave undecided. Throws SessionError for a wrong answer or one
+  /// Checks the proof with the proof checker, its promises for the partitions of the query
+  /// included, and the answer for shared symbols and with outside solvers: command lines
+  /// separated by semicolons, each for the steps that those before it leave undecided.
+  /// Throws SessionError for a wrong answer or one
   /// that all of them leave undecided (what() says which step), OutsideSolverError (see
   /// verification.h), LimitReached.
   VerificationReport verify(const InterpolationQuery& query, const Interpolants& answer,
