@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cassert>
+#include <iterator>
 #include <utility>
 
 #include "opal/host/cuts.h"
+#include "opal/host/disequalities.h"
 #include "opal/host/integer_search.h"
 
 // One node of the search tree:
@@ -55,11 +57,8 @@ bool IntegerSearch::is_integral(const LinearTerm& term) const {
                      [this](const auto& pair) { return mapper_.is_integer(pair.first); });
 }
 
-DeltaNumber IntegerSearch::sum(const LinearTerm& term) const {
-  DeltaNumber result;
-  for (const auto& [var, coeff] : term.vars.coeffs())
-    result.add_product(coeff, problem_.decider->value(var));
-  return result;
+bool IntegerSearch::holds_with_equality(const LinearTerm& term) const {
+  return value_in_model(term.vars, *problem_.decider) == DeltaNumber{term.constant, {}};
 }
 
 IntegerSearch::Step IntegerSearch::examine() {
@@ -94,8 +93,7 @@ bool IntegerSearch::add_cuts() {
   const auto add_if_tight = [&](int id) {
     limits_.poll();
     const LinearTerm& term = constraints_.constraint_term(id);
-    if (term.kind == LinearTerm::EQ || sum(term) == DeltaNumber{term.constant, {}})
-      tight.push_back(id);
+    if (term.kind == LinearTerm::EQ || holds_with_equality(term)) tight.push_back(id);
   };
   for (const int id : integral_rows_)
     add_if_tight(id);
@@ -145,7 +143,7 @@ std::optional<int> IntegerSearch::violated_disequality(bool integral) const {
     limits_.poll();
     const LinearTerm& term = constraints_.constraint_term(id);
     if (is_integral(term) != integral) continue;
-    if (sum(term) == DeltaNumber{term.constant, {}}) return id;
+    if (holds_with_equality(term)) return id;
   }
   return std::nullopt;
 }
@@ -165,50 +163,23 @@ IntegerSearch::Step IntegerSearch::separate() {
     }
     const auto id = violated_disequality(false);
     if (!id) return {};
-    if (add_half(*id)) continue;
+    if (add_half(*problem_.decider, *id)) continue;
     problem_.decider->retract(base);
     return refuted_disequality(*id);
   }
 }
 
 IntegerSearch::Step IntegerSearch::separate_integral(int id) {
-  const bool below = half_is_possible(id, -1);
-  if (!below && !half_is_possible(id, 1)) return refuted_disequality(id);
+  const bool below = half_is_possible(*problem_.decider, id, -1);
+  if (!below && !half_is_possible(*problem_.decider, id, 1)) return refuted_disequality(id);
   const LinearTerm& term = constraints_.constraint_term(id);
   const QNumber floor = below ? term.constant - QNumber(1) : term.constant;
   return {std::nullopt, branches_at(term.vars, floor, false)};
 }
 
-bool IntegerSearch::add_half(int id) {
-  const std::size_t height = problem_.decider->size();
-  for (const int side : {-1, 1}) {
-    problem_.decider->add(id, side);
-    if (!problem_.decider->check()) return true;
-    problem_.decider->retract(height);
-  }
-  return false;
-}
-
-bool IntegerSearch::half_is_possible(int id, int side) {
-  const std::size_t height = problem_.decider->size();
-  problem_.decider->add(id, side);
-  const bool possible = !problem_.decider->check();
-  problem_.decider->retract(height);
-  return possible;
-}
-
-FarkasCombination IntegerSearch::refute_half(int id, int side) {
-  const std::size_t height = problem_.decider->size();
-  problem_.decider->add(id, side);
-  auto combination = problem_.decider->check();
-  assert(combination.has_value());
-  problem_.decider->retract(height);
-  return std::move(*combination);
-}
-
 IntegerSearch::Step IntegerSearch::refuted_disequality(int id) {
-  Refuted at_most = refuted(refute_half(id, -1));
-  Refuted at_least = refuted(refute_half(id, 1));
+  Refuted at_most = refuted(refute_half(*problem_.decider, id, -1));
+  Refuted at_least = refuted(refute_half(*problem_.decider, id, 1));
   Refuted result;
   std::set_union(at_most.uses.begin(), at_most.uses.end(), at_least.uses.begin(),
                  at_least.uses.end(), std::back_inserter(result.uses));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <iterator>
 
 #include "opal/host/diophantine.h"
 #include "opal/host/recession.h"

@@ -90,12 +90,9 @@ class IntegerSearch {
   Step separate();
   [[nodiscard]] std::optional<int> violated_disequality(bool integral) const;
   Step separate_integral(int id);
-  bool add_half(int id);
-  [[nodiscard]] bool half_is_possible(int id, int side);
-  FarkasCombination refute_half(int id, int side);
   Step refuted_disequality(int id);
   [[nodiscard]] Refuted refuted(FarkasCombination combination);
-  [[nodiscard]] DeltaNumber sum(const la::LinearTerm& term) const;
+  [[nodiscard]] bool holds_with_equality(const la::LinearTerm& term) const;
   [[nodiscard]] bool is_integral(const la::LinearTerm& term) const;
 
   Mapper& mapper_;

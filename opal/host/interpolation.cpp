@@ -33,7 +33,7 @@ std::vector<Mode> modes_to_try(Mode mode, const Grouping& grouping) {
 // values its own part of a cut may have, and not which of them the next part may add.
 std::vector<Cuts> styles_to_try(Cuts cuts, const Grouping& grouping, proof::Proof& proof,
                                 const Mapper& mapper) {
-  const QNumber most_combinations(64);
+  const QNumber most_combinations(512);
   if (grouping.num_groups() > 2) {
     if (cuts_in(proof).empty()) return {cuts == Cuts::FLOOR ? cuts : Cuts::MODULAR};
     if (cuts == Cuts::MODULAR) {

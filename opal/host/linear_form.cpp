@@ -42,20 +42,6 @@ bool is_variable(const Term_* t) {
   return (kind == Kind::VARIABLE && Terms::sort_of(t) != Sort::BOOL) || kind == Kind::FLOOR;
 }
 
-// Sorts the summands and adds up those of one variable.
-void merge_summands(std::vector<LinearForm::Summand>& summands) {
-  std::sort(summands.begin(), summands.end(),
-            [](const auto& a, const auto& b) { return a.first->id() < b.first->id(); });
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < summands.size();) {
-    LinearForm::Summand sum = std::move(summands[i++]);
-    for (; i < summands.size() && summands[i].first == sum.first; ++i)
-      sum.second += summands[i].second;
-    if (!sum.second.is_zero()) summands[kept++] = std::move(sum);
-  }
-  summands.resize(kept);
-}
-
 // The sum of the weighted terms, or nothing when they are too large for a walk as trees
 // or have a product in which no factor is a numeral.
 std::optional<LinearForm> sum_of_trees(std::vector<Weighted> stack) {
@@ -85,7 +71,7 @@ std::optional<LinearForm> sum_of_trees(std::vector<Weighted> stack) {
         break;
     }
   }
-  merge_summands(form.summands);
+  form.merge_summands();
   return form;
 }
 
@@ -145,7 +131,7 @@ LinearForm sum_of_dags(const std::vector<Weighted>& roots) {
         weights[order.position(argument)] += weight;
     }
   }
-  merge_summands(form.summands);
+  form.merge_summands();
   return form;
 }
 
@@ -157,6 +143,20 @@ LinearForm sum_of(const std::vector<Weighted>& roots) {
 }
 
 }  // namespace
+
+void LinearForm::merge_summands() {
+  std::sort(summands.begin(), summands.end(),
+            [](const auto& a, const auto& b) { return a.first->id() < b.first->id(); });
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < summands.size();) {
+    Summand sum = std::move(summands[i++]);
+    for (; i < summands.size() && summands[i].first == sum.first; ++i)
+      sum.second += summands[i].second;
+    if (!sum.second.is_zero()) summands[kept++] = std::move(sum);
+  }
+  summands.resize(kept);
+  assert(is_normal());
+}
 
 bool LinearForm::is_normal() const {
   for (std::size_t i = 0; i < summands.size(); ++i) {

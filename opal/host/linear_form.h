@@ -24,6 +24,8 @@ struct LinearForm {
 
   [[nodiscard]] bool is_constant() const { return summands.empty(); }
   [[nodiscard]] bool is_normal() const;
+  /// Restores the invariant: sorts the summands, and adds up those of one variable.
+  void merge_summands();
 };
 
 /// An arithmetic term that is not linear; `term` is the product or other term at fault.

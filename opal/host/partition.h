@@ -21,9 +21,9 @@ namespace opal::host {
 /// asserted in several groups is placed in the last of them, one asserted in the background
 /// too is the background's. Any one of its places is right (the place has the atom), and
 /// one place for all partitions is what makes the interpolants of a sequence or tree fit
-/// together. For the same reason the background is the root's, and never A's, when there are
-/// more than two groups: cuts count a shared atom as A's, and siblings, which each would
-/// use it, then would not imply their parent's interpolant.
+/// together. For the same reason the background is the root's, and never A's, when there
+/// are more than two groups: cuts count a shared atom as A's, and siblings, which each
+/// would use it, then would not imply their parent's interpolant.
 class Grouping {
  public:
   static constexpr std::size_t BACKGROUND = static_cast<std::size_t>(-1);

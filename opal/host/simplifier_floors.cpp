@@ -11,11 +11,14 @@
 // rule normal-floor
 // match:  floor(q1*x1 + ... + qn*xn + c)
 // result: an integer sum, plus or minus one normal floor term, since
-//           integers leave the floor,          floor((x + 4y + 5)/2) = 2y + 2 +
-//           floor((x+1)/2) fractions below 1/d do not count,  floor((4x + 3)/8) =
-//           floor(x/2) the first coefficient is made positive, floor(-x/3) =
-//           -floor((x+2)/3) a nested floor disappears          floor((floor(x/2) + 1)/3) =
-//           floor((x+2)/6)
+//           integers leave the floor:
+//               floor((x + 4y + 5)/2) = 2y + 2 + floor((x + 1)/2)
+//           fractions below 1/d do not count:
+//               floor((4x + 3)/8) = floor(x/2)
+//           the first coefficient is made positive:
+//               floor(-x/3) = -floor((x + 2)/3)
+//           a nested floor disappears:
+//               floor((floor(x/2) + 1)/3) = floor((x + 2)/6)
 
 namespace opal::host {
 
@@ -26,22 +29,6 @@ void add_multiple(LinearForm& form, const QNumber& factor, const LinearForm& oth
   for (const auto& [variable, a] : other.summands)
     form.summands.emplace_back(variable, a * factor);
   form.constant += other.constant * factor;
-}
-
-// Restores the invariant after add_multiple().
-void merge_summands(LinearForm& form) {
-  auto& summands = form.summands;
-  std::sort(summands.begin(), summands.end(),
-            [](const auto& a, const auto& b) { return a.first->id() < b.first->id(); });
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < summands.size();) {
-    LinearForm::Summand sum = std::move(summands[i++]);
-    for (; i < summands.size() && summands[i].first == sum.first; ++i)
-      sum.second += summands[i].second;
-    if (!sum.second.is_zero()) summands[kept++] = std::move(sum);
-  }
-  summands.resize(kept);
-  assert(form.is_normal());
 }
 
 // Takes out of the form what is always an integer, and gives it back: multiples of Int
@@ -118,7 +105,7 @@ void FloorForms::replace(LinearForm& form) const {
       result.summands.push_back(std::move(summand));
     }
   }
-  merge_summands(result);
+  result.merge_summands();
   form = std::move(result);
 }
 
@@ -181,7 +168,7 @@ LinearForm FloorForms::floor_form(LinearForm u) {
     const Term_* normal = write({std::move(u), integers ? divisor : QNumber(1), integers});
     taken.summands.emplace_back(normal, sign);
   }
-  merge_summands(taken);
+  taken.merge_summands();
   return taken;
 }
 
@@ -196,7 +183,7 @@ bool FloorForms::fold_nested(LinearForm& u, const QNumber& divisor) const {
   if (factor * divisor != QNumber(1) || !(inner.divisor * divisor).is_small()) return false;
   u.summands.erase(nested);
   add_multiple(u, factor / inner.divisor, inner.numerator);
-  merge_summands(u);
+  u.merge_summands();
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "opal/host/difference_graph.h"
+#include "opal/host/disequalities.h"
 #include "opal/host/farkas.h"
 #include "opal/host/integer_search.h"
 #include "opal/host/search_constraints.h"
@@ -36,14 +37,6 @@ using host::FarkasCombination;
 using proof::ProofRef;
 
 namespace {
-
-// A sum of coefficient * value.
-DeltaNumber evaluate(const Equation& vars, const Decider& decider) {
-  DeltaNumber sum;
-  for (const auto& [var, coeff] : vars.coeffs())
-    sum.add_product(coeff, decider.value(var));
-  return sum;
-}
 
 // Whether a constraint without variables, 0 <relation> constant, holds.
 bool trivially_holds(const LinearTerm& term) {
@@ -121,7 +114,6 @@ class Solver::Impl {
   Verdict decide_integers(Decider& decider);
   void count(const LinearTerm& term);
   std::optional<Refutation> separate(Decider& decider);
-  bool add_half(Decider& decider, int id);
   FarkasCombination refute_half(Decider& decider, int id, int side);
   [[nodiscard]] static Refutation trivial_refutation(int id, const LinearTerm& term);
   void choose_epsilon();
@@ -263,32 +255,20 @@ std::optional<Solver::Impl::Refutation> Solver::Impl::separate(Decider& decider)
     for (const int id : disequalities_) {
       limits_.poll();
       const LinearTerm& term = mapper_.constraint_term(id);
-      if (!(evaluate(term.vars, decider) == DeltaNumber{term.constant, {}})) continue;
+      if (!(host::value_in_model(term.vars, decider) == DeltaNumber{term.constant, {}}))
+        continue;
       changed = true;
-      if (add_half(decider, id)) continue;
+      if (host::add_half(decider, id)) continue;
       return Refutation{id, refute_half(decider, id, -1), refute_half(decider, id, 1)};
     }
   }
   return std::nullopt;
 }
 
-bool Solver::Impl::add_half(Decider& decider, int id) {
-  const std::size_t height = decider.size();
-  for (const int side : {-1, 1}) {
-    decider.add(id, side);
-    if (!decider.check()) return true;
-    decider.retract(height);
-  }
-  return false;
-}
-
+// The half is inconsistent with the convex constraints alone.
 FarkasCombination Solver::Impl::refute_half(Decider& decider, int id, int side) {
   decider.retract(convex_.size());
-  decider.add(id, side);
-  auto combination = decider.check();
-  assert(combination.has_value());
-  decider.retract(convex_.size());
-  return std::move(*combination);
+  return host::refute_half(decider, id, side);
 }
 
 // A value for the infinitesimal with which the model satisfies every constraint: at most 1
@@ -305,7 +285,7 @@ void Solver::Impl::choose_epsilon() {
 
 void Solver::Impl::narrow_epsilon(int id) {
   const LinearTerm& term = mapper_.constraint_term(id);
-  const DeltaNumber sum = evaluate(term.vars, *decider_);
+  const DeltaNumber sum = host::value_in_model(term.vars, *decider_);
   const QNumber gap = term.constant - sum.real;
   if (sum.strict.is_zero() || gap.sign() != sum.strict.sign()) return;
   // The sum is the constant at gap / strict.

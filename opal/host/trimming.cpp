@@ -18,7 +18,7 @@
 // All partitions of a query get one proof, so that their interpolants fit together: with
 // A's part of each partition the exact projection of E = 0, and E growing by the next
 // group's equalities, each interpolant and the next group imply the next interpolant.
-// What the background has counts for both sides, as it does in the engine.
+// Of two groups, what the background has counts for both sides, as it does in the engine.
 //
 // Cost: each pass sums the equalities up twice for each partition, and drops at least one.
 
