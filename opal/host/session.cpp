@@ -56,7 +56,10 @@ class Session::Impl {
  public:
   // The solver keeps a level of its own below the assertions', which
   // reset_assertions() takes back.
-  Impl() { solver.push(); }
+  Impl() {
+    terms.set_limits(&limits);
+    solver.push();
+  }
 
   Conjunction take_apart(const Term_* formula);
   void assert_atoms(const Conjunction& conjunction);

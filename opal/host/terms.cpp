@@ -155,6 +155,7 @@ class Terms::Impl {
 
   // The one term of a symbol with arguments.
   const Term_* apply(const TermSymbol* symbol, const Term_* const* args) {
+    if (limits != nullptr) limits->poll();
     if (2 * (occupied_ + 1) > slots_.size()) grow();
     const std::uint32_t hash = hash_of(*symbol, args);
     const std::size_t mask = slots_.size() - 1;
@@ -179,6 +180,8 @@ class Terms::Impl {
   [[nodiscard]] const Type* type(Sort sort) const {
     return &types_[static_cast<std::size_t>(sort)];
   }
+
+  Limits* limits = nullptr;
 
  private:
   struct Slot {
@@ -233,6 +236,8 @@ Terms::Terms() : impl_(std::make_unique<Impl>()) {
 }
 
 Terms::~Terms() = default;
+
+void Terms::set_limits(Limits* limits) { impl_->limits = limits; }
 
 const Term_* Terms::apply(Kind kind, Sort sort, const Term_* a) {
   return impl_->apply(impl_->symbol(kind, sort, 1), &a);

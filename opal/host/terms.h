@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "opal/host/limits.h"
 #include "opal/interfaces/term_manager.h"
 
 namespace opal::host {
@@ -63,6 +64,11 @@ class Terms final : public TermManager {
  public:
   Terms();
   ~Terms() override;
+
+  /// Makes every construction poll the limits, so that whatever builds terms (a parser, an
+  /// enumeration in the engine, the simplifier) ends at one: LimitReached passes through.
+  /// Null for none. The limits must outlive their use.
+  void set_limits(Limits* limits);
 
   // --- construction; see TermManager for the meaning
   using TermManager::make_number;
