@@ -1,8 +1,6 @@
 ; Symbols, strings, numbers and comments in all their forms.
 (set-logic QF_LRA) ; a comment ends ( with ) its " line |
-(declare-fun |a b| () Real)
-(declare-const |let| Real)
-(declare-const |plain| Real)
+(declare-fun |a b| () Real) (declare-const |let| Real) (declare-const |plain| Real)
 (declare-const ~!@$%^&*_-+=<>.?/x1 Real)
 (declare-const |two
 lines| Real)
@@ -20,5 +18,4 @@ lines| ( + plain
 (echo "")
 (set-info :source |a text over
 several lines with (parentheses|)
-(set-info :status sat)
-(set-info :nothing)
+(set-info :status sat) (set-info :nothing)

@@ -248,11 +248,13 @@ class Verification(unittest.TestCase):
         for solver, fault in [
             ("no-such-solver", "no-such-solver"), ("false", "false"), ("true", "0 answers"),
             ("echo 'sat\nsat'", "wrong"), ("echo '(error \"x\")'", "x"),
-            ("echo 'unsat\nunknown'", "undecided"),
+            ("echo 'unsat\nunknown'", "undecided"), ("", "no command"),
+            ("sh -c 'echo (", "unbalanced quote"), ("sh -c 'kill -9 $$'", "signal 9"),
+            ("sh -c 'echo it broke >&2; exit 3'", "exit status 3: it broke"),
         ]:
             done = run(question, "--verify", "--verify-with", solver)
             self.assertEqual(done.returncode, 1, solver)
-            self.assertRegex(done.stdout, r'^unsat\n\(error "<stdin>:3:1: [^$]*"\)\n$')
+            self.assertRegex(done.stdout, r'(?s)^unsat\n\(error "<stdin>:3:1: .*"\)\n$')
             self.assertIn(fault, done.stdout)
         done = run(question, "--verify")
         self.assertEqual((done.returncode, done.stdout), (0, "unsat\n((<= x 1.0))\n"))

@@ -1,0 +1,22 @@
+; Sequences: one interpolant per cut, always in one list.
+(set-logic QF_LRA) (declare-fun x0 () Real) (declare-fun x1 () Real)
+(declare-fun x2 () Real) (declare-fun x3 () Real) (assert (! (= x0 0) :named init))
+(assert (! (= x1 (+ x0 1)) :named step1)) (assert (! (= x2 (+ x1 1)) :named step2))
+(assert (! (= x3 (+ x2 1)) :named step3)) (assert (! (> x3 3) :named bad))
+(assert (! (<= x0 100) :named unused)) (check-sat)
+(get-interpolants init step1 step2 step3 bad)
+(get-interpolants (and init step1) (and step2 step3 bad))
+(get-interpolants bad step3 step2 step1 init)
+(get-interpolants unused init step1 step2 step3 bad)
+(get-interpolants init step1 step2 step3 bad unused)
+(get-interpolants (and bad init) (and step1 step3) step2)
+(reset)
+; Trees: groups in parentheses are a sub-tree below the next group at its level; answers
+; come in post-order.
+(set-logic QF_LRA) (declare-fun a () Real) (declare-fun b () Real) (declare-fun c () Real)
+(declare-fun d () Real) (assert (! (<= 1 a) :named p1)) (assert (! (<= a b) :named p2))
+(assert (! (<= 2 c) :named p3)) (assert (! (<= c d) :named p4))
+(assert (! (< (+ b d) 3) :named p5)) (check-sat)
+(get-interpolants p1 p2 (p3 p4) p5) (get-interpolants (p1 p2) (p3 p4) p5)
+(get-interpolants p1 (p3) (p5 p2) p4) (get-interpolants p1 (p2) (p3) (p4) p5)
+(get-interpolants (and p1 p2) ((and p3 p4)) p5)
