@@ -1,0 +1,107 @@
+// The wrong answers that broken promises give; docs/proofs.md works them out.
+
+#include "tests/engine/coloured_host.h"
+
+namespace opal::small {
+namespace {
+
+TEST(BrokenPromises, GiveWrongAnswers) {
+  ColouredHost host;
+  const QNumber half = QNumber(1) / QNumber(2), third = QNumber(1) / QNumber(3);
+  auto add = [&](int kind, const Row& coeffs, const QNumber& c, Status colour) {
+    return host.add(kind, coeffs, c, colour);
+  };
+  // 2: A: x4 = 5, B: 2 x6 <= x4, x6 >= 3. The multiplier 1 is right, not -1.
+  const int five = add(EQ, {{4, 1}}, 5, A), twice = add(LEQ, {{6, 2}, {4, -1}}, 0, B);
+  const int three = add(GEQ, {{6, 1}}, 3, B);
+  auto proof2 = [&](int m) { return sum({cut({five, twice}, {m}, 2), hyp(three)}); };
+  // 2: A: x4 - x3 = 3 x2, x3 = 1, B: x4 = 3 x6. The multipliers 1/3, 1/3, -1/3 are right.
+  const int minus = add(EQ, {{4, 1}, {3, -1}, {2, -3}}, 0, A);
+  const int one = add(EQ, {{3, 1}}, 1, A), threes = add(EQ, {{4, 1}, {6, -3}}, 0, B);
+  auto proof2e = [&](const QNumber& m) {
+    return equalities({minus, one, threes}, {third, m, third.neg()});
+  };
+  // 6: A: 2 x2 + x5 >= 1, x2 <= 0, B: x5 <= 0, and x5 is real: it cancels in the cut.
+  const int real = add(GEQ, {{2, 2}, {5, 1}}, 1, A), low = add(LEQ, {{2, 1}}, 0, A);
+  const int real_low = add(LEQ, {{5, 1}}, 0, B);
+  // 6: A: x4 >= 1, B: x4 <= 1; 2 does not divide the coefficient.
+  const int least = add(GEQ, {{4, 1}}, 1, A), most = add(LEQ, {{4, 1}}, 1, B);
+  const QNumber two(2);
+  // 6: A: 2 x2 <= 2, 2 x2 >= 1, B: 2 x6 >= 2, x6 <= 0; one variable for two cuts.
+  const int a1 = add(LEQ, {{2, 2}}, 2, A), a2 = add(GEQ, {{2, 2}}, 1, A);
+  const int b1 = add(GEQ, {{6, 2}}, 2, B), b2 = add(LEQ, {{6, 2}}, 0, B);
+  auto two_cuts = [&](int var) {
+    return sum({cut({a2, b2}, {1}, 2, 100), cut({a1, b1}, {1}, 2, var)});
+  };
+  // 7: A: 2 x2 = 2 x4 + 1, B: x4 = 0; A alone is contradictory.
+  const int odd = add(EQ, {{2, 2}, {4, -2}}, 1, A), zero = add(EQ, {{4, 1}}, 0, B);
+  const std::string floor_of = "(<= 0 (* 1 (floor (* 1/2 (+ ";
+  const struct {
+    Proof* broken;
+    std::string answer;
+    Proof* kept;
+    std::string kept_answer;
+    bool floor_cuts = false;
+  } table[] = {
+      // B holds at x4 = 6
+      {proof2(-1), floor_of + "(* 1 x4) -5)))))", proof2(1), floor_of + "(* -1 x4) 5)))))",
+       true},
+      {proof2e(third.neg()), "(mod1 (* 1 x4) 0)", proof2e(third), "(mod3 (* 1 x4) 1)"},
+      // A holds at x2 = 0, x5 = 3/2
+      {sum({cut({real_low, real}, {1}, 2), hyp(low)}),
+       "(or (and (mod2 (* 1 x5) 1) (<= 0 (+ (* 1 x5) -1))) (<= 1 (+ (* 1 x5) -1)))",
+       sum({hyp(real), hyp(low), hyp(low), hyp(real_low)}), "(<= 0 (+ (* 1 x5) -1))"},
+      // A holds at x4 = 1, and so does B
+      {comb(&two, cut({least}, {}, 2), nullptr, hyp(most)), "(<= 0 (+ (* 1/2 x4) -1))",
+       sum({hyp(least), hyp(most)}), "(<= 0 (+ (* 1 x4) -1))"},
+      {two_cuts(100), "false", two_cuts(101), "true"},  // A holds at x2 = 1
+      // B holds at x4 = 0
+      {equalities({odd, zero}, {half, 1}), "(mod1 (* -1 x4) 0)", equalities({odd}, {half}),
+       "false"}};
+  for (const auto& c : table) {
+    EXPECT_EQ(host.interpolant(c.broken, c.floor_cuts), c.answer);
+    EXPECT_EQ(host.interpolant(c.kept, c.floor_cuts), c.kept_answer);
+  }
+}
+
+TEST(BrokenPromises, OfBranchesGiveWrongAnswers) {
+  // 8: A: x4 >= 0, x4 != 0, B: x4 <= 0, branch x4 <= -1 or x4 >= 0, where the right atom is
+  // A's, and the left one is unknown or not. B holds at x4 = 0.
+  for (const Status left_colour : {UNKNOWN, A}) {
+    ColouredHost host;
+    const int a = host.add(GEQ, {{4, 1}}, 0, A), neq = host.add(NEQ, {{4, 1}}, 0, A);
+    const int b = host.add(LEQ, {{4, 1}}, 0, B);
+    const int l = host.mapper->add_branch(LEQ, 4, -1, left_colour);
+    const int r = host.mapper->add_branch(GEQ, 4, 0, A);
+    Proof* const right =
+        new la::LaNeq(neq, plus(hyp(r), hyp(neq, -1)), plus(hyp(b), hyp(neq, 1)));
+    EXPECT_EQ(host.interpolant(host.branch(plus(hyp(a), hyp(l)), right, l, r)),
+              std::string(left_colour == A ? "(or (<= 0 -1) " : "(or (<= 0 (* 1 x4)) ") +
+                  "(or false (not (<= (* 1 x4) 0))))");
+  }
+  // 8: A: x4 >= 5, B: x4 >= 2 x6 - 1, x6 >= 1, x4 + x7 <= 0, x7 >= 0, branch x4 <= 0 or
+  // x4 >= 1, with a cut in the left leaf. Shared atoms count as A's there, B's elsewhere.
+  for (const Status colour : {AB, B}) {
+    ColouredHost host;
+    const int b1 = host.add(GEQ, {{4, 1}, {6, -2}}, -1, B);
+    const int b2 = host.add(GEQ, {{6, 1}}, 1, B), b4 = host.add(GEQ, {{7, 1}}, 0, B);
+    const int b3 = host.add(LEQ, {{4, 1}, {7, 1}}, 0, B);
+    const int l = host.mapper->add_branch(LEQ, 4, 0, colour);
+    const int r = host.mapper->add_branch(GEQ, 4, 1, colour);
+    Proof* const left = plus(cut({l, b1}, {1}, 2), hyp(b2));
+    Proof* const right = sum({hyp(b3), hyp(b4), hyp(r)});
+    EXPECT_EQ(host.interpolant(host.branch(left, right, l, r), true),
+              colour == B ? "(and true true)"
+                          : "(and (<= 0 (* 1 (floor (* 1/2 (* -1 x4))))) true)");
+  }
+  // 8: A: x4 >= 1, B: x4 <= 1, branch x4 <= 0 or x4 >= 2: B holds at x4 = 1.
+  ColouredHost host;
+  const int a = host.add(GEQ, {{4, 1}}, 1, A), b = host.add(LEQ, {{4, 1}}, 1, B);
+  const int l = host.mapper->add_branch(LEQ, 4, 0, B);
+  const int r = host.mapper->add_branch(GEQ, 4, 2, B);
+  EXPECT_EQ(host.interpolant(host.branch(plus(hyp(a), hyp(l)), plus(hyp(b), hyp(r)), l, r)),
+            "(and (<= 0 (+ (* 1 x4) -1)) true)");
+}
+
+}  // namespace
+}  // namespace opal::small
