@@ -25,7 +25,10 @@ Interpolator::Interpolator(TermManager* mgr, Solver* solver, ItpLinearTermMapper
   assert(mgr != nullptr);
 }
 
-Interpolator::~Interpolator() { proof::Proof::release(zero_proof_); }
+Interpolator::~Interpolator() {
+  clear_split_cache();  // a split request that threw has left its references there
+  proof::Proof::release(zero_proof_);
+}
 
 CoeffList* Interpolator::find_in_cache(proof::Proof* p) {
   const auto it = proof_cache_.find(p);
@@ -66,6 +69,14 @@ itp::TheoryAtomClassifier::status Interpolator::classify(const Term_* atom) {
   return classifier_->classify(atom, false);
 }
 
+LinearTerm Interpolator::linear_term_of(int constr_id) {
+  if (in_laz_bb_) {
+    const auto it = bb_lits_.find(constr_id);
+    if (it != bb_lits_.end()) return mapper_->bb_linear_term(it->second, constr_id);
+  }
+  return mapper_->linear_term(constr_id);
+}
+
 // The kinds are <, <=, =, !=, >=, >. A relation sum <= c becomes c - sum >= 0, a relation
 // sum >= c becomes sum - c >= 0, and strict ones lose the strictness variable:
 //
@@ -73,9 +84,7 @@ itp::TheoryAtomClassifier::status Interpolator::classify(const Term_* atom) {
 //     x > 3         is   x - 3 - delta >= 0
 Equation* Interpolator::get_as_rhs(int constr_id, int sign) {
   if (is_zero_constr(constr_id)) return get_zero();
-  const bool is_branch = in_laz_bb_ && bb_lits_.contains(constr_id);
-  LinearTerm lt = is_branch ? mapper_->bb_linear_term(bb_lits_[constr_id], constr_id)
-                            : mapper_->linear_term(constr_id);
+  LinearTerm lt = linear_term_of(constr_id);
   const bool either = lt.kind == LinearTerm::EQ || lt.kind == LinearTerm::NEQ;
   const bool upper = lt.kind < LinearTerm::EQ || (either && sign == -1);
   const bool strict =

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "opal/interfaces/atom_classifier.h"
+#include "opal/interfaces/equality_interpolants.h"
 #include "opal/interfaces/equation.h"
 #include "opal/interfaces/exception.h"
 #include "opal/interfaces/la_proof.h"
@@ -78,6 +79,22 @@ class Interpolator {
   [[nodiscard]] const Term_* get_interpolant(itp::TheoryAtomClassifier* classifier,
                                              proof::Proof* proof);
 
+  // --- split_driver.cpp: proofs that rest on an equality of both sides
+
+  /// Splits a case split over an equality a = b that mixes both sides: builds a shared term
+  /// t, enters a = t in the classifier as A's atom and b = t as B's, records the three
+  /// terms in `eq_itp`, and returns a LaNeq over a = t made of A's half of the proof, and
+  /// one over b = t made of B's. Any other proof comes back first, with a = t and b = t in
+  /// place of every equality that `eq_itp` holds, and null second. docs/embedding.md says
+  /// when to call it, docs/proofs.md what the proof must promise.
+  ///
+  /// Each proof carries one reference, which is the caller's. `classifier` must outlive the
+  /// next use of the object. Throws error for an impossible proof; then nothing is recorded
+  /// in `eq_itp`, the given proof is as it was but for references that the object holds
+  /// until its next split request or its end, and the object answers further requests.
+  [[nodiscard]] std::pair<proof::Proof*, proof::Proof*> split_mixed_proof(
+      itp::TheoryAtomClassifier* classifier, LaProof* proof, itp::EqItpMap& eq_itp);
+
   // --- interpolator.cpp: the caches
 
   /// Deletes all lists and constraints of the last request; bucket arrays keep their size.
@@ -96,13 +113,26 @@ class Interpolator {
   // What follows is for the operations of the engine and for tests, which derive a class
   // to reach it.
 
-  /// The two halves of a proof node split at a mixed equality, each with its sum. Holds
-  /// one reference to each proof; the sums are owned elsewhere.
+  /// The two halves of a proof node split at a mixed equality, each with its sum; the first
+  /// alone for a node that is rewritten. Holds one reference to each proof; the sums are
+  /// owned elsewhere.
   struct SplitData {
     proof::Proof* proof_a = nullptr;
     proof::Proof* proof_b = nullptr;
     Equation* eq_a = nullptr;
     Equation* eq_b = nullptr;
+  };
+
+  /// What a split request learns of its proof on the way.
+  struct SplitRequest {
+    LaNeq* root = nullptr;               // the proof when it is a case split
+    TheoryLit root_lit;                  // its literal
+    bool splitting = false;              // its equality mixes both sides
+    LaHyp* first_hyp = nullptr;          // the first hypothesis on the equality
+    LaHyp* last_hyp = nullptr;           // the last one, if it is not the first
+    const QNumber* last_mult = nullptr;  // the last one's multiplier
+    bool case1_has_hyp = false;
+    bool case2_has_hyp = false;
   };
 
   /// What the shared part of a cut's constraint must satisfy for the cut to take a value.
@@ -184,6 +214,8 @@ class Interpolator {
     return constr_id == zero_constr_id_;
   }
   [[nodiscard]] Equation* get_zero() { return &zero_eq_; }
+  /// The constraint with an id as the mapper hands it out.
+  [[nodiscard]] LinearTerm linear_term_of(int constr_id);
   /// The constraint with an id as an equation >= 0, owned through owned_eqs_; `sign` -1
   /// picks the at-most half of an equality or disequality.
   [[nodiscard]] Equation* get_as_rhs(int constr_id, int sign);
@@ -336,6 +368,83 @@ class Interpolator {
   // --- split_lemma.cpp: equality or one of two inequalities
 
   [[nodiscard]] const Term_* get_interpolant_from_split_lemma(LaEqSplitLemma* lemma);
+
+  // --- split_driver.cpp: the split request
+
+  /// Gives the references in split_cache_ back and empties it. Every split request begins
+  /// and ends with it.
+  void clear_split_cache();
+  /// Finds the colour of a case split's equality, and with it whether to split.
+  void enter_split_root(SplitRequest& request);
+  /// Fills split_cache_ for every node in to_visit_ and below, premises first.
+  void split_walk(SplitRequest& request, itp::EqItpMap& eq_itp);
+  /// Remembers hypotheses on the split equality, and their multipliers.
+  void track_hypotheses(proof::Proof* p, SplitRequest& request);
+  /// The rewritten proof with one reference.
+  [[nodiscard]] proof::ProofRef rewritten_root(LaProof* proof, const SplitRequest& request);
+  /// The sides of the split equality and its shared term, which is what A's half of the
+  /// first case bounds a by; leaves in `case1` both halves' sums without the sides.
+  [[nodiscard]] itp::EqItpInfo find_shared_term(const SplitRequest& request,
+                                                SplitData& case1);
+  /// The two halves of the proof, after the walk; records the split.
+  [[nodiscard]] std::pair<proof::ProofRef, proof::ProofRef> split_root(
+      const SplitRequest& request, itp::EqItpMap& eq_itp);
+
+  // --- split_rules.cpp: one handler for each rule that can be split or rewritten. The node
+  // is the top of to_visit_. A handler either pushes the premises that have no entry yet,
+  // or pops the node and fills its entry in split_cache_. `root_lit` is the literal of the
+  // root, null when that is no case split.
+
+  void split_mixed_handle_comb(LaComb* p, TheoryLit root_lit, bool splitting,
+                               itp::EqItpMap& eq_itp);
+  void split_mixed_handle_hyp(LaHyp* p, TheoryLit root_lit, bool splitting,
+                              itp::EqItpMap& eq_itp);
+  void split_mixed_handle_fakehyp(LaFakeHyp* p, TheoryLit root_lit, bool splitting,
+                                  itp::EqItpMap& eq_itp);
+  void split_mixed_handle_comb_imp(LaCombImp* p, TheoryLit root_lit, bool splitting,
+                                   itp::EqItpMap& eq_itp);
+  /// Each takes a reference of its own.
+  static void set_a(SplitData& entry, proof::Proof* p, Equation* sum);
+  static void set_b(SplitData& entry, proof::Proof* p, Equation* sum);
+  /// True for an atom that B may own; an error, with the text given, for one of neither
+  /// side, and, rewriting, for one that mixes both or is unknown.
+  [[nodiscard]] bool splits_to_B(const Term_* atom, bool splitting, const char* mixed);
+  /// A hypothesis on an equality that was split before.
+  void replace_by_fakes(LaHyp* p, const itp::EqItpInfo& info, bool splitting,
+                        SplitData& entry);
+  /// A LaComb with references of its own and copies of the multipliers.
+  [[nodiscard]] static proof::ProofRef combine(const QNumber* c1, proof::Proof* p1,
+                                               const QNumber* c2, proof::Proof* p2);
+
+  // --- fake_hypotheses.cpp: hypotheses on the two halves of an equality
+
+  /// Fake hypotheses on a = t and b = t, which add up to `hyp`, a half of a = b or one of
+  /// its strict sides. Each has one reference, which is the caller's. `eq_x` is t when the
+  /// mapper writes the equality as b - a, else `eq_y` is.
+  [[nodiscard]] std::pair<LaFakeHyp*, LaFakeHyp*> make_fake_hyp(const Term_* a,
+                                                                const Term_* b,
+                                                                const Term_* t, LaHyp* hyp,
+                                                                Equation* eq_x,
+                                                                Equation* eq_y);
+  /// The hypothesis 0 >= 0, of which the object holds the first reference.
+  [[nodiscard]] LaHyp* get_zero_proof();
+
+  // --- linear_expressions.cpp: terms as linear expressions
+
+  /// Adds the linear form of `t` to `out`; a product without a numeral factor adds nothing.
+  void do_make_linear_expr(const Term_* t, Equation& out);
+  /// Adds the linear forms of both terms; true when `lt` is exactly b minus a.
+  bool make_linear_exprs(const Term_* a, const Term_* b, const LinearTerm& lt, Equation& ea,
+                         Equation& eb);
+  /// dst -= src
+  void sub_equation(Equation* dst, const Equation& src);
+  /// dst += q * src
+  void add_equation(Equation* dst, const QNumber& q, const Equation& src);
+  /// Adds an expression, negated or not, to the left side of a relation, its constant with
+  /// the opposite sign to the right side.
+  void add_to_linear(LinearTerm& lt, const Equation& e, bool negate);
+  /// The same relation, variables, coefficients and constant.
+  [[nodiscard]] bool linear_equal(const LinearTerm& x, const LinearTerm& y) const;
 };
 
 }  // namespace opal::la
