@@ -20,10 +20,11 @@ bench:
 	python3 bench/run.py --build build/bench --output bench/RESULTS.md
 
 # Random problems until N interpolants are confirmed; from SEED if given, else a fresh one.
+# With OF=splits, N problems with shared terms.
 soak:
 	scripts/deps.sh demo
 	scripts/build.sh release
-	scripts/soak.sh build/release/opal $(N) $(SEED)
+	scripts/soak.sh build/release/opal $(N) "$(SEED)" $(OF)
 
 fuzz:
 	@echo "no fuzz targets yet" >&2; exit 1

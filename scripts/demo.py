@@ -3,10 +3,10 @@
 
     scripts/demo.py TOOL FOLDER
 
-For each problem: its story, the tool's answers, and z3's verdict on every interpolant. The
-tool checks its answers too (--verify); here z3 is asked again, by a second way: each step
-of a sequence or tree of interpolants must be unsatisfiable. Fails when anything is not
-confirmed.
+For each problem: its story, the tool's answers, and z3's verdict on every interpolant and
+shared term. The tool checks its answers too (--verify); here z3 is asked again, by a second
+way: each step of a sequence or tree of interpolants must be unsatisfiable, and so must be
+what denies that a shared term is equal to either side. Fails when anything is not confirmed.
 """
 
 import pathlib
@@ -100,7 +100,14 @@ class Example:
             elif name == "get-interpolants":
                 interpolants = [show(i) for i in next(answers)]
                 self.print_answer(command, interpolants)
-                self.judge(arguments, interpolants)
+                self.judge(steps_of(arguments, interpolants, self.assertions), interpolants)
+            elif name == "get-shared-term":
+                term = show(next(answers))
+                self.print_answer(command, [term])
+                groups = as_conjunction([formula for _, formula in self.assertions])
+                denials = [f"(and {groups} (distinct {show(side)} {term}))"
+                           for side in arguments[2:]]
+                self.judge(denials, [term])
 
     @staticmethod
     def print_answer(command, lines):
@@ -108,12 +115,11 @@ class Example:
         for line in lines:
             print(f"    {line}")
 
-    def judge(self, arguments, interpolants):
-        steps = steps_of(arguments, interpolants, self.assertions)
+    def judge(self, steps, answers):
         verdicts = [ask_z3(self.declarations, step) for step in steps]
         right = all(v == "unsat" for v in verdicts)
-        self.confirmed += len(interpolants) if right else 0
-        self.refused += 0 if right else len(interpolants)
+        self.confirmed += len(answers) if right else 0
+        self.refused += 0 if right else len(answers)
         print(f"  z3 on the {len(steps)} steps: {' '.join(verdicts)}"
               f" ({'confirmed' if right else 'NOT CONFIRMED'})")
 
@@ -133,8 +139,8 @@ def main():
         example.check(sexpr.parse_all(run.stdout))
         confirmed += example.confirmed
         faults += example.refused
-    print(f"{'=' * 92}\n{len(paths)} problems, {confirmed} interpolants confirmed by the tool's "
-          f"own checks and by z3, {faults} not")
+    print(f"{'=' * 92}\n{len(paths)} problems, {confirmed} interpolants and shared terms "
+          f"confirmed by the tool's own checks and by z3, {faults} not")
     return 0 if paths and confirmed and not faults else 1
 
 

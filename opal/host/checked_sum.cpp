@@ -143,15 +143,11 @@ std::optional<QNumber> CheckedSum::ratio_to(const CheckedSum& other) const {
   return equal ? factor : std::nullopt;
 }
 
-std::optional<CheckedSum> checked_difference(const Term_* atom) {
+namespace {
+
+// The sum of the weighted terms on the agenda.
+std::optional<CheckedSum> sum_of(Agenda agenda) {
   CheckedSum sum;
-  if (Terms::kind_of(atom) == Kind::FALSE) {
-    sum.constant = QNumber(1);
-    return sum;
-  }
-  Agenda agenda;
-  agenda.push(atom->arg(0), QNumber(1));
-  agenda.push(atom->arg(1), QNumber(-1));
   while (!agenda.empty()) {
     const auto [t, weight] = agenda.pop();
     switch (Terms::kind_of(t)) {
@@ -173,6 +169,26 @@ std::optional<CheckedSum> checked_difference(const Term_* atom) {
     }
   }
   return sum;
+}
+
+}  // namespace
+
+std::optional<CheckedSum> checked_form(const Term_* t) {
+  Agenda agenda;
+  agenda.push(t, QNumber(1));
+  return sum_of(std::move(agenda));
+}
+
+std::optional<CheckedSum> checked_difference(const Term_* atom) {
+  if (Terms::kind_of(atom) == Kind::FALSE) {
+    CheckedSum sum;
+    sum.constant = QNumber(1);
+    return sum;
+  }
+  Agenda agenda;
+  agenda.push(atom->arg(0), QNumber(1));
+  agenda.push(atom->arg(1), QNumber(-1));
+  return sum_of(std::move(agenda));
 }
 
 }  // namespace opal::host

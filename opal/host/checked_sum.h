@@ -43,6 +43,8 @@ struct CheckedSum {
   [[nodiscard]] std::optional<QNumber> ratio_to(const CheckedSum& other) const;
 };
 
+/// The sum that a term is, or nothing for one that is not linear. Iterative, over the DAG.
+std::optional<CheckedSum> checked_form(const Term_* t);
 /// left - right of an atom of kind LEQ, LT, EQ or NEQ; FALSE says 1 <= 0. Nothing for an
 /// atom that is not linear. Iterative, over the DAG.
 std::optional<CheckedSum> checked_difference(const Term_* atom);

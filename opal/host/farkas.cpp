@@ -173,10 +173,10 @@ ProofRef hypothesis(const FarkasLeaf& leaf) {
 }
 
 ProofRef farkas_proof(const ConstraintTerms& terms, FarkasCombination leaves,
-                      const LeafMaker& make_leaf) {
+                      const LeafMaker& make_leaf, Multipliers multipliers) {
   assert(!leaves.empty());
   leaves = merged(std::move(leaves));
-  make_coprime(leaves);
+  if (multipliers == Multipliers::COPRIME) make_coprime(leaves);
   if (leaves.size() == 1) return make_leaf(leaves.front());
   const std::vector<std::size_t> order = LeafOrder(terms, leaves).order(terms, leaves);
   assert(order.size() == leaves.size());

@@ -1,6 +1,7 @@
 #ifndef OPAL_HOST_FARKAS_H
 #define OPAL_HOST_FARKAS_H
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -23,9 +24,12 @@ struct FarkasLeaf {
 /// strictness variable, is a negative constant or zero with a negative strictness part.
 using FarkasCombination = std::vector<FarkasLeaf>;
 
+/// What farkas_proof() does to multipliers.
+enum class Multipliers : std::uint8_t { COPRIME, AS_GIVEN };
+
 /// The proof of a combination, which must not be empty. Leaves of the same constraint and
-/// sign are added up; multipliers are scaled to coprime integers; leaves are ordered so
-/// that the uses of a variable lie together.
+/// sign are added up; multipliers are scaled to coprime integers, unless they are wanted as
+/// given; leaves are ordered so that the uses of a variable lie together.
 ///
 /// A multiplier other than null stands only on leaves: the engine applies the multiplier of
 /// a premise to the first pair of its list, and only a leaf's list is sure to have one
@@ -36,7 +40,8 @@ using FarkasCombination = std::vector<FarkasLeaf>;
 using LeafMaker = std::function<proof::ProofRef(const FarkasLeaf&)>;
 proof::ProofRef hypothesis(const FarkasLeaf& leaf);
 proof::ProofRef farkas_proof(const ConstraintTerms& terms, FarkasCombination leaves,
-                             const LeafMaker& make_leaf = hypothesis);
+                             const LeafMaker& make_leaf = hypothesis,
+                             Multipliers multipliers = Multipliers::COPRIME);
 
 /// The refutation of a disequality by its two strict sides (at-most first).
 proof::ProofRef disequality_proof(int constraint_id, proof::ProofRef at_most,

@@ -65,7 +65,7 @@ class Mapper::Impl {
   }
 
   struct Constraint {
-    const Term_* atom;
+    TheoryLit lit;
     LinearTerm term;
   };
 
@@ -91,9 +91,16 @@ class Mapper::Impl {
                        [this](const auto& pair) { return is_integer(pair.first); });
   }
 
-  int add(const Term_* atom, LinearTerm&& term) {
-    constraints.push_back({atom, std::move(term)});
+  int add(TheoryLit lit, LinearTerm&& term) {
+    constraints.push_back({lit, std::move(term)});
     return static_cast<int>(constraints.size());
+  }
+  int add(const Term_* atom, LinearTerm&& term) {
+    return add(TheoryLit(atom), std::move(term));
+  }
+  [[nodiscard]] const Constraint& constraint(int id) const {
+    assert(has_constraint(id));
+    return constraints[static_cast<std::size_t>(id) - 1];
   }
   [[nodiscard]] const Term_* branch_atom(const LinearTerm& branch);
 
@@ -103,6 +110,8 @@ class Mapper::Impl {
   std::vector<const Term_*> variables;  // the variable of id i is variables[i - 2]
   std::deque<Constraint> constraints;   // the constraint of id i is constraints[i - 1]
   std::unordered_map<const Term_*, int> branches;  // by the branch's atom
+  std::unordered_map<const Term_*, int> exact[2];  // by the equality; denied ones second
+  std::unordered_map<const Term_*, int> defined;   // variables by the terms they stand for
 };
 
 Mapper::Mapper(Terms& terms, Limits& limits)
@@ -110,11 +119,7 @@ Mapper::Mapper(Terms& terms, Limits& limits)
 
 Mapper::~Mapper() = default;
 
-int Mapper::constraint(const Term_* atom) {
-  if (const int known = impl_->number_of(atom)) return known;
-  if (atom == impl_->terms.true_term()) return ZERO_CONSTRAINT;
-  if (!is_atom(atom)) throw std::invalid_argument("not an atom: " + term_text(atom));
-
+LinearTerm Mapper::unnormalised(const Term_* atom) {
   LinearForm form;
   if (Terms::kind_of(atom) == Kind::FALSE) {
     form.constant = QNumber(1);  // 1 <= 0
@@ -130,7 +135,15 @@ int Mapper::constraint(const Term_* atom) {
   for (const auto& [var, coefficient] : sum)
     vars.add_var(*coefficient, var);
   assert(vars.is_normal());
-  LinearTerm term(relation_of(atom), std::move(vars), form.constant.neg());
+  return LinearTerm(relation_of(atom), std::move(vars), form.constant.neg());
+}
+
+int Mapper::constraint(const Term_* atom) {
+  if (const int known = impl_->number_of(atom)) return known;
+  if (atom == impl_->terms.true_term()) return ZERO_CONSTRAINT;
+  if (!is_atom(atom)) throw std::invalid_argument("not an atom: " + term_text(atom));
+
+  LinearTerm term = unnormalised(atom);
   int id = ZERO_CONSTRAINT;
   if (!impl_->is_integer(term.vars)) {
     id = impl_->add(atom, std::move(term));
@@ -142,13 +155,11 @@ int Mapper::constraint(const Term_* atom) {
 }
 
 const LinearTerm& Mapper::constraint_term(int constr_id) const {
-  assert(impl_->has_constraint(constr_id));
-  return impl_->constraints[static_cast<std::size_t>(constr_id) - 1].term;
+  return impl_->constraint(constr_id).term;
 }
 
 const Term_* Mapper::constraint_atom(int constr_id) const {
-  assert(impl_->has_constraint(constr_id));
-  return impl_->constraints[static_cast<std::size_t>(constr_id) - 1].atom;
+  return impl_->constraint(constr_id).lit.atom();
 }
 
 int Mapper::variable(const Term_* var) {
@@ -202,6 +213,17 @@ int Mapper::cut_variable() {
   return variable(impl_->terms.make_fresh_variable(".cut", Sort::INT));
 }
 
+int Mapper::exact_constraint(const Term_* equality, bool negated) {
+  assert(Terms::kind_of(equality) == Kind::EQ && is_atom(equality));
+  int& id = impl_->exact[negated ? 1 : 0][equality];
+  if (id == 0) {
+    LinearTerm term = unnormalised(equality);
+    if (negated) term.kind = LinearTerm::NEQ;
+    id = impl_->add(TheoryLit(equality, negated), std::move(term));
+  }
+  return id;
+}
+
 LinearTerm Mapper::linear_term(int constr_id) {
   impl_->limits.poll();
   if (constr_id == ZERO_CONSTRAINT)
@@ -226,7 +248,7 @@ int Mapper::lit_constraint(TheoryLit lit) {
 TheoryLit Mapper::constraint_lit(int constr_id) {
   impl_->limits.poll();
   if (!impl_->has_constraint(constr_id)) return TheoryLit();
-  return TheoryLit(constraint_atom(constr_id));
+  return impl_->constraint(constr_id).lit;
 }
 
 const Term_* Mapper::var_term(int var) {
@@ -247,7 +269,14 @@ int Mapper::atom_constraint(const Term_* atom) {
 
 int Mapper::term_def_var(const Term_* term) {
   impl_->limits.poll();
-  return Terms::kind_of(term) == Kind::FLOOR ? variable(term) : 0;
+  assert(Terms::sort_of(term) != Sort::BOOL);
+  if (is_variable(term)) return variable(term);
+  int& var = impl_->defined[term];
+  if (var == 0) {
+    impl_->variables.push_back(term);
+    var = num_variables() + 1;
+  }
+  return var;
 }
 
 }  // namespace opal::host

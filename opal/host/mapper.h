@@ -15,10 +15,13 @@ namespace opal::host {
 /// and are never taken back: the strictness variable is 1, problem variables follow; the
 /// zero constraint is -1, other constraints are numbered from 1.
 ///
-/// Every constraint's literal is positive: an atom of kind LEQ, LT, EQ, NEQ or FALSE (see
-/// literals.h). The flip of a literal is mapped to the constraint of the opposite atom.
+/// Every constraint's literal is positive, but for those of exact_constraint(): an atom of
+/// kind LEQ, LT, EQ, NEQ or FALSE (see literals.h). The flip of a literal is mapped to the
+/// constraint of the opposite atom.
 ///
 /// A variable is a variable term, or a floor term, which is a variable of sort Int here.
+/// The shared term of a split equality has a variable too, which is in no constraint of
+/// this mapper: where such a term occurs in an atom, it counts as the sum that it is.
 /// A constraint of which all variables are Ints is normalised: its coefficients are coprime
 /// integers, its constant is an integer, and no inequality is strict:
 ///
@@ -47,6 +50,7 @@ class Mapper final : public la::ItpLinearTermMapper, public ConstraintTerms {
   int constraint(const Term_* atom);
   /// The constraint of an id in 1..num_constraints().
   [[nodiscard]] const la::LinearTerm& constraint_term(int constr_id) const override;
+  /// The atom of its literal.
   [[nodiscard]] const Term_* constraint_atom(int constr_id) const;
   /// The id of a variable term or a floor term (made at first sight).
   int variable(const Term_* var);
@@ -66,6 +70,13 @@ class Mapper final : public la::ItpLinearTermMapper, public ConstraintTerms {
   /// A variable for a cut: a new one with a new term in each call.
   int cut_variable();
 
+  // --- for equalities that are split
+  /// The id of an equality's constraint, or of the disequality that denies it, whose linear
+  /// term is left - right, exactly, whatever the sorts. Its literal is the equality,
+  /// negated or not. Always the same id for the same literal, and never that of
+  /// constraint().
+  int exact_constraint(const Term_* equality, bool negated);
+
   // --- for the engine; see ItpLinearTermMapper
   /// Throws std::out_of_range for an id that was never handed out.
   la::LinearTerm linear_term(int constr_id) override;
@@ -75,12 +86,16 @@ class Mapper final : public la::ItpLinearTermMapper, public ConstraintTerms {
   const Term_* var_term(int var) override;
   int term_var(const Term_* term, bool make) override;
   int atom_constraint(const Term_* atom) override;
-  /// The variable of a floor term (made at first sight); 0 for other terms.
+  /// The variable of an arithmetic term, made at first sight: a variable's or floor term's
+  /// own, for any other term one of which it is the var_term.
   int term_def_var(const Term_* term) override;
   int delta_var() override { return DELTA_VAR; }
   int zero_constraint() override { return ZERO_CONSTRAINT; }
 
  private:
+  /// The constraint of an atom as it stands.
+  la::LinearTerm unnormalised(const Term_* atom);
+
   class Impl;
   std::unique_ptr<Impl> impl_;
 };

@@ -9,12 +9,14 @@
 #include <utility>
 
 #include "opal/host/assertion_stack.h"
+#include "opal/host/equality_proof.h"
 #include "opal/host/farkas.h"
 #include "opal/host/integer_steps.h"
 #include "opal/host/mapper.h"
 #include "opal/host/partition.h"
 #include "opal/host/printer.h"
 #include "opal/host/proof_checker.h"
+#include "opal/host/shared_term.h"
 #include "opal/host/verification.h"
 
 namespace opal::host {
@@ -75,8 +77,9 @@ class Session::Impl {
   void need(Verdict wanted) const;
 
   void check_symbols(const InterpolationAnswer& answer) const;
-  VerificationReport check_steps(const InterpolationAnswer& answer,
+  VerificationReport check_steps(const std::vector<std::vector<const Term_*>>& steps,
                                  const std::string& commands);
+  [[nodiscard]] ResolvedQuery resolved(const SharedTermQuery& query) const;
   Interpolants interpolants(ResolvedQuery& resolved, const InterpolationQuery& query);
 
   Terms terms;
@@ -98,6 +101,8 @@ class Session::Impl {
   double engine_seconds = 0;
   double raw_size = 0;
   double size = 0;
+  double shared_terms = 0;
+  double completed_halves = 0;
 };
 
 // The atoms of a formula, then those that define its floor terms. Afterwards the mapper
@@ -231,9 +236,8 @@ void Session::Impl::check_symbols(const InterpolationAnswer& answer) const {
   }
 }
 
-VerificationReport Session::Impl::check_steps(const InterpolationAnswer& answer,
-                                              const std::string& commands) {
-  const auto steps = verification_steps(terms, answer);
+VerificationReport Session::Impl::check_steps(
+    const std::vector<std::vector<const Term_*>>& steps, const std::string& commands) {
   const auto [answers, handed_on] = ask_outside_solvers(commands, steps, limits);
   for (std::size_t i = 0; i < steps.size(); ++i) {
     if (answers[i] == "unsat") continue;
@@ -421,7 +425,37 @@ VerificationReport Session::verify(const InterpolationQuery& query,
   const InterpolationAnswer full{resolved.grouping.get(), std::move(resolved.groups),
                                  std::move(resolved.background), answer.terms};
   impl_->check_symbols(full);
-  return impl_->check_steps(full, outside_solvers);
+  return impl_->check_steps(verification_steps(impl_->terms, full), outside_solvers);
+}
+
+ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) const {
+  InterpolationQuery groups{{query.first, query.second}, Grouping::sequence(2)};
+  groups.unmentioned = query.unmentioned;
+  return resolve(stack, assumptions, groups);
+}
+
+SharedTerm Session::shared_term(const SharedTermQuery& query) {
+  try {
+    const SharedTerm answer =
+        find_shared_term({impl_->terms, impl_->mapper, impl_->limits, impl_->interpolation},
+                         impl_->resolved(query), query);
+    ++impl_->shared_terms;
+    impl_->completed_halves += answer.of_A.completed + answer.of_B.completed;
+    return answer;
+  } catch (const NotSplit& why) {
+    throw SessionError(why.what());
+  }
+}
+
+VerificationReport Session::verify(const SharedTermQuery& query, const SharedTerm& answer,
+                                   const std::string& outside_solvers) {
+  const ResolvedQuery groups = impl_->resolved(query);
+  const auto foreign = foreign_symbols(groups, answer);
+  if (!foreign.empty())
+    throw SessionError(term_text(foreign.front()) + ", which is not shared, is in " +
+                       term_text(answer.term) + " or in an interpolant");
+  return impl_->check_steps(verification_steps(impl_->terms, groups, answer),
+                            outside_solvers);
 }
 
 std::vector<std::pair<std::string, double>> Session::statistics() const {
@@ -442,6 +476,8 @@ std::vector<std::pair<std::string, double>> Session::statistics() const {
       {"branches", static_cast<double>(branches)},
       {"combinations-visited", static_cast<double>(interpolation.combinations_visited())},
       {"combinations-survived", static_cast<double>(interpolation.combinations_survived())},
+      {"shared-terms", impl_->shared_terms},
+      {"completed-halves", impl_->completed_halves},
       {"interpolant-size", impl_->size},
       {"interpolant-size-raw", impl_->raw_size},
       {"memory-mb", peak_megabytes()}};

@@ -39,6 +39,31 @@ struct InterpolationQuery {
   Cuts cuts = Cuts::AUTO;
 };
 
+/// Two groups of assertions, by their names, and two terms that they may make equal: one
+/// over the symbols of one group, one over those of the other.
+struct SharedTermQuery {
+  std::vector<std::string> first;
+  std::vector<std::string> second;
+  const Term_* a = nullptr;
+  const Term_* b = nullptr;
+  Mode mode = Mode::AUTO;  // of the interpolants
+  bool raw = false;
+  Unmentioned unmentioned = Unmentioned::BACKGROUND;
+};
+
+/// A term of shared symbols that both groups together make equal to the terms of a query.
+struct SharedTerm {
+  struct Half {
+    const Term_* interpolant = nullptr;
+    bool completed = false;  // its proof needs both groups
+  };
+  const Term_* a_side = nullptr;  // the one of the query's terms that is the first group's
+  const Term_* b_side = nullptr;
+  const Term_* term = nullptr;
+  Half of_A;  // between A with a_side /= term, and B
+  Half of_B;  // between A, and B with b_side /= term
+};
+
 /// The outside solvers of verification: z3, and cvc5 for what z3 leaves undecided.
 inline constexpr const char* OUTSIDE_SOLVERS =
     "z3 -in -smt2 -t:10000; cvc5 --lang smt2 --incremental -q --tlimit-per=30000";
@@ -124,6 +149,19 @@ class Session {
   /// that all of them leave undecided (what() says which step), OutsideSolverError (see
   /// verification.h), LimitReached.
   VerificationReport verify(const InterpolationQuery& query, const Interpolants& answer,
+                            const std::string& outside_solvers);
+
+  // --- equalities between the groups; these need no check
+  /// Proves that two groups of assertions imply an equality, and splits the proof by a
+  /// shared term. Assumptions count as for interpolants(). Throws SessionError for names as
+  /// interpolants() does, for groups that contradict each other, for terms that do not fit
+  /// them, for an equality that is not implied (what() has a model in which it fails), and
+  /// for one whose proof needs a cut; NotLinear for terms that are not linear, LimitReached
+  /// at a limit.
+  SharedTerm shared_term(const SharedTermQuery& query);
+  /// Has outside solvers confirm the term and both interpolants, as verify() does; throws
+  /// as that does.
+  VerificationReport verify(const SharedTermQuery& query, const SharedTerm& answer,
                             const std::string& outside_solvers);
 
   /// Work done and memory used, as name and value, in a fixed order.

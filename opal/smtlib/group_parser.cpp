@@ -74,4 +74,11 @@ GroupTree parse_groups(const Sexpr& source, Node command) {
   }
 }
 
+std::vector<std::string> parse_group(const Sexpr& source, Node group) {
+  if (!is_group(source, group))
+    throw Error(source.position(group),
+                "expected a name or (and name ...), found " + source.shortened(group));
+  return names_of(source, group);
+}
+
 }  // namespace opal::smtlib

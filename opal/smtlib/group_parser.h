@@ -25,6 +25,9 @@ struct GroupTree {
 /// which is a sub-tree. Iterative. Throws Error.
 GroupTree parse_groups(const Sexpr& source, Sexpr::Node command);
 
+/// The names of one group: a name or `(and name ...)`. Throws Error.
+std::vector<std::string> parse_group(const Sexpr& source, Sexpr::Node group);
+
 }  // namespace opal::smtlib
 
 #endif

@@ -56,14 +56,25 @@ InterpolationQuery Interpreter::query_of(const Command& command) const {
   return query;
 }
 
-void Interpreter::mention_background(const InterpolationQuery& query) {
+void Interpreter::mention_background(const Command& command,
+                                     const InterpolationQuery& query) {
   if (background_mentioned_ || query.unmentioned != host::Unmentioned::BACKGROUND) return;
   const std::size_t count = session_->count_unmentioned(query);
   if (count == 0) return;
   background_mentioned_ = true;
-  diagnostics_ << "opal: " << count
-               << " assertion(s) that get-interpolants does not mention belong to every "
-                  "group (see :opal-unmentioned)\n";
+  diagnostics_ << "opal: " << count << " assertion(s) that " << command.name
+               << " does not mention belong to every group (see :opal-unmentioned)\n";
+  diagnostics_.flush();
+}
+
+void Interpreter::report_steps(const Command& command,
+                               const host::VerificationReport& checked) {
+  diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
+               << ": proof checked, " << checked.steps
+               << " step(s) confirmed by an outside solver";
+  if (checked.handed_on > 0)
+    diagnostics_ << ", " << checked.handed_on << " of them not by the first one";
+  diagnostics_ << '\n';
   diagnostics_.flush();
 }
 
@@ -72,18 +83,9 @@ void Interpreter::get_interpolants(const Command& command) {
   const auto start = Clock::now();
   const InterpolationQuery query = query_of(command);
   const host::Interpolants interpolants = session_->interpolants(query);
-  mention_background(query);
+  mention_background(command, query);
   if (settings_.verify) {
-    const auto checked = session_->verify(query, interpolants, settings_.verify_with);
-    diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
-                 << ": proof checked, " << checked.steps
-                 << " step(s) confirmed by an outside "
-                    "solver";
-    if (checked.handed_on > 0) {
-      diagnostics_ << ", " << checked.handed_on << " of them not by the first one";
-    }
-    diagnostics_ << '\n';
-    diagnostics_.flush();
+    report_steps(command, session_->verify(query, interpolants, settings_.verify_with));
   }
   report(command,
          std::string("mode ") + host::to_string(interpolants.mode) + ", size " +

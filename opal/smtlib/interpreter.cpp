@@ -51,6 +51,7 @@ Interpreter::Handler Interpreter::handler_of(std::string_view name) {
       {"get-interpolants", &Interpreter::get_interpolants},
       {"get-model", &Interpreter::get_model},
       {"get-option", &Interpreter::get_option},
+      {"get-shared-term", &Interpreter::get_shared_term},
       {"get-unsat-assumptions", &Interpreter::get_unsat_assumptions},
       {"get-unsat-core", &Interpreter::get_unsat_core},
       {"get-value", &Interpreter::get_value},

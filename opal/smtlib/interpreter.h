@@ -108,7 +108,13 @@ class Interpreter {
   // --- interpolation_commands.cpp
   void get_interpolants(const Command& command);
   host::InterpolationQuery query_of(const Command& command) const;
-  void mention_background(const host::InterpolationQuery& query);
+  void mention_background(const Command& command, const host::InterpolationQuery& query);
+  void report_steps(const Command& command, const host::VerificationReport& checked);
+
+  // --- shared_term_command.cpp
+  void get_shared_term(const Command& command);
+  std::vector<std::string> group_of(const Command& command, Node n) const;
+  host::SharedTermQuery shared_term_query(const Command& command);
 
   // --- option_commands.cpp
   void set_logic(const Command& command);
