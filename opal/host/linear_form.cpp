@@ -172,4 +172,21 @@ LinearForm linear_difference(const Term_* left, const Term_* right) {
   return sum_of({{right, QNumber(-1)}, {left, QNumber(1)}});
 }
 
+const Term_* sum_term(Terms& terms, const LinearForm& form) {
+  const auto is_integer = [](const auto& summand) {
+    return Terms::sort_of(summand.first) == Sort::INT;
+  };
+  const bool integers = std::all_of(form.summands.begin(), form.summands.end(), is_integer);
+  const Term_* sum = nullptr;
+  const auto add = [&](const Term_* t) {
+    sum = sum == nullptr ? t : terms.make_plus(sum, t);
+  };
+  for (const auto& [variable, a] : form.summands) {
+    const Term_* t = integers ? variable : terms.make_to_real(variable);
+    add(a == QNumber(1) ? t : terms.make_times(terms.make_number(a), t));
+  }
+  if (sum == nullptr || !form.constant.is_zero()) add(terms.make_number(form.constant));
+  return sum;
+}
+
 }  // namespace opal::host

@@ -11,6 +11,8 @@
 
 namespace opal::host {
 
+class Terms;
+
 /// A sum of coefficient * variable, plus a constant; a variable is a variable term or a
 /// floor term.
 ///
@@ -45,6 +47,10 @@ LinearForm linear_form(const Term_* t);
 
 /// left - right
 LinearForm linear_difference(const Term_* left, const Term_* right);
+
+/// The sum as a term, summand by summand, with the constant, if there is one, at the end.
+/// An Int among Reals is wrapped in to_real.
+const Term_* sum_term(Terms& terms, const LinearForm& form);
 
 }  // namespace opal::host
 

@@ -7,7 +7,6 @@
 #include "opal/host/linear_form.h"
 #include "opal/host/literals.h"
 #include "opal/host/printer.h"
-#include "opal/host/simplifier_floors.h"
 
 namespace opal::host {
 

@@ -80,20 +80,6 @@ bool is_over_integers(const std::vector<LinearForm::Summand>& summands) {
   });
 }
 
-const Term_* sum_term(Terms& terms, const LinearForm& form) {
-  const bool integers = is_over_integers(form.summands);
-  const Term_* sum = nullptr;
-  const auto add = [&](const Term_* t) {
-    sum = sum == nullptr ? t : terms.make_plus(sum, t);
-  };
-  for (const auto& [variable, a] : form.summands) {
-    const Term_* t = integers ? variable : terms.make_to_real(variable);
-    add(a == QNumber(1) ? t : terms.make_times(terms.make_number(a), t));
-  }
-  if (sum == nullptr || !form.constant.is_zero()) add(terms.make_number(form.constant));
-  return sum;
-}
-
 void FloorForms::replace(LinearForm& form) const {
   if (!has_floor(form)) return;
   LinearForm result;

@@ -50,10 +50,6 @@ bool is_floor(const LinearForm::Summand& summand);
 /// Whether all variables are Ints.
 bool is_over_integers(const std::vector<LinearForm::Summand>& summands);
 
-/// The sum as a term, summand by summand, with the constant, if there is one, at the end.
-/// An Int among Reals is wrapped in to_real.
-const Term_* sum_term(Terms& terms, const LinearForm& form);
-
 }  // namespace opal::host
 
 #endif

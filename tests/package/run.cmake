@@ -1,5 +1,5 @@
-# Installs the build BUILD under WORK, builds the client in this folder against that, and
-# runs it and the installed tool.
+# Installs the build BUILD under WORK, builds the clients in this folder against that,
+# and runs them and the installed tool.
 function(run)
   execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -11,4 +11,5 @@ run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR} -B ${WORK}/client -G Ninja
   "-DCMAKE_CXX_FLAGS=${FLAGS}" -DCMAKE_BUILD_TYPE=Debug)
 run(${CMAKE_COMMAND} --build ${WORK}/client)
 run(${WORK}/client/client)
+run(${WORK}/client/theories)
 run(${WORK}/installed/bin/opal --version)
