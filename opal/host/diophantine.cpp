@@ -347,11 +347,4 @@ Certificate shortened(const std::vector<IntegerRow>& rows, const Certificate& ce
   return result;
 }
 
-Certificate fractional_parts(const Certificate& certificate) {
-  Certificate result;
-  for (const auto& [row, multiplier] : certificate)
-    if (!multiplier.is_integer()) result.emplace_back(row, multiplier - multiplier.floor());
-  return result;
-}
-
 }  // namespace opal::host

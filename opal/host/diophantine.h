@@ -47,10 +47,6 @@ std::vector<Certificate> derived_contradictions(const std::vector<IntegerRow>& r
 /// whose multiplier becomes an integer disappear; the others lie in [-1/2, 1/2).
 Certificate shortened(const std::vector<IntegerRow>& rows, const Certificate& certificate);
 
-/// The certificate with every multiplier replaced by its fractional part, in (0, 1); rows
-/// with an integer multiplier disappear. It is a certificate still, since rows are integer.
-Certificate fractional_parts(const Certificate& certificate);
-
 }  // namespace opal::host
 
 #endif

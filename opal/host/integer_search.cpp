@@ -22,9 +22,9 @@
 // or a model beside it. A problem that bounds its integer variables is decided in the end,
 // since every branch takes values from one. Other problems are given up at some depth.
 //
-// Example: 1 <= 2x - 2y <= 1 goes to the cuts 0 >= x - y >= 1 at once; 3x + 5y = 7 with
-// 0 <= x, y has the relaxed point x = 7/3, y = 0, the branches x <= 2 with the point x = 2,
-// y = 1/5 and so on.
+// Example: 0 <= x <= 1, x /= 0, x /= 1. The point x = 0 violates the first disequality, and
+// x < 0 is impossible: the branches are x <= 0 and x >= 1. In each only one value is left,
+// which a disequality excludes; both refutations use their branch.
 
 namespace opal::host {
 
