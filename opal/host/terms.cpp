@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "opal/host/printer.h"
+#include "opal/host/script_printer.h"
 
 namespace opal {
 
@@ -434,5 +435,9 @@ bool Terms::has_floors() const { return impl_->has_symbol(Kind::FLOOR, Sort::INT
 std::size_t Terms::size() const { return impl_->size(); }
 
 void Terms::print(std::ostream& out, const Term_* t) const { print_term(out, t, false); }
+
+std::unique_ptr<TermPrinter> Terms::make_script_printer(const ScriptStyle& style) {
+  return std::make_unique<ScriptPrinter>(style);
+}
 
 }  // namespace opal::host

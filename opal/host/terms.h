@@ -118,6 +118,7 @@ class Terms final : public TermManager {
   [[nodiscard]] std::size_t size() const;
 
   void print(std::ostream& out, const Term_* t) const override;
+  std::unique_ptr<TermPrinter> make_script_printer(const ScriptStyle& style) override;
 
  private:
   const Term_* apply(Kind kind, Sort sort, const Term_* a);

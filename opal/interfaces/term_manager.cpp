@@ -2,7 +2,14 @@
 
 #include <ostream>
 
+#include "opal/interfaces/term_printer.h"
+
 namespace opal {
+
+std::unique_ptr<TermPrinter> TermManager::make_script_printer(
+    const ScriptStyle& /*style*/) {
+  return nullptr;
+}
 
 std::ostream& operator<<(std::ostream& out, const outterm& t) {
   t.mgr->print(out, t.term);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 #include <vector>
 
 #include "opal/interfaces/term.h"
@@ -12,6 +13,9 @@ namespace opal {
 
 /// The sort of a term; what it holds is the term manager's own business.
 class Type;
+
+class TermPrinter;
+struct ScriptStyle;
 
 /// Builds and owns terms. The engine makes every interpolant through it.
 ///
@@ -81,6 +85,11 @@ class TermManager {
 
   /// Prints `t` for people; used by operator<< of outterm.
   virtual void print(std::ostream& out, const Term_* t) const = 0;
+
+  /// A printer of scripts for other solvers (see term_printer.h), which SmtLib2TermPrinter
+  /// uses. Null, the default, from a manager that makes none: then the engine refuses to
+  /// write check files.
+  virtual std::unique_ptr<TermPrinter> make_script_printer(const ScriptStyle& style);
 
  protected:
   // What a host sets in its constructor.
