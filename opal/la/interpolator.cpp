@@ -30,6 +30,10 @@ Interpolator::~Interpolator() {
   proof::Proof::release(zero_proof_);
 }
 
+void Interpolator::set_classifier(itp::TheoryAtomClassifier* classifier) {
+  classifier_ = classifier;
+}
+
 CoeffList* Interpolator::find_in_cache(proof::Proof* p) {
   const auto it = proof_cache_.find(p);
   return it == proof_cache_.end() ? nullptr : it->second;

@@ -2,6 +2,7 @@
 #define OPAL_LA_INTERPOLATOR_H
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
 #include "opal/interfaces/proof.h"
+#include "opal/interfaces/proof_manager.h"
 #include "opal/interfaces/term.h"
 #include "opal/interfaces/term_manager.h"
 #include "opal/interfaces/term_mapper.h"
@@ -95,6 +97,49 @@ class Interpolator {
   [[nodiscard]] std::pair<proof::Proof*, proof::Proof*> split_mixed_proof(
       itp::TheoryAtomClassifier* classifier, LaProof* proof, itp::EqItpMap& eq_itp);
 
+  // --- external_proof.cpp: proofs for other programs
+
+  /// The proof as nodes of the manager, whose rules and children the source lists; the
+  /// nodes are the manager's. Null when some node has no such form (a fake hypothesis, a
+  /// null premise, a constraint without literal); what was converted by then stays in the
+  /// manager's cache, as does the whole proof after success: later calls begin with it.
+  /// Exceptions of the managers pass through.
+  [[nodiscard]] ExternalProof* get_external_proof(ProofManager* pm, proof::Proof* proof);
+
+  // --- proof_dump.cpp: texts for people
+
+  /// Prints a rational proof as an indented tree, and the end of a line, on standard
+  /// output. Literals are printed, with their sides, when there is a classifier (see
+  /// set_classifier). Branches and equality sub-proofs print as unknown, with an address.
+  void debug_dump(LaProof* p);
+  /// The same on a stream, indented by `indent` blanks, without the end of the line.
+  void dump(std::ostream& out, proof::Proof* p, int indent);
+  /// The text of a list: "{ multiplier, constraint }" for each pair.
+  [[nodiscard]] static std::string coefflist_to_str(const CoeffList& l);
+
+  // --- check_files.cpp: interpolants for other solvers to check
+
+  /// Writes five scripts into the working directory, numbered from 1 on in this object's
+  /// life, for the literals of a proof by their sides and an interpolant of it: two whose
+  /// formulas must be unsatisfiable, and the three formulas. The source lists them and what
+  /// it leaves out. Files that cannot be written are not. Throws error without a
+  /// classifier (see set_classifier), Exception when the term manager makes no printer.
+  void debug_dump_interpolation_check(proof::Proof* p, const Term_* itp);
+  /// The same in a folder, which must exist ("" is the working directory). False when a
+  /// file could not be written whole.
+  bool write_interpolation_check(proof::Proof* p, const Term_* itp,
+                                 const std::string& folder);
+  /// The same for the given literals of A and of B, each a conjunction.
+  bool write_check_files(const Term_* a, const Term_* b, const Term_* itp,
+                         const std::string& folder);
+
+  // --- interpolator.cpp: the classifier
+
+  /// The classifier by which dumps and check files know sides, or null. A request for an
+  /// interpolant or a split sets it to the one that it was given. It must be alive when it
+  /// is used.
+  void set_classifier(itp::TheoryAtomClassifier* classifier);
+
   // --- interpolator.cpp: the caches
 
   /// Deletes all lists and constraints of the last request; bucket arrays keep their size.
@@ -172,13 +217,28 @@ class Interpolator {
     Equation* of_B;
   };
 
-  class LongList;  // long_list.h
+  /// A node to be exported: its rule, null for none, and its children, null where there is
+  /// none.
+  struct ExternalNode {
+    const char* rule = nullptr;
+    std::vector<ExternalProof*> children;
+  };
+
+  /// The literals of each side of a proof as conjunctions, and what belongs to neither.
+  struct CheckedSides {
+    const Term_* a;
+    const Term_* b;
+    std::vector<std::string> left_out;
+  };
+
+  struct DumpItem;  // proof_dump.cpp
+  class LongList;   // long_list.h
   using TermSet = hsh::HashSet<const Term_*>;
 
   TermManager* mgr_;             // builds every term of an interpolant
   Solver* solver_;               // the caller's; never read here
   ItpLinearTermMapper* mapper_;  // translates ids into literals, linear terms and terms
-  itp::TheoryAtomClassifier* classifier_;  // of the current request, else meaningless
+  itp::TheoryAtomClassifier* classifier_;  // of the current request, or set, or null
   Mode mode_;                              // how interpolants are built
   bool floor_tightening_;                  // cuts as floor terms instead of congruences
   hsh::HashMap<proof::Proof*, CoeffList*> proof_cache_;  // owned list of each handled node
@@ -445,6 +505,34 @@ class Interpolator {
   void add_to_linear(LinearTerm& lt, const Equation& e, bool negate);
   /// The same relation, variables, coefficients and constant.
   [[nodiscard]] bool linear_equal(const LinearTerm& x, const LinearTerm& y) const;
+
+  // --- external_proof.cpp: nodes as external nodes
+
+  /// Fills `node` for a rational rule, or leaves its rule null. The premises are converted.
+  void export_rational_rule(ProofManager& pm, proof::Proof* p, ExternalNode& node);
+  void export_integer_rule(ProofManager& pm, proof::Proof* p, ExternalNode& node);
+  void export_hypothesis(ProofManager& pm, TheoryLit lit, int sign, ExternalNode& node);
+  /// A multiplier and a literal for each id.
+  void export_constraints(ProofManager& pm, const std::vector<int>& ids,
+                          const std::vector<QNumber>& coeffs, ExternalNode& node);
+  /// The leaf of a literal; null without an atom.
+  ExternalProof* export_literal(ProofManager& pm, TheoryLit lit);
+  ExternalProof* export_number(ProofManager& pm, const QNumber& q);
+
+  // --- proof_dump.cpp: nodes as texts
+
+  void do_debug_dump(LaProof* p, int indent);
+  void dump_node(std::ostream& out, const DumpItem& item, std::vector<DumpItem>& open);
+  /// Prints a constraint with its id and sign; leaves owned_eqs_ as it was.
+  void dump_constraint(std::ostream& out, int constr_id, int sign);
+  void dump_literal(std::ostream& out, TheoryLit lit);
+
+  // --- check_files.cpp: what a proof uses
+
+  [[nodiscard]] CheckedSides gather_sides(proof::Proof* p);
+  void add_to_side(int constr_id, TheoryLit lit, CheckedSides& sides);
+  bool write_check_files(const CheckedSides& sides, const Term_* itp,
+                         const std::string& folder);
 };
 
 }  // namespace opal::la

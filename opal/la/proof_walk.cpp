@@ -26,22 +26,32 @@
 #include <cassert>
 #include <memory>
 #include <string>
-#include <type_traits>
 #include <typeinfo>
 
 #include "opal/la/interpolator.h"
 #include "opal/la/long_list.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 
 namespace {
 
-// The node as a rule, or null. Rules are final, so their type is the node's dynamic type.
-template <typename Rule>
-Rule* as(proof::Proof* p) {
-  static_assert(std::is_final_v<Rule>);
-  return p != nullptr && typeid(*p) == typeid(Rule) ? static_cast<Rule*>(p) : nullptr;
-}
+// Leaves the caller's classifier at the end of a request, which may put another in its
+// place.
+class ClassifierScope {
+ public:
+  ClassifierScope(itp::TheoryAtomClassifier*& member, itp::TheoryAtomClassifier* callers)
+      : member_(member), callers_(callers) {
+    member_ = callers_;
+  }
+  ClassifierScope(const ClassifierScope&) = delete;
+  ClassifierScope& operator=(const ClassifierScope&) = delete;
+  ~ClassifierScope() { member_ = callers_; }
+
+ private:
+  itp::TheoryAtomClassifier*& member_;
+  itp::TheoryAtomClassifier* const callers_;
+};
 
 [[noreturn]] void throw_unrecognized() {
   const Interpolator::error built(
@@ -54,12 +64,9 @@ Rule* as(proof::Proof* p) {
 const Term_* Interpolator::get_interpolant(itp::TheoryAtomClassifier* classifier,
                                            proof::Proof* proof) {
   if (classifier == nullptr) throw error("null classifier", true);
-  classifier_ = classifier;
-  std::unique_ptr<itp::TheoryAtomClassifier> flipped;
-  if (mode_ == MODE_DUAL) {
-    flipped = std::make_unique<itp::TheoryAtomClassifier>(classifier->flip());
-    classifier_ = flipped.get();
-  }
+  const ClassifierScope scope(classifier_, classifier);
+  itp::TheoryAtomClassifier flipped = classifier->flip();
+  if (mode_ == MODE_DUAL) classifier_ = &flipped;
   auto* const tree = as<laz::LaZInternalBBProof>(proof);
   in_laz_bb_ = tree != nullptr;
   const Term_* const result =
