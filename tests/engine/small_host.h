@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "opal/interfaces/term_printer.h"
 #include "opal/la/interpolator.h"
 
 namespace opal::small {
@@ -34,6 +35,25 @@ struct NamedSymbol : Symbol {
   const std::string name;
   const bool interpreted;
   std::optional<QNumber> value;  // of a number; the modulus of a congruence
+};
+
+/// Writes comments, and formulas as they are.
+class PlainPrinter : public TermPrinter {
+ public:
+  void print_formula(std::ostream& out, Term t) override {
+    print_term(out, t);
+    out << '\n';
+  }
+  void print_logic(std::ostream&, Term) override {}
+  void print_declarations(std::ostream&, Term) override {}
+  void print_symbol(std::ostream&, const Symbol*) override {}
+  void print_sort(std::ostream&, Term) override {}
+  void print_term(std::ostream& out, Term t) override;
+  void print_definition(std::ostream&, const std::string&, Term) override {}
+  void print_assertion(std::ostream&, Term) override {}
+  void print_comment(std::ostream& out, const std::string& s) override {
+    out << "; " << s << '\n';
+  }
 };
 
 /// Terms are shared by their text in prefix form; nothing is simplified.
@@ -120,11 +140,19 @@ class Terms : public TermManager {
     return named(s).name == "+" ? KIND_PLUS : named(s).name == "*" ? KIND_TIMES : 0;
   }
   void print(std::ostream& out, Term t) const override { out << text(t); }
+  bool prints_scripts = false;
+  std::unique_ptr<TermPrinter> make_script_printer(const ScriptStyle& style) override {
+    EXPECT_EQ(style.logic, "QF_LRA");
+    EXPECT_TRUE(style.declares);
+    return prints_scripts ? std::make_unique<PlainPrinter>() : nullptr;
+  }
 
  private:
   std::unordered_map<std::string, Term> terms_;
   std::deque<NamedSymbol> symbols_;
 };
+
+inline void PlainPrinter::print_term(std::ostream& out, Term t) { out << Terms::text(t); }
 
 using Row = std::vector<std::pair<int, QNumber>>;  // variable ids with coefficients
 
@@ -273,6 +301,7 @@ struct Probe : la::Interpolator {
   using Interpolator::build_leq_term;
   using Interpolator::build_term_from_eq_list;
   using Interpolator::collect_vars;
+  using Interpolator::dump_counter_;
   using Interpolator::find_in_cache;
   using Interpolator::get_as_rhs;
   using Interpolator::get_zero;
