@@ -1,8 +1,8 @@
 // Texts of proofs and coefficient lists, for people who look for a fault.
 //
 //     (LACOMB: 1 2
-//      (LAHYP: 4 0 -> -1*x2 + 3 >= 0 (<= x 3) A)
-//      (LAHYP: 5 0 -> 1*x2 - 7/2 >= 0 (not (< (* 2 x) 7)) B))
+//      (LAHYP: 4 0 -> -x2 + 3 >= 0 (<= x 3) A)
+//      (LAHYP: 5 0 -> x2 - 7/2 >= 0 (not (< (* 2 x) 7)) B))
 //
 // A hypothesis has its constraint's id, its sign, the constraint as it enters the sum, and,
 // where there is a classifier, its literal with its side.
