@@ -9,13 +9,16 @@
 #include <utility>
 
 #include "opal/host/assertion_stack.h"
+#include "opal/host/derived_constraints.h"
 #include "opal/host/equality_proof.h"
 #include "opal/host/farkas.h"
 #include "opal/host/integer_steps.h"
 #include "opal/host/mapper.h"
+#include "opal/host/partial_interpolants.h"
 #include "opal/host/partition.h"
 #include "opal/host/printer.h"
 #include "opal/host/proof_checker.h"
+#include "opal/host/proof_drawing.h"
 #include "opal/host/shared_term.h"
 #include "opal/host/verification.h"
 
@@ -426,6 +429,51 @@ VerificationReport Session::verify(const InterpolationQuery& query,
                                  std::move(resolved.background), answer.terms};
   impl_->check_symbols(full);
   return impl_->check_steps(verification_steps(impl_->terms, full), outside_solvers);
+}
+
+void Session::draw_proof(std::ostream& out) {
+  ExternalProofs exports;
+  la::Interpolator exporter(&impl_->terms, &impl_->solver, &impl_->mapper,
+                            la::Interpolator::MODE_SUM, false);
+  const ExternalProof* const root = exporter.get_external_proof(&exports, refutation());
+  assert(root != nullptr);
+  ProofNotes notes;
+  const auto steps = proof_steps(refutation());
+  if (steps.size() <= PartialInterpolants::MOST_STEPS)
+    notes.derived =
+        derived_constraints(impl_->terms, impl_->solver, impl_->mapper, steps, exports);
+  host::draw_proof(out, *root, notes);
+}
+
+namespace {
+
+// The names of the groups inside (or outside) of a group's sub-tree.
+std::string names_text(const InterpolationQuery& query, std::size_t root, bool inside) {
+  std::string text;
+  for (std::size_t g = 0; g < query.groups.size(); ++g) {
+    if ((query.first[root] <= g && g <= root) != inside) continue;
+    for (const std::string& name : query.groups[g])
+      text += (text.empty() ? "" : ", ") + symbol_text(name);
+  }
+  return text;
+}
+
+}  // namespace
+
+void Session::draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
+                                const std::function<void(const std::string&)>& take) {
+  const ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
+  PartialInterpolants partial(impl_->terms, impl_->solver, impl_->mapper, *refutation(),
+                              resolved.grouping);
+  for (std::size_t root = 0; root < answer.terms.size(); ++root) {
+    impl_->limits.look();
+    ProofNotes notes = partial.notes(root, answer, query.raw);
+    notes.name_of_A = names_text(query, root, true);
+    notes.name_of_B = names_text(query, root, false);
+    std::ostringstream out;
+    host::draw_proof(out, partial.proof(), notes);
+    take(out.str());
+  }
 }
 
 ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) const {

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -150,6 +152,16 @@ class Session {
   /// verification.h), LimitReached.
   VerificationReport verify(const InterpolationQuery& query, const Interpolants& answer,
                             const std::string& outside_solvers);
+
+  // --- drawings, in the language DOT of Graphviz; see proof_drawing.h
+  /// After UNSAT: the proof, with what each step derives unless there are many. Changes no
+  /// later answer.
+  void draw_proof(std::ostream& out);
+  /// The proof in each partition of a query, with the sides of its leaves and how the
+  /// answered interpolant grew (see PartialInterpolants): calls `take` with one drawing
+  /// after the other. Changes no later answer. Throws as interpolants().
+  void draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
+                         const std::function<void(const std::string&)>& take);
 
   // --- equalities between the groups; these need no check
   /// Proves that two groups of assertions imply an equality, and splits the proof by a
