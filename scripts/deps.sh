@@ -1,14 +1,14 @@
 #!/bin/bash
 # Installs the Debian packages that a purpose needs and that are not there yet.
 #
-#   scripts/deps.sh demo|check|bench
+#   scripts/deps.sh demo|check|lint|bench|pictures
 #
 # Does nothing, quickly, when all are there. Uses sudo when not root; where it cannot
 # install, it names what is missing and fails.
 set -euo pipefail
 
 build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev z3 python3)
-test=(clang clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind)
+test=(clang clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind graphviz)
 lint=(clang-tidy)
 bench=(libbenchmark-dev libflint-dev libabsl-dev cvc5)
 
@@ -17,8 +17,9 @@ case "${1:-}" in
   check) wanted=("${build[@]}" "${test[@]}") ;;
   lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
   bench) wanted=("${build[@]}" "${bench[@]}") ;;
+  pictures) wanted=("${build[@]}" graphviz) ;;
   *)
-    echo "usage: $0 demo|check|lint|bench" >&2
+    echo "usage: $0 demo|check|lint|bench|pictures" >&2
     exit 2
     ;;
 esac

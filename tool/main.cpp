@@ -16,6 +16,7 @@
 
 namespace {
 
+using opal::smtlib::Drawings;
 using opal::smtlib::Input;
 using opal::smtlib::Interpreter;
 using opal::smtlib::Settings;
@@ -110,6 +111,13 @@ void describe(CLI::App& app, Options& options) {
               "assertions that get-interpolants does not mention: background, B, or error")
       ->type_name("WHAT")
       ->default_str("background");
+  add_setting(app, options, "--dot", "opal-dot",
+              "draw the proof of each get-interpolants, coloured, with partial "
+              "interpolants, and of each get-proof: to FILE and FILE-2, ... for Graphviz")
+      ->type_name("FILE");
+  add_setting(app, options, "--svg", "opal-svg",
+              "the same as pictures, drawn by Graphviz, which must be installed")
+      ->type_name("FILE");
   add_setting(app, options, "--method", "opal-method", "the solver: auto or simplex")
       ->group("");
   app.add_flag("--stats{text}", options.statistics,
@@ -145,9 +153,9 @@ void print_statistics(const Options& options, const std::string& file,
 }
 
 // The exit status for one input.
-int run(const Options& options, const std::string& file) {
+int run(const Options& options, const std::string& file, Drawings& drawings) {
   const auto start = std::chrono::steady_clock::now();
-  Interpreter interpreter(options.settings, std::cout, std::cerr);
+  Interpreter interpreter(options.settings, std::cout, std::cerr, drawings);
   interpreter_at_work = &interpreter;
   int status = SUCCESS;
   try {
@@ -214,11 +222,15 @@ int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   catch_signals();
   int status = SUCCESS;
+  Drawings drawings;
+  drawings.want(options.settings.dot);
+  drawings.want(options.settings.svg);
   try {
     for (const std::string& file : options.files) {
-      status = std::max(status, run(options, file));
+      status = std::max(status, run(options, file, drawings));
       if (terminated != 0) return TERMINATED;
     }
+    drawings.report_missing(std::cerr);
   } catch (const std::exception& error) {
     std::cerr << "opal: " << error.what() << '\n';
     return ERROR_ANSWERED;

@@ -87,6 +87,7 @@ void Interpreter::get_interpolants(const Command& command) {
   if (settings_.verify) {
     report_steps(command, session_->verify(query, interpolants, settings_.verify_with));
   }
+  draw_interpolants(command, query, interpolants);
   report(command,
          std::string("mode ") + host::to_string(interpolants.mode) + ", size " +
              std::to_string(interpolants.size),

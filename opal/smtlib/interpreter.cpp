@@ -15,11 +15,12 @@ namespace opal::smtlib {
 using host::Session;
 
 Interpreter::Interpreter(Settings settings, std::ostream& answers,
-                         std::ostream& diagnostics)
+                         std::ostream& diagnostics, Drawings& drawings)
     : initial_settings_(std::move(settings)),
       settings_(initial_settings_),
       answers_(answers),
-      diagnostics_(diagnostics) {
+      diagnostics_(diagnostics),
+      drawings_(drawings) {
   start_session();
 }
 
@@ -132,6 +133,8 @@ void Interpreter::carry_out(const Command& command) {
   } catch (const host::SessionError& error) {
     fail(command, error.what());
   } catch (const host::OutsideSolverError& error) {
+    fail(command, error.what());
+  } catch (const DrawingError& error) {
     fail(command, error.what());
   } catch (const SettingError& error) {
     fail(command, error.what());

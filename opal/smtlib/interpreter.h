@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "opal/host/session.h"
+#include "opal/smtlib/drawings.h"
 #include "opal/smtlib/settings.h"
 #include "opal/smtlib/sexpr.h"
 #include "opal/smtlib/symbol_table.h"
@@ -37,8 +38,10 @@ class Interpreter {
     bool limit_reached = false;
   };
 
-  /// Keeps references to the streams; diagnostics go to the second.
-  Interpreter(Settings settings, std::ostream& answers, std::ostream& diagnostics);
+  /// Keeps references to the streams, of which diagnostics go to the second, and to the
+  /// files that drawings go to.
+  Interpreter(Settings settings, std::ostream& answers, std::ostream& diagnostics,
+              Drawings& drawings);
   ~Interpreter();
 
   // --- interpreter.cpp
@@ -111,6 +114,12 @@ class Interpreter {
   void mention_background(const Command& command, const host::InterpolationQuery& query);
   void report_steps(const Command& command, const host::VerificationReport& checked);
 
+  // --- drawing_commands.cpp; these do nothing unless drawings are wanted
+  void draw(const std::string& dot, const std::string& what);
+  void draw_proof(const Command& command);
+  void draw_interpolants(const Command& command, const host::InterpolationQuery& query,
+                         const host::Interpolants& answer);
+
   // --- shared_term_command.cpp
   void get_shared_term(const Command& command);
   std::vector<std::string> group_of(const Command& command, Node n) const;
@@ -130,6 +139,7 @@ class Interpreter {
   Settings settings_;
   std::ostream& answers_;
   std::ostream& diagnostics_;
+  Drawings& drawings_;
   std::unique_ptr<host::Session> session_;
   std::atomic<host::Limits*> running_{nullptr};  // limits of the command at hand
   SymbolTable symbols_;

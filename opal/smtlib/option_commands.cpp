@@ -58,7 +58,10 @@ void Interpreter::set_option(const Command& command) {
                                 ? command.source.shortened(value_node)
                                 : std::string(command.source.text(value_node));
   try {
-    if (settings_.set(name, value)) return succeed();
+    if (settings_.set(name, value)) {
+      if (name == "opal-dot" || name == "opal-svg") drawings_.want(value);
+      return succeed();
+    }
   } catch (const SettingError& error) {
     fail_at(command, value_node, error.what());
   }

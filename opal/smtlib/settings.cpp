@@ -100,6 +100,10 @@ bool Settings::set(std::string_view option, const std::string& value) {
     unmentioned = unmentioned_named(value);
   else if (option == "opal-method")
     method = method_named(value);
+  else if (option == "opal-dot")
+    dot = value;
+  else if (option == "opal-svg")
+    svg = value;
   else if (option == "opal-progress")
     progress = boolean_of(value);
   else if (option == "print-success")
@@ -121,6 +125,8 @@ std::string Settings::get(std::string_view option) const {
   if (option == "opal-memory") return std::to_string(memory);
   if (option == "opal-unmentioned") return text_of(unmentioned);
   if (option == "opal-method") return text_of(method);
+  if (option == "opal-dot") return host::string_literal(dot);
+  if (option == "opal-svg") return host::string_literal(svg);
   if (option == "opal-progress") return text_of(progress);
   if (option == "print-success") return text_of(print_success);
   if (option == "global-declarations") return text_of(global_declarations);

@@ -27,6 +27,8 @@ struct Settings {
   std::size_t memory = 0;  // megabytes that the process may hold; 0 for no limit
   host::Unmentioned unmentioned = host::Unmentioned::BACKGROUND;
   la::Solver::Method method = la::Solver::Method::AUTO;  // by which a check decides
+  std::string dot;        // the file for drawings of proofs as DOT, or ""
+  std::string svg;        // and as SVG
   bool progress = false;  // report each check and query on standard error
   bool print_success = false;
   bool global_declarations = false;  // declarations outlive pop

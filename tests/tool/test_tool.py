@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import random
+import re
 import resource
 import signal
 import subprocess
@@ -12,6 +13,7 @@ import sys
 import tempfile
 import time
 import unittest
+import xml.etree.ElementTree
 
 OPAL = ""
 CONTRADICTION = """(declare-const x Real)
@@ -278,6 +280,88 @@ class Verification(unittest.TestCase):
         ask = "(get-interpolants a b)"
         done = run("(assert true)" + CONTRADICTION + ask + ask)
         self.assertEqual(done.stderr.count("1 assertion(s)"), 1)
+
+
+class Drawings(unittest.TestCase):
+    EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
+    WORKSHOP = """(declare-const start Real) (declare-const turn Real)
+        (declare-const |a "<&>\t\u00e9| Real) (declare-const leave Real)
+        (define-fun paint () Real |a "<&>\t\u00e9|)
+        (assert (! (and (>= (- turn start) 7) (>= (- paint turn) 5)) :named lathe))
+        (assert (! (>= (- leave paint) 9) :named painters))
+        (assert (! (<= (- leave start) 20) :named promise)) (check-sat)"""
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+        self.path = pathlib.Path(self.folder.name)
+
+    def test_graphviz_takes_each_drawing_and_answers_stay_the_same(self):
+        files = sorted(self.EXAMPLES.glob("*.smt2"))
+        plain = subprocess.run([OPAL, *files], capture_output=True, text=True, timeout=60)
+        done = subprocess.run([OPAL, "--dot", self.path / "p.dot", *files],
+                              capture_output=True, text=True, timeout=60)
+        self.assertEqual((done.stdout, done.returncode), (plain.stdout, 0))
+        names = re.findall(r"opal: (\S+) shows interpolant", done.stderr)
+        expected = [self.path / f"p{f'-{k}' if k > 1 else ''}.dot"
+                    for k in range(1, len(names) + 1)]
+        self.assertEqual([pathlib.Path(name) for name in names], expected)
+        self.assertGreater(len(names), 30)
+        for name in names:
+            dot = subprocess.run(["dot", "-Tsvg", name], capture_output=True, timeout=60)
+            self.assertEqual((dot.returncode, dot.stderr), (0, b""), name)
+            xml.etree.ElementTree.fromstring(dot.stdout)
+
+    def test_sides_and_interpolants(self):
+        done = run(self.WORKSHOP + "(get-interpolants lathe painters promise)", "--svg",
+                   str(self.path / "p.svg"))
+        self.assertIn("p-2.svg shows interpolant 2 of 2", done.stderr)
+        name = '|a "<&> \u00e9|'
+        lathe = {f"{name} - turn ≥ 5", "turn - start ≥ 7"}
+        painters, promise = {f"leave - {name} ≥ 9"}, {"leave - start ≤ 20"}
+        for file, of_A, of_B, answer in [
+                ("p.svg", lathe, painters | promise, f"I: start + 12 ≤ {name}"),
+                ("p-2.svg", lathe | painters, promise, "I: start + 21 ≤ leave")]:
+            groups = [[text.text.replace("\u00a0", " ") for text in group.iter()
+                       if text.tag.endswith("}text")]
+                      for group in xml.etree.ElementTree.parse(self.path / file).iter()
+                      if group.get("class") == "node"]
+            for side, facts in [("A: hypothesis", of_A), ("B: hypothesis", of_B)]:
+                self.assertEqual({g[1] for g in groups if g[0] == side}, facts)
+            self.assertEqual([g[2] for g in groups if g[1] == "false"], [answer])
+
+    def test_large_proofs_and_foregone_answers_have_no_partial_interpolants(self):
+        two = long_chain(400).replace(" n1 ", " (and n1 ", 1)[:-1] + "))"
+        alone = """(declare-const x Int) (declare-const y Int) (assert (! (= y 0) :named a))
+            (assert (! (and (= (* 3 y) 0) (= (+ y (* 4 x)) (- 3))) :named b))
+            (check-sat) (get-interpolants a b)"""
+        for text, remark in [(two, "the proof has 400 steps"), (alone, "contradictory by itself")]:
+            done = run(text, "--dot", str(self.path / "p.dot"))
+            self.assertEqual(done.returncode, 0, done)
+            self.assertIn(remark, (self.path / "p.dot").read_text())
+
+    def test_what_cannot_be_drawn_is_an_error_and_leaves_nothing(self):
+        tools = self.path / "bin"
+        tools.mkdir()
+        broken = "#!/bin/sh\n"
+        for option, file, script, fault, status in [
+                ("--dot", "none/p.dot", "", "none/p.dot: No such file or directory", 1),
+                ("--dot", "bin", "", "bin: Is a directory", 1),
+                ("--dot", "/dev/full", "", "/dev/full: No space left on device", 1),
+                ("--svg", "p.svg", "", "'dot' of Graphviz: No such file or directory", 1),
+                ("--svg", "p.svg", "echo half; echo worn >&2; exit 3", "status 3: worn", 1),
+                ("--svg", "p.svg", "while :; do :; done", "timeout", 124)]:
+            if script:
+                (tools / "dot").write_text(broken + script)
+                (tools / "dot").chmod(0o755)
+            done = run(self.WORKSHOP + "(get-interpolants lathe (and painters promise))",
+                       option, str(self.path / file), "--timeout", "1",
+                       env={**os.environ, "PATH": str(tools)})
+            self.assertRegex(done.stdout, r'^unsat\n\(error "<stdin>:6:\d+: ')
+            self.assertIn(fault, done.stdout)
+            self.assertEqual(done.returncode, status)
+            self.assertIn("nothing was drawn", done.stderr)
+            self.assertEqual(os.listdir(self.path), ["bin"])
 
 
 class Repeatability(unittest.TestCase):
