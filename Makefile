@@ -3,7 +3,7 @@ PREFIX ?= /usr/local
 N ?= 20000
 SEED ?=
 
-.PHONY: demo check bench soak fuzz format lint count docs install clean
+.PHONY: demo check bench soak fuzz format lint count docs pictures install clean
 
 demo:
 	scripts/deps.sh demo
@@ -42,6 +42,12 @@ count:
 
 docs:
 	@echo "no generated API pages yet; read docs/ and the headers" >&2; exit 1
+
+# The drawings of proofs in docs/images.
+pictures:
+	scripts/deps.sh pictures
+	scripts/build.sh release
+	scripts/pictures.sh build/release/opal
 
 install:
 	scripts/deps.sh demo
