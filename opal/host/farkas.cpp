@@ -4,9 +4,9 @@
 #include <cassert>
 #include <cstdint>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
+#include "opal/host/proof_walk.h"
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
 
@@ -207,32 +207,22 @@ ProofRef disequality_proof(int constraint_id, ProofRef at_most, ProofRef at_leas
 
 std::vector<int> proof_constraints(const proof::Proof& root) {
   std::vector<int> ids;
-  std::vector<const proof::Proof*> waiting{&root};
-  std::unordered_set<const proof::Proof*> seen;
-  while (!waiting.empty()) {
-    const proof::Proof* const node = waiting.back();
-    waiting.pop_back();
-    if (node->references() > 1 && !seen.insert(node).second) continue;
+  walk_proof(root, [&ids](const proof::Proof* node) {
     if (const auto* hyp = dynamic_cast<const la::LaHyp*>(node)) {
       ids.push_back(hyp->constraint_id);
-    } else if (const auto* comb = dynamic_cast<const la::LaComb*>(node)) {
-      waiting.push_back(comb->premise2);
-      waiting.push_back(comb->premise1);
-    } else if (const auto* neq = dynamic_cast<const la::LaNeq*>(node)) {
+      return false;
+    }
+    if (const auto* neq = dynamic_cast<const la::LaNeq*>(node)) {
       ids.push_back(neq->constraint_id);
-      waiting.push_back(neq->case2);
-      waiting.push_back(neq->case1);
     } else if (const auto* cut = dynamic_cast<const laz::LaZTighteningProof*>(node)) {
       ids.insert(ids.end(), cut->constraints.begin(), cut->constraints.end());
     } else if (const auto* sub = dynamic_cast<const laz::LaZEqSubProof*>(node)) {
       ids.insert(ids.end(), sub->constraints.begin(), sub->constraints.end());
-    } else if (const auto* branch = dynamic_cast<const laz::LaZInternalBBProof*>(node)) {
-      waiting.push_back(branch->right);
-      waiting.push_back(branch->left);
     } else {
-      assert(false && "a rule that the solver does not use");
+      assert(premises_of(*node).count > 0 && "a rule that the solver does not use");
     }
-  }
+    return true;
+  });
   std::sort(ids.begin(), ids.end());
   ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
   return ids;
