@@ -48,4 +48,13 @@ void colour_branches(const std::vector<laz::LaZInternalBBProof*>& branches,
   }
 }
 
+Grouping::status constraint_side(int id, const Grouping& grouping, std::size_t root,
+                                 const Mapper& mapper) {
+  using Status = Grouping::status;
+  const Term_* const atom = mapper.constraint_atom(id);
+  if (!mapper.is_branch(id)) return grouping.atom_colour(atom, root);
+  const Status colour = grouping.symbols_colour(atom, root);
+  return colour == Status::SHARED ? Status::B_LOCAL : colour;
+}
+
 }  // namespace opal::host

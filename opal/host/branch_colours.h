@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "opal/host/mapper.h"
+#include "opal/host/partition.h"
 #include "opal/interfaces/atom_classifier.h"
 #include "opal/interfaces/laz_proof.h"
 
@@ -15,6 +16,11 @@ namespace opal::host {
 /// group, and for one whose atom is asserted.
 void colour_branches(const std::vector<laz::LaZInternalBBProof*>& branches,
                      const Mapper& mapper, itp::TheoryAtomClassifier& classifier);
+
+/// The side of a constraint of a proof in the partition of `root`, a branch's included,
+/// which is the one that colour_branches() would enter.
+Grouping::status constraint_side(int id, const Grouping& grouping, std::size_t root,
+                                 const Mapper& mapper);
 
 }  // namespace opal::host
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "opal/host/branch_colours.h"
 #include "opal/host/integer_steps.h"
 
 namespace opal::host {
@@ -16,12 +17,7 @@ bool has_one_side(const laz::LaZTighteningProof& cut, const Grouping& grouping,
                   std::size_t root, const Mapper& mapper) {
   const auto all_have = [&](Status colour) {
     return std::all_of(cut.constraints.begin(), cut.constraints.end(), [&](int id) {
-      const Term_* const atom = mapper.constraint_atom(id);
-      // A branch's colour is that of its symbols, shared ones being B's.
-      const Status own = mapper.is_branch(id) ? grouping.symbols_colour(atom, root)
-                                              : grouping.atom_colour(atom, root);
-      if (mapper.is_branch(id) && own == Status::SHARED) return colour == Status::B_LOCAL;
-      return own == colour;
+      return constraint_side(id, grouping, root, mapper) == colour;
     });
   };
   return all_have(Status::A_LOCAL) || all_have(Status::B_LOCAL);

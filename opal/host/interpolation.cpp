@@ -2,7 +2,7 @@
 
 #include <cassert>
 #include <chrono>
-#include <set>
+#include <map>
 #include <utility>
 
 #include "opal/host/branch_colours.h"
@@ -28,27 +28,33 @@ std::vector<Mode> modes_to_try(Mode mode, const Grouping& grouping) {
   return {Mode::SUM, Mode::CONJ, Mode::DUAL};
 }
 
+struct Styles {
+  std::vector<Cuts> styles;
+  CutsReason reason;
+};
+
 // With two groups the styles are tried that are cheap; MODULAR alone where they do not
 // differ. Congruences of neighbouring partitions need not fit together: each says which
 // values its own part of a cut may have, and not which of them the next part may add.
-std::vector<Cuts> styles_to_try(Cuts cuts, const Grouping& grouping, proof::Proof& proof,
-                                const Mapper& mapper) {
+Styles styles_to_try(Cuts cuts, const Grouping& grouping, proof::Proof& proof,
+                     const Mapper& mapper) {
   const QNumber most_combinations(512);
   if (grouping.num_groups() > 2) {
-    if (cuts_in(proof).empty()) return {cuts == Cuts::FLOOR ? cuts : Cuts::MODULAR};
+    if (cuts_in(proof).empty())
+      return {{cuts == Cuts::FLOOR ? cuts : Cuts::MODULAR}, CutsReason::NO_MIXED_CUT};
     if (cuts == Cuts::MODULAR) {
       throw UnfitStyle(
           "modular cuts are for two groups: this proof has cuts, and congruences of "
           "neighbouring partitions need not fit together");
     }
-    return {Cuts::FLOOR};
+    return {{Cuts::FLOOR}, CutsReason::GROUPS};
   }
-  if (cuts != Cuts::AUTO) return {cuts};
+  if (cuts != Cuts::AUTO) return {{cuts}, CutsReason::ASKED};
   const QNumber combinations =
       cut_combinations(branch_tree(proof).leaves, grouping, 0, mapper, most_combinations);
-  if (combinations.is_zero()) return {Cuts::MODULAR};
-  if (combinations > most_combinations) return {Cuts::FLOOR};
-  return {Cuts::MODULAR, Cuts::FLOOR};
+  if (combinations.is_zero()) return {{Cuts::MODULAR}, CutsReason::NO_MIXED_CUT};
+  if (combinations > most_combinations) return {{Cuts::FLOOR}, CutsReason::VALUES};
+  return {{Cuts::MODULAR, Cuts::FLOOR}, CutsReason::TRIED};
 }
 
 // Adds the time of a scope to a sum, also when an exception ends the scope.
@@ -131,7 +137,8 @@ Interpolants Interpolation::smallest(proof::Proof* proof, const InterpolationTas
                                      const std::vector<Cuts>& styles) {
   const auto branches = branch_tree(*proof).branches;
   std::optional<Interpolants> best;
-  std::set<std::vector<const Term_*>> seen;
+  std::vector<Interpolants::Candidate> candidates;
+  std::map<std::vector<const Term_*>, std::size_t> sizes;  // of raw answers
   double seconds = 0;
   for (const Cuts cuts : styles) {
     for (const Mode mode : modes) {
@@ -143,27 +150,42 @@ Interpolants Interpolation::smallest(proof::Proof* proof, const InterpolationTas
         candidate.terms =
             raw_interpolants(proof, branches, task.grouping, interpolator(mode, cuts));
       }
-      if (!seen.insert(candidate.terms).second) continue;
+      const auto [entry, is_new] = sizes.emplace(candidate.terms, 0);
+      if (!is_new) {
+        candidates.push_back({mode, cuts, entry->second});
+        continue;
+      }
       candidate.raw_size = dag_size(candidate.terms);
       if (!task.raw) {
         for (const Term_*& t : candidate.terms)
           t = simplify(terms_, t);
       }
       candidate.size = task.raw ? candidate.raw_size : dag_size(candidate.terms);
+      entry->second = candidate.size;
+      candidates.push_back({mode, cuts, candidate.size});
       if (!best || candidate.size < best->size) best = std::move(candidate);
     }
   }
   best->engine_seconds = seconds;
+  best->candidates = std::move(candidates);
   return std::move(*best);
 }
 
-std::optional<bool> Interpolation::one_sided(proof::Proof& proof,
-                                             const InterpolationTask& task) {
+std::optional<Interpolants> Interpolation::one_sided(proof::Proof& proof,
+                                                     const InterpolationTask& task) {
   if (task.grouping->num_groups() != 2 || is_rational(proof)) return std::nullopt;
-  const auto answer = one_sided_by_proof(proof, *task.grouping, mapper_);
-  if (answer || task.atoms.empty()) return answer;
-  assert(task.atoms.size() == 2);
-  return one_sided_by_deciding(task.atoms[0], task.atoms[1], mapper_, limits_);
+  Interpolants result;
+  result.origin = Origin::PROOF_OF_ONE_SIDE;
+  auto answer = one_sided_by_proof(proof, *task.grouping, mapper_);
+  if (!answer && !task.atoms.empty()) {
+    assert(task.atoms.size() == 2);
+    result.origin = Origin::DECISION_OF_ONE_SIDE;
+    answer = one_sided_by_deciding(task.atoms[0], task.atoms[1], mapper_, limits_);
+  }
+  if (!answer) return std::nullopt;
+  result.terms = {*answer ? terms_.true_term() : terms_.false_term()};
+  result.raw_size = result.size = 1;
+  return result;
 }
 
 Interpolants Interpolation::interpolants(proof::Proof* proof,
@@ -177,16 +199,16 @@ Interpolants Interpolation::interpolants(proof::Proof* proof,
   }
   const proof::ProofRef part = trimmed(*proof, grouping, mapper_);
   const std::vector<Mode> modes = modes_to_try(task.mode, grouping);
-  const std::vector<Cuts> styles = styles_to_try(task.cuts, grouping, *part, mapper_);
-  if (const auto answer = one_sided(*part, task)) {
-    Interpolants result;
-    result.terms = {*answer ? terms_.true_term() : terms_.false_term()};
-    result.mode = modes.front();
-    result.cuts = styles.front();
-    result.raw_size = result.size = 1;
-    return result;
+  const Styles styles = styles_to_try(task.cuts, grouping, *part, mapper_);
+  auto result = one_sided(*part, task);
+  if (result) {
+    result->mode = modes.front();
+    result->cuts = styles.styles.front();
+  } else {
+    result = smallest(part.get(), task, modes, styles.styles);
   }
-  return smallest(part.get(), task, modes, styles);
+  result->cuts_reason = styles.reason;
+  return std::move(*result);
 }
 
 std::optional<std::string> Interpolation::fault(

@@ -51,14 +51,33 @@ struct InterpolationTask {
   bool raw = false;  // leaves terms as built
 };
 
+/// Where an answer comes from: the proof, by the engine; or the fact that one of two groups
+/// is contradictory by itself, which the proof shows or which was decided.
+enum class Origin : std::uint8_t { PROOF, PROOF_OF_ONE_SIDE, DECISION_OF_ONE_SIDE };
+
+/// Why cuts are expressed as they are: as the task says; nothing depends on it, since no
+/// cut mixes both sides; more than two groups, or too many values of cuts, for congruences;
+/// or both styles were tried.
+enum class CutsReason : std::uint8_t { ASKED, NO_MIXED_CUT, GROUPS, VALUES, TRIED };
+
 /// Interpolants of one query, with what they cost.
 struct Interpolants {
+  /// An answer that was looked at, with its size.
+  struct Candidate {
+    Mode mode;
+    Cuts cuts;
+    std::size_t size;
+  };
+
   std::vector<const Term_*> terms;  // one per group but the root, in post-order
   Mode mode = Mode::SUM;            // the one that was used, never AUTO
   Cuts cuts = Cuts::MODULAR;        // likewise; MODULAR for a proof without cuts
   std::size_t raw_size = 0;         // distinct sub-terms in all, as built
   std::size_t size = 0;             // and as answered
   double engine_seconds = 0;        // spent in the engine, all modes and styles
+  Origin origin = Origin::PROOF;
+  CutsReason cuts_reason = CutsReason::ASKED;
+  std::vector<Candidate> candidates;  // in the order of the tries; none without the engine
 };
 
 /// Asks the engine for the interpolants of a query. Keeps one interpolator for each mode
@@ -104,8 +123,8 @@ class Interpolation {
       const std::shared_ptr<const Grouping>& grouping, la::Interpolator& interpolator);
   Interpolants smallest(proof::Proof* proof, const InterpolationTask& task,
                         const std::vector<Mode>& modes, const std::vector<Cuts>& styles);
-  [[nodiscard]] std::optional<bool> one_sided(proof::Proof& proof,
-                                              const InterpolationTask& task);
+  [[nodiscard]] std::optional<Interpolants> one_sided(proof::Proof& proof,
+                                                      const InterpolationTask& task);
 
   Terms& terms_;
   la::Solver& solver_;
