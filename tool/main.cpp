@@ -57,6 +57,7 @@ struct Options {
   std::vector<std::string> files;
   std::string statistics;  // "", "text" or "json"
   std::string progress;    // "", "terminal" or "always"
+  std::int32_t next_check_file = 1;
 };
 
 // An option that sets the setting of a name.
@@ -120,6 +121,14 @@ void describe(CLI::App& app, Options& options) {
       ->type_name("FILE");
   add_setting(app, options, "--method", "opal-method", "the solver: auto or simplex")
       ->group("");
+  add_switch(app, options, "--explain", "opal-explain",
+             "say on standard error what each interpolant is made of");
+  add_switch(app, options, "--dump-proof", "opal-dump-proof",
+             "print each proof on standard error");
+  add_setting(app, options, "--check-files", "opal-check-files",
+              "write each interpolant's conditions into a folder, as scripts for other "
+              "solvers")
+      ->type_name("DIR");
   app.add_flag("--stats{text}", options.statistics,
                "statistics on standard error, as text or as one line of JSON a file")
       ->check(CLI::IsMember({"text", "json"}));
@@ -153,9 +162,10 @@ void print_statistics(const Options& options, const std::string& file,
 }
 
 // The exit status for one input.
-int run(const Options& options, const std::string& file, Drawings& drawings) {
+int run(Options& options, const std::string& file, Drawings& drawings) {
   const auto start = std::chrono::steady_clock::now();
-  Interpreter interpreter(options.settings, std::cout, std::cerr, drawings);
+  Interpreter interpreter(options.settings, std::cout, std::cerr, drawings,
+                          options.next_check_file);
   interpreter_at_work = &interpreter;
   int status = SUCCESS;
   try {
@@ -171,6 +181,7 @@ int run(const Options& options, const std::string& file, Drawings& drawings) {
     throw;
   }
   interpreter_at_work = nullptr;
+  options.next_check_file = interpreter.next_check_file();
   const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
   if (!options.statistics.empty())
     print_statistics(options, file, interpreter, status, spent.count());

@@ -125,6 +125,7 @@ ResolvedQuery resolve(const AssertionStack& stack,
     }
     if (group == NO_GROUP && query.unmentioned == Unmentioned::LAST_GROUP) group = last;
     const bool background = group == NO_GROUP;
+    result.places.push_back(background ? Grouping::BACKGROUND : group);
     (background ? result.background : result.groups[group]).push_back(part.formula);
     for (const Term_* atom : part.atoms) {
       grouping->add(atom, background ? Grouping::BACKGROUND : group);
@@ -139,8 +140,23 @@ ResolvedQuery resolve(const AssertionStack& stack,
   }
   for (const Conjunction& part : assumptions)
     enter(part, "", NO_GROUP);
+  result.places.resize(groups.size());
   result.grouping = std::move(grouping);
   return result;
+}
+
+std::unordered_map<const Term_*, std::string> names_of(
+    const AssertionStack& stack, const ResolvedQuery& query,
+    std::unordered_set<const Term_*> atoms) {
+  std::unordered_map<const Term_*, std::string> names;
+  for (std::size_t i = 0; i < stack.parts().size(); ++i) {
+    const std::string& name = stack.assertions()[i].name;
+    for (const Term_* atom : stack.parts()[i].atoms)
+      if (query.places[i] == query.grouping->place(atom) && atoms.erase(atom) > 0 &&
+          !name.empty())
+        names.emplace(atom, symbol_text(name));
+  }
+  return names;
 }
 
 }  // namespace opal::host

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "opal/host/session.h"
@@ -53,6 +54,8 @@ struct ResolvedQuery {
   std::shared_ptr<const Grouping> grouping;
   std::vector<std::vector<const Term_*>> groups;  // the formulas of each group
   std::vector<const Term_*> background;           // the formulas of every group
+  // The group of each assertion of the stack, or Grouping::BACKGROUND.
+  std::vector<std::size_t> places;
   // The atoms of each group, those of the background included; only of two groups.
   std::vector<std::vector<const Term_*>> atoms;
 };
@@ -62,6 +65,13 @@ struct ResolvedQuery {
 ResolvedQuery resolve(const AssertionStack& stack,
                       const std::vector<Conjunction>& assumptions,
                       const InterpolationQuery& query);
+
+/// The names of the assertions in a query's groups that provide atoms: of several
+/// assertions of an atom the first one in the atom's place. Atoms of unnamed ones are left
+/// out.
+std::unordered_map<const Term_*, std::string> names_of(
+    const AssertionStack& stack, const ResolvedQuery& query,
+    std::unordered_set<const Term_*> atoms);
 
 /// For each assertion whether the query mentions it. Throws SessionError for an unknown
 /// name or one in two groups.

@@ -55,6 +55,11 @@ void Grouping::add(const Term_* atom, std::size_t group) {
   }
 }
 
+std::size_t Grouping::place(const Term_* atom) const {
+  const auto entry = place_.find(atom);
+  return entry == place_.end() ? num_groups() : entry->second;
+}
+
 bool Grouping::is_sequence() const {
   return std::all_of(first_.begin(), first_.end(), [](std::size_t f) { return f == 0; });
 }

@@ -36,7 +36,12 @@ class Grouping {
   /// Enters an atom asserted in `group` (or BACKGROUND), with its symbols.
   void add(const Term_* atom, std::size_t group);
 
+  /// The group that has an atom, or BACKGROUND; num_groups() for one that was not entered.
+  [[nodiscard]] std::size_t place(const Term_* atom) const;
+
   [[nodiscard]] std::size_t num_groups() const { return first_.size(); }
+  /// The first group of a group's sub-tree.
+  [[nodiscard]] std::size_t first(std::size_t group) const { return first_[group]; }
   [[nodiscard]] bool in_subtree(std::size_t group, std::size_t root) const {
     return first_[root] <= group && group <= root;
   }

@@ -4,13 +4,16 @@
 
 #include <cassert>
 #include <chrono>
+#include <ostream>
 #include <sstream>
 #include <unordered_set>
 #include <utility>
 
 #include "opal/host/assertion_stack.h"
+#include "opal/host/check_files.h"
 #include "opal/host/derived_constraints.h"
 #include "opal/host/equality_proof.h"
+#include "opal/host/explanation.h"
 #include "opal/host/farkas.h"
 #include "opal/host/integer_steps.h"
 #include "opal/host/mapper.h"
@@ -19,7 +22,9 @@
 #include "opal/host/printer.h"
 #include "opal/host/proof_checker.h"
 #include "opal/host/proof_drawing.h"
+#include "opal/host/proof_dump.h"
 #include "opal/host/shared_term.h"
+#include "opal/host/trimming.h"
 #include "opal/host/verification.h"
 
 namespace opal::host {
@@ -83,6 +88,8 @@ class Session::Impl {
   VerificationReport check_steps(const std::vector<std::vector<const Term_*>>& steps,
                                  const std::string& commands);
   [[nodiscard]] ResolvedQuery resolved(const SharedTermQuery& query) const;
+  [[nodiscard]] ResolvedQuery resolved(const InterpolationQuery& query,
+                                       const Interpolants& answer) const;
   Interpolants interpolants(ResolvedQuery& resolved, const InterpolationQuery& query);
 
   Terms terms;
@@ -416,11 +423,7 @@ void Session::check_proof() {
 VerificationReport Session::verify(const InterpolationQuery& query,
                                    const Interpolants& answer,
                                    const std::string& outside_solvers) {
-  impl_->need(Verdict::UNSAT);
-  ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
-  if (answer.terms.size() + 1 != resolved.groups.size()) {
-    throw SessionError("the answer does not belong to the query");
-  }
+  ResolvedQuery resolved = impl_->resolved(query, answer);
   ProofChecker checker(impl_->mapper, impl_->atoms());
   if (const auto fault =
           impl_->interpolation.fault(impl_->proof.get(), resolved.grouping, checker))
@@ -474,6 +477,63 @@ void Session::draw_interpolants(const InterpolationQuery& query, const Interpola
     host::draw_proof(out, partial.proof(), notes);
     take(out.str());
   }
+}
+
+void Session::dump_proof(std::ostream& out) {
+  impl_->need(Verdict::UNSAT);
+  host::dump_proof(out, *impl_->proof, impl_->terms, impl_->mapper);
+}
+
+ResolvedQuery Session::Impl::resolved(const InterpolationQuery& query,
+                                      const Interpolants& answer) const {
+  need(Verdict::UNSAT);
+  ResolvedQuery result = resolve(stack, assumptions, query);
+  if (answer.terms.size() + 1 != result.groups.size())
+    throw SessionError("the answer does not belong to the query");
+  return result;
+}
+
+void Session::explain(std::ostream& out, const InterpolationQuery& query,
+                      const Interpolants& answer) {
+  const ResolvedQuery resolved = impl_->resolved(query, answer);
+  const Grouping& grouping = *resolved.grouping;
+  const proof::ProofRef part = trimmed(*impl_->proof, grouping, impl_->mapper);
+  const AtomNames names =
+      names_of(impl_->stack, resolved, used_atoms(*part, impl_->mapper));
+  for (std::size_t i = 0; i < answer.terms.size(); ++i) {
+    impl_->limits.look();
+    out << "interpolant " << i + 1 << " of " << answer.terms.size();
+    if (answer.terms.size() > 1) {
+      out << " (A: group";
+      if (grouping.first(i) < i) out << "s " << grouping.first(i) + 1 << " to";
+      out << ' ' << i + 1 << ')';
+    }
+    out << ": " << term_text(answer.terms[i], 200) << '\n';
+    print_explanation(
+        out, explanation(*part, grouping, i, impl_->mapper, answer.mode, answer.cuts),
+        impl_->mapper, names, answer, answer.terms[i]);
+  }
+}
+
+std::int32_t Session::write_check_files(const InterpolationQuery& query,
+                                        const Interpolants& answer,
+                                        const std::string& folder, std::int32_t number) {
+  ResolvedQuery resolved = impl_->resolved(query, answer);
+  const Grouping& grouping = *resolved.grouping;
+  const proof::ProofRef part = trimmed(*impl_->proof, grouping, impl_->mapper);
+  for (std::size_t i = 0; i < answer.terms.size(); ++i) {
+    impl_->limits.look();
+    Sides sides = answer.origin == Origin::DECISION_OF_ONE_SIDE
+                      ? Sides{resolved.atoms[0], resolved.atoms[1]}
+                      : sides_of(*part, grouping, i, impl_->mapper);
+    try {
+      host::write_check_files(impl_->terms, impl_->mapper, sides, answer.terms[i], folder,
+                              number++);
+    } catch (const CheckFileError& error) {
+      throw SessionError(std::string("cannot write check files: ") + error.what());
+    }
+  }
+  return number;
 }
 
 ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) const {

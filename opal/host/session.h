@@ -162,6 +162,19 @@ class Session {
   /// after the other. Changes no later answer. Throws as interpolants().
   void draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
                          const std::function<void(const std::string&)>& take);
+  // --- the answer for people who ask why; each is for the last UNSAT
+  /// Prints the proof as a tree (see proof_dump.h).
+  void dump_proof(std::ostream& out);
+  /// Prints for each interpolant of an answer what the proof used and did (see
+  /// explanation.h).
+  void explain(std::ostream& out, const InterpolationQuery& query,
+               const Interpolants& answer);
+  /// Writes the five check files of each interpolant of an answer into a folder, which is
+  /// made if it is missing, numbered from `number` on; the next number. Throws
+  /// SessionError, naming the file, for one that cannot be written.
+  std::int32_t write_check_files(const InterpolationQuery& query,
+                                 const Interpolants& answer, const std::string& folder,
+                                 std::int32_t number);
 
   // --- equalities between the groups; these need no check
   /// Proves that two groups of assertions imply an equality, and splits the proof by a

@@ -25,6 +25,12 @@ void Interpreter::check(const Command& command,
   session_->set_method(settings_.method);
   const Session::Verdict verdict = session_->check(assumptions);
   if (settings_.verify && verdict == Session::Verdict::UNSAT) session_->check_proof();
+  if (settings_.dump_proof && verdict == Session::Verdict::UNSAT) {
+    diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
+                 << ": proof\n";
+    session_->dump_proof(diagnostics_);
+    diagnostics_.flush();
+  }
   std::string text = "unknown";
   if (verdict == Session::Verdict::SAT) text = "sat";
   if (verdict == Session::Verdict::UNSAT) text = "unsat";

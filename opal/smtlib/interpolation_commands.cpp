@@ -78,6 +78,19 @@ void Interpreter::report_steps(const Command& command,
   diagnostics_.flush();
 }
 
+void Interpreter::report_details(const Command& command, const InterpolationQuery& query,
+                                 const host::Interpolants& interpolants) {
+  if (settings_.explain) {
+    diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line << ": "
+                 << command.name << '\n';
+    session_->explain(diagnostics_, query, interpolants);
+    diagnostics_.flush();
+  }
+  if (!settings_.check_files.empty())
+    next_check_file_ = session_->write_check_files(query, interpolants,
+                                                   settings_.check_files, next_check_file_);
+}
+
 void Interpreter::get_interpolants(const Command& command) {
   expect_verdict(command, Session::Verdict::UNSAT);
   const auto start = Clock::now();
@@ -88,6 +101,7 @@ void Interpreter::get_interpolants(const Command& command) {
     report_steps(command, session_->verify(query, interpolants, settings_.verify_with));
   }
   draw_interpolants(command, query, interpolants);
+  report_details(command, query, interpolants);
   report(command,
          std::string("mode ") + host::to_string(interpolants.mode) + ", size " +
              std::to_string(interpolants.size),

@@ -15,12 +15,14 @@ namespace opal::smtlib {
 using host::Session;
 
 Interpreter::Interpreter(Settings settings, std::ostream& answers,
-                         std::ostream& diagnostics, Drawings& drawings)
+                         std::ostream& diagnostics, Drawings& drawings,
+                         std::int32_t first_check_file)
     : initial_settings_(std::move(settings)),
       settings_(initial_settings_),
       answers_(answers),
       diagnostics_(diagnostics),
-      drawings_(drawings) {
+      drawings_(drawings),
+      next_check_file_(first_check_file) {
   start_session();
 }
 

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <map>
 #include <memory>
@@ -39,9 +40,9 @@ class Interpreter {
   };
 
   /// Keeps references to the streams, of which diagnostics go to the second, and to the
-  /// files that drawings go to.
+  /// files that drawings go to. Check files are numbered from `first_check_file` on.
   Interpreter(Settings settings, std::ostream& answers, std::ostream& diagnostics,
-              Drawings& drawings);
+              Drawings& drawings, std::int32_t first_check_file = 1);
   ~Interpreter();
 
   // --- interpreter.cpp
@@ -54,6 +55,8 @@ class Interpreter {
   bool end() noexcept;
   /// Work done by the session at hand, as name and value.
   [[nodiscard]] std::vector<std::pair<std::string, double>> statistics() const;
+  /// The number that the next check files would have.
+  [[nodiscard]] std::int32_t next_check_file() const { return next_check_file_; }
 
  private:
   using Node = Sexpr::Node;
@@ -113,6 +116,8 @@ class Interpreter {
   host::InterpolationQuery query_of(const Command& command) const;
   void mention_background(const Command& command, const host::InterpolationQuery& query);
   void report_steps(const Command& command, const host::VerificationReport& checked);
+  void report_details(const Command& command, const host::InterpolationQuery& query,
+                      const host::Interpolants& interpolants);
 
   // --- drawing_commands.cpp; these do nothing unless drawings are wanted
   void draw(const std::string& dot, const std::string& what);
@@ -151,6 +156,7 @@ class Interpreter {
   bool exited_ = false;
   std::atomic<bool> ending_{false};
   bool background_mentioned_ = false;
+  std::int32_t next_check_file_;
 };
 
 }  // namespace opal::smtlib

@@ -104,6 +104,12 @@ bool Settings::set(std::string_view option, const std::string& value) {
     dot = value;
   else if (option == "opal-svg")
     svg = value;
+  else if (option == "opal-explain")
+    explain = boolean_of(value);
+  else if (option == "opal-dump-proof")
+    dump_proof = boolean_of(value);
+  else if (option == "opal-check-files")
+    check_files = value;
   else if (option == "opal-progress")
     progress = boolean_of(value);
   else if (option == "print-success")
@@ -127,6 +133,9 @@ std::string Settings::get(std::string_view option) const {
   if (option == "opal-method") return text_of(method);
   if (option == "opal-dot") return host::string_literal(dot);
   if (option == "opal-svg") return host::string_literal(svg);
+  if (option == "opal-explain") return text_of(explain);
+  if (option == "opal-dump-proof") return text_of(dump_proof);
+  if (option == "opal-check-files") return host::string_literal(check_files);
   if (option == "opal-progress") return text_of(progress);
   if (option == "print-success") return text_of(print_success);
   if (option == "global-declarations") return text_of(global_declarations);

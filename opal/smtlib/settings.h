@@ -27,9 +27,12 @@ struct Settings {
   std::size_t memory = 0;  // megabytes that the process may hold; 0 for no limit
   host::Unmentioned unmentioned = host::Unmentioned::BACKGROUND;
   la::Solver::Method method = la::Solver::Method::AUTO;  // by which a check decides
-  std::string dot;        // the file for drawings of proofs as DOT, or ""
-  std::string svg;        // and as SVG
-  bool progress = false;  // report each check and query on standard error
+  std::string dot;          // the file for drawings of proofs as DOT, or ""
+  std::string svg;          // and as SVG
+  bool explain = false;     // say on standard error what each interpolant is made of
+  bool dump_proof = false;  // print each proof there
+  std::string check_files;  // the folder for check files; "" for none
+  bool progress = false;    // report each check and query on standard error
   bool print_success = false;
   bool global_declarations = false;  // declarations outlive pop
 
