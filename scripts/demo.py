@@ -6,13 +6,15 @@
 For each problem: its story, the tool's answers, and z3's verdict on every interpolant and
 shared term. The tool checks its answers too (--verify); here z3 is asked again, by a second
 way: each step of a sequence or tree of interpolants must be unsatisfiable, and so must be
-what denies that a shared term is equal to either side. Fails when anything is not confirmed.
+what denies that a shared term is equal to either side. The check files that the tool writes
+for each interpolant go to z3 and cvc5. Fails when anything is not confirmed.
 """
 
 import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "random"))
 import sexpr  # noqa: E402
@@ -124,6 +126,20 @@ class Example:
               f" ({'confirmed' if right else 'NOT CONFIRMED'})")
 
 
+def judge_files(folder):
+    """Has both solvers judge the check files in a folder; how many answers are not unsat."""
+    files = sorted([*folder.glob("la_a_imp_itp.*"), *folder.glob("la_b_and_itp.*")])
+    refused = 0
+    for solver in [["z3", "-T:20"], ["cvc5", "--tlimit=20000"]]:
+        for file in files:
+            run = subprocess.run([*solver, file], capture_output=True, text=True)
+            refused += run.stdout.strip() != "unsat"
+    if files:
+        print(f"\n  z3 and cvc5 on the {len(files)} check files "
+              f"({f'{refused} answers NOT CONFIRMED' if refused else 'confirmed'})")
+    return refused
+
+
 def main():
     tool, folder = sys.argv[1], pathlib.Path(sys.argv[2])
     paths = sorted(folder.glob("*.smt2"))
@@ -131,14 +147,16 @@ def main():
     for path in paths:
         example = Example(path)
         print(f"{'=' * 92}\n{path}\n\n{example.story()}")
-        run = subprocess.run([tool, "--verify", str(path)], capture_output=True, text=True)
-        if run.returncode != 0:
-            print(f"exit status {run.returncode}\n{run.stdout}{run.stderr}")
-            faults += 1
-            continue
-        example.check(sexpr.parse_all(run.stdout))
+        with tempfile.TemporaryDirectory() as files:
+            run = subprocess.run([tool, "--verify", "--check-files", files, str(path)],
+                                 capture_output=True, text=True)
+            if run.returncode != 0:
+                print(f"exit status {run.returncode}\n{run.stdout}{run.stderr}")
+                faults += 1
+                continue
+            example.check(sexpr.parse_all(run.stdout))
+            faults += example.refused + judge_files(pathlib.Path(files))
         confirmed += example.confirmed
-        faults += example.refused
     print(f"{'=' * 92}\n{len(paths)} problems, {confirmed} interpolants and shared terms "
           f"confirmed by the tool's own checks and by z3, {faults} not")
     return 0 if paths and confirmed and not faults else 1

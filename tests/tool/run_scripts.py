@@ -8,8 +8,9 @@ A script name.smt2 may say in comments what it wants:
 
 and name.expect holds the answers. Each script runs a second time with --verify, so that
 an outside solver confirms every interpolant that name.expect holds; the answers must be
-the same. With --update the .expect files are written from what the tool says, provided
-that verification confirms it.
+the same. Where there is a name.report, it holds what the run without --verify says on
+standard error. With --update the files are written from what the tool says, provided that
+verification confirms it.
 """
 
 import argparse
@@ -34,6 +35,8 @@ def faults_of(opal, script, update):
     arguments = shlex.split(wanted(script, "ARGS", ""))
     status = int(wanted(script, "EXIT", "0"))
     expected_file = script.with_suffix(".expect")
+    report_file = script.with_suffix(".report")
+    report = update
     for extra in [["--verify"], []]:
         command = [opal, *arguments, *extra, script.name]
         run = subprocess.run(command, cwd=FOLDER, capture_output=True, text=True, timeout=60)
@@ -45,6 +48,12 @@ def faults_of(opal, script, update):
         expected = expected_file.read_text() if expected_file.exists() else ""
         yield from difflib.unified_diff(expected.split("\n"), run.stdout.split("\n"),
                                         "expected", f"answered {extra}", lineterm="")
+    if report_file.exists():
+        if report:
+            report_file.write_text(run.stderr)
+        yield from difflib.unified_diff(report_file.read_text().split("\n"),
+                                        run.stderr.split("\n"), "expected", "reported",
+                                        lineterm="")
 
 
 def main():

@@ -112,6 +112,36 @@ class Files(unittest.TestCase):
         self.assertIn("opal: checks 1", bare.stderr)
 
 
+class CheckFiles(unittest.TestCase):
+    def test_both_solvers_confirm_what_is_written_for_each_interpolant(self):
+        here = pathlib.Path(__file__).resolve().parent
+        scripts = [here / "explain.smt2", *here.parents[1].glob("examples/*.smt2")]
+        with tempfile.TemporaryDirectory() as folder:
+            made = pathlib.Path(folder, "made", "here")
+            done = subprocess.run([OPAL, "--explain", "--check-files", made, *scripts],
+                                  capture_output=True, text=True, timeout=60)
+            count = done.stderr.count("\ninterpolant ")
+            self.assertEqual((done.returncode, count > 30), (0, True), done.stderr)
+            stems = ["la_a", "la_a_imp_itp", "la_b", "la_b_and_itp", "la_itp"]
+            self.assertEqual(sorted(f.name for f in made.iterdir()),
+                             sorted(f"{stem}.{number:03}.smt2" for stem in stems
+                                    for number in range(1, count + 1)))
+            for file in [*made.glob("la_a_imp_itp.*"), *made.glob("la_b_and_itp.*")]:
+                for solver in [["z3", "-T:10"], ["cvc5", "--tlimit=5000"]]:
+                    judged = subprocess.run([*solver, file], capture_output=True, text=True)
+                    self.assertEqual(judged.stdout, "unsat\n", f"{solver}: {file.read_text()}")
+
+    def test_what_cannot_be_written_is_named(self):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "la_b.001.smt2").mkdir()
+            pathlib.Path(folder, "file").touch()
+            for where, fault in [(folder, "/la_b.001.smt2: Is a directory"),
+                                 (f"{folder}/file/x", ": Not a directory")]:
+                done = run(CONTRADICTION + "(get-interpolants a b)", "--check-files", where)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(f"cannot write check files: {where}{fault}", done.stdout)
+
+
 class Sorts(unittest.TestCase):
     """Values of random terms over Int and Real, and their sorts, against z3."""
 
