@@ -119,6 +119,11 @@ void describe(CLI::App& app, Options& options) {
   add_setting(app, options, "--svg", "opal-svg",
               "the same as pictures, drawn by Graphviz, which must be installed")
       ->type_name("FILE");
+  add_setting(
+      app, options, "--proof-format", "opal-proof-format",
+      "how get-proof prints a proof: sexp (an S-expression), json or dot (Graphviz)")
+      ->type_name("FORMAT")
+      ->default_str("sexp");
   add_setting(app, options, "--method", "opal-method", "the solver: auto or simplex")
       ->group("");
   add_switch(app, options, "--explain", "opal-explain",

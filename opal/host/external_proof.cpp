@@ -1,5 +1,6 @@
 #include "opal/host/external_proof.h"
 
+#include <algorithm>
 #include <cassert>
 
 namespace opal::host {
@@ -25,6 +26,24 @@ ExternalProof* ExternalProofs::get_term_proof(const Term_* term) {
   ExternalProof*& leaf = leaves_[term];
   if (leaf == nullptr) leaf = &nodes_.emplace_back(nodes_.size() + 1, term);
   return leaf;
+}
+
+std::vector<const ExternalProof*> nodes_of(const ExternalProof& root) {
+  std::vector<const ExternalProof*> by_id(root.id() + 1);
+  std::vector<const ExternalProof*> waiting{&root};
+  by_id[root.id()] = &root;
+  while (!waiting.empty()) {
+    const ExternalProof* const p = waiting.back();
+    waiting.pop_back();
+    for (const ExternalProof* child : p->children()) {
+      assert(child->id() < p->id());
+      if (by_id[child->id()] != nullptr) continue;
+      by_id[child->id()] = child;
+      waiting.push_back(child);
+    }
+  }
+  by_id.erase(std::remove(by_id.begin(), by_id.end(), nullptr), by_id.end());
+  return by_id;
 }
 
 }  // namespace opal::host

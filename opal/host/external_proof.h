@@ -67,6 +67,10 @@ class ExternalProofs final : public ProofManager {
   std::unordered_map<const Term_*, ExternalProof*> leaves_;
 };
 
+/// The nodes of an exported proof, each once, in the order of their ids: children before
+/// their parents, the root last. Iterative.
+std::vector<const ExternalProof*> nodes_of(const ExternalProof& root);
+
 }  // namespace opal::host
 
 #endif

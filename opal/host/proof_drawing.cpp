@@ -9,6 +9,7 @@
 
 #include "opal/host/infix.h"
 #include "opal/host/terms.h"
+#include "opal/host/utf8.h"
 
 namespace opal::host {
 
@@ -33,24 +34,10 @@ constexpr const char* HEADER = R"(digraph proof {
   edge [fontname="Helvetica", fontsize=10, color="#777777", arrowsize=0.6, tooltip=" "];
 )";
 
-// The bytes of the character of well-formed UTF-8 that begins at `i`, or 0.
+// The bytes of the character that begins at `i`, or 0 where there is none that XML has.
 std::size_t character_length(const std::string& text, std::size_t i) {
-  const auto byte = [&](std::size_t k) {
-    return k < text.size() ? static_cast<unsigned char>(text[k]) : 0U;
-  };
-  const unsigned first = byte(i);
-  if (first < 0x80U) return 1;
-  const std::size_t length = first >= 0xF0U ? 4 : first >= 0xE0U ? 3 : 2;
-  if (first < 0xC2U || first > 0xF4U) return 0;
-  unsigned code = first & (0x7FU >> length);
-  for (std::size_t k = 1; k < length; ++k) {
-    if ((byte(i + k) & 0xC0U) != 0x80U) return 0;
-    code = code << 6U | (byte(i + k) & 0x3FU);
-  }
-  const bool surrogate = code >= 0xD800U && code < 0xE000U;
-  const bool overlong = (length == 3 && code < 0x800U) || (length == 4 && code < 0x10000U);
-  const bool in_xml = code < 0xFFFEU || code >= 0x10000U;
-  return surrogate || overlong || !in_xml || code > 0x10FFFFU ? 0 : length;
+  const std::string_view rest = std::string_view(text).substr(i, 3);
+  return rest == "\xEF\xBF\xBE" || rest == "\xEF\xBF\xBF" ? 0 : utf8_length(text, i);
 }
 
 // A text inside of a label or a quoted string: Graphviz reads entities in both. What XML
@@ -349,22 +336,6 @@ class Drawing {
 };
 
 }  // namespace
-
-std::vector<const ExternalProof*> nodes_of(const ExternalProof& root) {
-  std::vector<const ExternalProof*> result;
-  std::vector<const ExternalProof*> waiting{&root};
-  std::unordered_set<const ExternalProof*> seen{&root};
-  while (!waiting.empty()) {
-    const ExternalProof* const p = waiting.back();
-    waiting.pop_back();
-    result.push_back(p);
-    for (const ExternalProof* child : p->children())
-      if (seen.insert(child).second) waiting.push_back(child);
-  }
-  std::sort(result.begin(), result.end(),
-            [](const auto* a, const auto* b) { return a->id() < b->id(); });
-  return result;
-}
 
 void draw_proof(std::ostream& out, const ExternalProof& root, const ProofNotes& notes) {
   Drawing(out, root, notes).write();

@@ -26,10 +26,6 @@ struct ProofNotes {
   std::vector<std::string> remarks;  // lines above the drawing
 };
 
-/// The nodes of a proof, each once, children before their parents: in the order of their
-/// ids. Iterative.
-std::vector<const ExternalProof*> nodes_of(const ExternalProof& root);
-
 /// Writes a proof as a graph in the language DOT of Graphviz: hypotheses on top, arrows
 /// from premises to conclusions, multipliers beside them unless they are one, the root at
 /// the bottom. A hypothesis is drawn once, however often it is used, a half of an equality

@@ -105,6 +105,11 @@ class Session::Impl {
   std::vector<Conjunction> assumptions;
   Model model;            // after SAT
   proof::ProofRef proof;  // after UNSAT
+  struct Export {
+    ExternalProofs nodes;
+    const ExternalProof* root = nullptr;
+  };
+  std::unique_ptr<Export> exported;  // once asked for
 
   // Totals since construction.
   double solve_seconds = 0;
@@ -149,6 +154,7 @@ void Session::Impl::forget_answer() {
   reason_unknown.clear();
   assumptions.clear();
   model.clear();
+  exported.reset();
   proof = proof::ProofRef();
 }
 
@@ -338,6 +344,22 @@ proof::Proof* Session::refutation() const {
   return impl_->proof.get();
 }
 
+// An interpolator of its own makes it, so that exports and interpolation requests do not
+// see each other's traces.
+const ExternalProof& Session::external_proof() {
+  impl_->need(Verdict::UNSAT);
+  if (impl_->exported == nullptr) {
+    auto made = std::make_unique<Impl::Export>();
+    la::Interpolator exporter(&impl_->terms, &impl_->solver, &impl_->mapper,
+                              la::Interpolator::MODE_SUM, false);
+    made->root = exporter.get_external_proof(&made->nodes, impl_->proof.get());
+    if (made->root == nullptr)
+      throw SessionError("the refutation has a node that has no external form");
+    impl_->exported = std::move(made);
+  }
+  return *impl_->exported->root;
+}
+
 namespace {
 
 using Atoms = std::unordered_set<const Term_*>;
@@ -435,17 +457,13 @@ VerificationReport Session::verify(const InterpolationQuery& query,
 }
 
 void Session::draw_proof(std::ostream& out) {
-  ExternalProofs exports;
-  la::Interpolator exporter(&impl_->terms, &impl_->solver, &impl_->mapper,
-                            la::Interpolator::MODE_SUM, false);
-  const ExternalProof* const root = exporter.get_external_proof(&exports, refutation());
-  assert(root != nullptr);
+  const ExternalProof& root = external_proof();
   ProofNotes notes;
   const auto steps = proof_steps(refutation());
   if (steps.size() <= PartialInterpolants::MOST_STEPS)
-    notes.derived =
-        derived_constraints(impl_->terms, impl_->solver, impl_->mapper, steps, exports);
-  host::draw_proof(out, *root, notes);
+    notes.derived = derived_constraints(impl_->terms, impl_->solver, impl_->mapper, steps,
+                                        impl_->exported->nodes);
+  host::draw_proof(out, root, notes);
 }
 
 namespace {

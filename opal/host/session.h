@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "opal/host/evaluator.h"
+#include "opal/host/external_proof.h"
 #include "opal/host/interpolation.h"
 #include "opal/host/limits.h"
 #include "opal/host/literals.h"
@@ -129,6 +130,11 @@ class Session {
   [[nodiscard]] const Model& model() const;
   /// After UNSAT: the proof; the session keeps it until the next change or check.
   [[nodiscard]] proof::Proof* refutation() const;
+  /// After UNSAT: the proof in the form that other programs read (see proof_text.h). The
+  /// session owns it and keeps it until the next change or check; asked again, it is the
+  /// same. Throws SessionError when a node of the proof has no such form, LimitReached at a
+  /// limit.
+  const ExternalProof& external_proof();
   /// After UNSAT: the names of the assertions that the proof uses, in order of assertion;
   /// of two that provide the same constraint one is enough, an unnamed one first.
   [[nodiscard]] std::vector<std::string> unsat_core() const;

@@ -54,6 +54,7 @@ Interpreter::Handler Interpreter::handler_of(std::string_view name) {
       {"get-interpolants", &Interpreter::get_interpolants},
       {"get-model", &Interpreter::get_model},
       {"get-option", &Interpreter::get_option},
+      {"get-proof", &Interpreter::get_proof},
       {"get-shared-term", &Interpreter::get_shared_term},
       {"get-unsat-assumptions", &Interpreter::get_unsat_assumptions},
       {"get-unsat-core", &Interpreter::get_unsat_core},
@@ -72,7 +73,6 @@ Interpreter::Handler Interpreter::handler_of(std::string_view name) {
       {"define-fun-rec", &Interpreter::unsupported_command},
       {"define-funs-rec", &Interpreter::unsupported_command},
       {"define-sort", &Interpreter::unsupported_command},
-      {"get-proof", &Interpreter::unsupported_command},
   };
   const auto found = HANDLERS->find(name);
   return found == HANDLERS->end() ? nullptr : found->second;

@@ -125,6 +125,9 @@ class Interpreter {
   void draw_interpolants(const Command& command, const host::InterpolationQuery& query,
                          const host::Interpolants& answer);
 
+  // --- proof_command.cpp
+  void get_proof(const Command& command);
+
   // --- shared_term_command.cpp
   void get_shared_term(const Command& command);
   std::vector<std::string> group_of(const Command& command, Node n) const;

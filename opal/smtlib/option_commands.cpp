@@ -13,8 +13,8 @@ namespace {
 std::string first_value(std::string_view option) {
   for (const std::string_view truth :
        {"interactive-mode", "produce-assertions", "produce-assignments",
-        "produce-interpolants", "produce-models", "produce-unsat-assumptions",
-        "produce-unsat-cores"})
+        "produce-interpolants", "produce-models", "produce-proofs",
+        "produce-unsat-assumptions", "produce-unsat-cores"})
     if (option == truth) return "true";
   for (const std::string_view number :
        {"random-seed", "reproducible-resource-limit", "verbosity"})

@@ -47,6 +47,22 @@ Method method_named(const std::string& text) {
   throw SettingError("expected auto, simplex or exact, found " + text);
 }
 
+ProofFormat proof_format_named(const std::string& text) {
+  if (text == "sexp") return ProofFormat::SEXP;
+  if (text == "json") return ProofFormat::JSON;
+  if (text == "dot") return ProofFormat::DOT;
+  throw SettingError("expected sexp, json or dot, found " + text);
+}
+
+std::string text_of(ProofFormat format) {
+  switch (format) {
+    case ProofFormat::SEXP: return "sexp";
+    case ProofFormat::JSON: return "json";
+    case ProofFormat::DOT: return "dot";
+  }
+  return "";
+}
+
 std::string text_of(Method method) {
   switch (method) {
     case Method::AUTO: return "auto";
@@ -110,6 +126,8 @@ bool Settings::set(std::string_view option, const std::string& value) {
     dump_proof = boolean_of(value);
   else if (option == "opal-check-files")
     check_files = value;
+  else if (option == "opal-proof-format")
+    proof_format = proof_format_named(value);
   else if (option == "opal-progress")
     progress = boolean_of(value);
   else if (option == "print-success")
@@ -136,6 +154,7 @@ std::string Settings::get(std::string_view option) const {
   if (option == "opal-explain") return text_of(explain);
   if (option == "opal-dump-proof") return text_of(dump_proof);
   if (option == "opal-check-files") return host::string_literal(check_files);
+  if (option == "opal-proof-format") return text_of(proof_format);
   if (option == "opal-progress") return text_of(progress);
   if (option == "print-success") return text_of(print_success);
   if (option == "global-declarations") return text_of(global_declarations);

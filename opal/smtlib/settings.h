@@ -2,6 +2,7 @@
 #define OPAL_SMTLIB_SETTINGS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -15,6 +16,9 @@ class SettingError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// How a proof is printed (see opal/host/proof_text.h and proof_drawing.h).
+enum class ProofFormat : std::uint8_t { SEXP, JSON, DOT };
 
 /// What a user can choose, on the command line or by (set-option :opal-... value).
 struct Settings {
@@ -32,7 +36,8 @@ struct Settings {
   bool explain = false;     // say on standard error what each interpolant is made of
   bool dump_proof = false;  // print each proof there
   std::string check_files;  // the folder for check files; "" for none
-  bool progress = false;    // report each check and query on standard error
+  ProofFormat proof_format = ProofFormat::SEXP;
+  bool progress = false;  // report each check and query on standard error
   bool print_success = false;
   bool global_declarations = false;  // declarations outlive pop
 
