@@ -44,13 +44,10 @@ class EqualityProver {
     const auto below = refutation(-1);
     const auto above = refutation(1);
     if (below && above) return EqualityProof{disequality_, *below, *above};
-    bool needs_cut = false;
     for (const bool is_below : {true, false}) {
       if (is_below ? below : above) continue;
       if (auto model = model_of(is_below)) return std::move(*model);
-      needs_cut = true;
     }
-    assert(needs_cut);
     throw NotSplit("the proof of " + term_text(equality_, 200) +
                    " needs a cut, and only rational proofs can be split");
   }
