@@ -7,6 +7,26 @@ namespace opal::host {
 
 using Relation = BoundLiteral::Relation;
 
+Residues& Region::residues() {
+  if (!residues_) residues_ = std::make_unique<Residues>();
+  return *residues_;
+}
+
+const ResidueClass& Region::all() const {
+  static const ResidueClass integers;
+  return residues_ ? residues_->all() : integers;
+}
+
+// Whether a value of an integral form is in none of the excluded classes.
+bool Region::has(const QNumber& c) const {
+  return residues_ ? residues_->contains(c) : c.is_integer();
+}
+
+// Whether a value of an integral form is in its residue class.
+bool Region::in_class(const QNumber& c) const {
+  return residues_ ? residues_->all().contains(c) : c.is_integer();
+}
+
 void Region::add_lower(const Bound& bound) {
   if (!lower_ || lower_->value < bound.value ||
       (lower_->value == bound.value && bound.strict)) {
@@ -33,8 +53,8 @@ void Region::add(const BoundLiteral& literal) {
       add_upper({c, false});
       return;
     case Relation::NEQ: excluded_.push_back(c); return;
-    case Relation::CONGRUENT: residues_.restrict_to({c, literal.modulus}); return;
-    case Relation::INCONGRUENT: residues_.exclude({c, literal.modulus}); return;
+    case Relation::CONGRUENT: residues().restrict_to({c, literal.modulus}); return;
+    case Relation::INCONGRUENT: residues().exclude({c, literal.modulus}); return;
   }
 }
 
@@ -64,27 +84,27 @@ void Region::settle_lower() {
 void Region::settle_integral_upper() {
   if (!upper_) return;
   QNumber& value = upper_->value;
-  value = residues_.round_down(value);
+  value = residues_ ? residues_->round_down(value) : value.floor();
   for (;;) {
-    value = residues_.member_below(value).value_or(value);
+    if (residues_) value = residues_->member_below(value).value_or(value);
     while (!excluded_.empty() && excluded_.back() > value)
       excluded_.pop_back();
     if (excluded_.empty() || excluded_.back() != value) return;
-    value -= residues_.all().modulus;
+    value -= all().modulus;
   }
 }
 
 void Region::settle_integral_lower() {
   if (!lower_) return;
   QNumber& value = lower_->value;
-  value = residues_.round_up(value);
+  value = residues_ ? residues_->round_up(value) : value.neg().floor().neg();
   auto first = excluded_.begin();
   for (;;) {
-    value = residues_.member_above(value).value_or(value);
+    if (residues_) value = residues_->member_above(value).value_or(value);
     while (first != excluded_.end() && *first < value)
       ++first;
     if (first == excluded_.end() || *first != value) break;
-    value += residues_.all().modulus;
+    value += all().modulus;
   }
   excluded_.erase(excluded_.begin(), first);
 }
@@ -99,23 +119,23 @@ void Region::settle() {
     return;
   }
   do {
-    residues_.settle();
-    if (residues_.empty()) return;
-    const auto elsewhere = [&](const QNumber& c) { return !residues_.contains(c); };
+    if (residues_) residues_->settle();
+    if (residues_ && residues_->empty()) return;
+    const auto elsewhere = [&](const QNumber& c) { return !has(c); };
     excluded_.erase(std::remove_if(excluded_.begin(), excluded_.end(), elsewhere),
                     excluded_.end());
     settle_integral_upper();
     settle_integral_lower();
-  } while (lower_ && upper_ && !empty() &&
-           residues_.drop_outside(lower_->value, upper_->value));
+  } while (residues_ && lower_ && upper_ && !empty() &&
+           residues_->drop_outside(lower_->value, upper_->value));
   assert(is_settled());
 }
 
 bool Region::is_settled() const {
   if (integral_ && ((lower_ && lower_->strict) || (upper_ && upper_->strict))) return false;
   if (empty()) return true;
-  if (integral_ && lower_ && !residues_.all().contains(lower_->value)) return false;
-  if (integral_ && upper_ && !residues_.all().contains(upper_->value)) return false;
+  if (integral_ && lower_ && !in_class(lower_->value)) return false;
+  if (integral_ && upper_ && !in_class(upper_->value)) return false;
   for (std::size_t i = 0; i < excluded_.size(); ++i) {
     if (i > 0 && excluded_[i] <= excluded_[i - 1]) return false;
     if (lower_ && excluded_[i] <= lower_->value) return false;
@@ -125,7 +145,8 @@ bool Region::is_settled() const {
 }
 
 bool Region::empty() const {
-  return residues_.empty() || (lower_ && upper_ && is_empty(*lower_, *upper_));
+  return (residues_ && residues_->empty()) ||
+         (lower_ && upper_ && is_empty(*lower_, *upper_));
 }
 
 bool Region::is_point() const {
@@ -143,13 +164,12 @@ bool Region::excludes(const BoundLiteral& literal) const {
     case Relation::GT: return upper_ && is_empty(strict, *upper_);
     case Relation::EQ:
       return (lower_ && is_empty(*lower_, c)) || (upper_ && is_empty(c, *upper_)) ||
-             (integral_ && !residues_.contains(c.value)) ||
+             (integral_ && !has(c.value)) ||
              std::binary_search(excluded_.begin(), excluded_.end(), c.value);
     case Relation::CONGRUENT: return excludes_class({literal.bound, literal.modulus});
     case Relation::INCONGRUENT: {
       const ResidueClass c_mod_m{literal.bound, literal.modulus};
-      return c_mod_m.contains(residues_.all()) ||
-             (is_point() && c_mod_m.contains(lower_->value));
+      return c_mod_m.contains(all()) || (is_point() && c_mod_m.contains(lower_->value));
     }
     case Relation::NEQ: break;
   }
@@ -157,9 +177,9 @@ bool Region::excludes(const BoundLiteral& literal) const {
 }
 
 bool Region::excludes_class(const ResidueClass& c) const {
-  if (residues_.is_disjoint(c)) return true;
+  if (residues_ && residues_->is_disjoint(c)) return true;
   if (!lower_ || !upper_) return false;
-  const ResidueClass both = *common_class(residues_.all(), c);
+  const ResidueClass both = *common_class(all(), c);
   return lower_->value + remainder(both.residue - lower_->value, both.modulus) >
          upper_->value;
 }
@@ -171,13 +191,13 @@ std::vector<BoundLiteral> Region::literals(std::size_t form) const {
   const auto add = [&](Relation relation, const QNumber& c, const QNumber& modulus = {}) {
     result.push_back({form, relation, c, modulus});
   };
-  const ResidueClass& all = residues_.all();
-  if (all.modulus != QNumber(1)) add(Relation::CONGRUENT, all.residue, all.modulus);
+  if (all().modulus != QNumber(1)) add(Relation::CONGRUENT, all().residue, all().modulus);
   if (lower_) add(lower_->strict ? Relation::GT : Relation::GEQ, lower_->value);
   if (upper_) add(upper_->strict ? Relation::LT : Relation::LEQ, upper_->value);
   for (const QNumber& c : excluded_)
     add(Relation::NEQ, c);
-  for (const ResidueClass& c : residues_.excluded())
+  if (!residues_) return result;
+  for (const ResidueClass& c : residues_->excluded())
     add(Relation::INCONGRUENT, c.residue, c.modulus);
   return result;
 }

@@ -1,6 +1,7 @@
 #ifndef OPAL_HOST_SIMPLIFIER_REGION_H
 #define OPAL_HOST_SIMPLIFIER_REGION_H
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -48,6 +49,10 @@ class Region {
   [[nodiscard]] bool excludes_class(const ResidueClass& c) const;
   [[nodiscard]] bool is_settled() const;
   [[nodiscard]] bool is_point() const;
+  Residues& residues();
+  [[nodiscard]] const ResidueClass& all() const;
+  [[nodiscard]] bool has(const QNumber& c) const;
+  [[nodiscard]] bool in_class(const QNumber& c) const;
   static bool is_empty(const Bound& lower, const Bound& upper) {
     return upper.value < lower.value ||
            (upper.value == lower.value && (upper.strict || lower.strict));
@@ -57,7 +62,8 @@ class Region {
   std::optional<Bound> lower_;
   std::optional<Bound> upper_;
   std::vector<QNumber> excluded_;
-  Residues residues_;  // of an integral form
+  // Of an integral form; none while every integer is allowed, as in most regions.
+  std::unique_ptr<Residues> residues_;
 };
 
 }  // namespace opal::host
