@@ -6,6 +6,30 @@
 
 namespace opal::host {
 
+namespace {
+
+bool is_small(const RowEntry& entry) {
+  static const QNumber limit(1L << 31);
+  static const QNumber opposite = limit.neg();
+  return entry.coeff < limit && opposite < entry.coeff;
+}
+
+bool is_small(const Row& row) {
+  return std::all_of(row.begin(), row.end(),
+                     [](const RowEntry& entry) { return is_small(entry); });
+}
+
+// The invariant but for common divisors.
+bool is_ordered(const Row& row) {
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (!row[i].coeff.is_integer() || row[i].coeff.is_zero()) return false;
+    if (i > 0 && row[i - 1].var >= row[i].var) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 const QNumber* find_coeff(const Row& row, int var) {
   const auto it =
       std::lower_bound(row.begin(), row.end(), var,
@@ -25,6 +49,10 @@ void make_coprime(Row& row) {
     if (divisor != one) entry.coeff /= divisor;
     if (!entry.coeff.is_small()) entry.coeff.shrink();
   }
+}
+
+void make_small_or_coprime(Row& row) {
+  if (!is_small(row)) make_coprime(row);
 }
 
 Cancellation cancellation(const QNumber& x, const QNumber& y) {
@@ -69,12 +97,13 @@ Row eliminate(const Row& row, int var, const Row& definition) {
 
 bool is_normal(const Row& row) {
   QNumber divisor;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    if (!row[i].coeff.is_integer() || row[i].coeff.is_zero()) return false;
-    if (i > 0 && row[i - 1].var >= row[i].var) return false;
-    divisor = gcd(divisor, row[i].coeff);
-  }
-  return row.empty() || divisor == QNumber(1);
+  for (const RowEntry& entry : row)
+    divisor = gcd(divisor, entry.coeff);
+  return is_ordered(row) && (row.empty() || divisor == QNumber(1));
+}
+
+bool is_small_or_normal(const Row& row) {
+  return is_small(row) ? is_ordered(row) : is_normal(row);
 }
 
 }  // namespace opal::host

@@ -178,12 +178,26 @@ DeltaNumber Simplex::solved_value(const Row& row, int var) const {
   return sum;
 }
 
-// Gives the eliminated variables the values that their definitions ask for.
+// Gives the eliminated problem variables the values that their definitions ask for, and
+// the eliminated slack variables that these need: definitions are over later ones. Other
+// slack variables, those of branches and cuts taken back for example, get no value.
 void Simplex::recover() {
-  for (auto it = definitions_.rbegin(); it != definitions_.rend(); ++it) {
-    if (it->var == NONE) continue;
+  std::vector<bool> needed(definitions_.size());
+  for (std::size_t i = 0; i < definitions_.size(); ++i) {
+    const Definition& definition = definitions_[i];
+    if (definition.var == NONE) continue;
+    if (variable(definition.var).form.empty()) needed[i] = true;
+    if (!needed[i]) continue;
+    for (const RowEntry& entry : definition.row) {
+      const int later = variable(entry.var).definition;
+      if (later != NONE) needed[static_cast<std::size_t>(later)] = true;
+    }
+  }
+  for (std::size_t i = definitions_.size(); i-- > 0;) {
+    if (!needed[i]) continue;
     limits_.poll();
-    variable(it->var).value = solved_value(it->row, it->var);
+    const Definition& definition = definitions_[i];
+    variable(definition.var).value = solved_value(definition.row, definition.var);
   }
 }
 

@@ -123,7 +123,7 @@ void Tableau::add_multiple(int target, const QNumber& a, const Row& source,
       ++y;
     }
   }
-  make_coprime(scratch_);
+  make_small_or_coprime(scratch_);
   std::swap(row, scratch_);
 }
 
@@ -135,7 +135,7 @@ bool Tableau::is_normal() const {
     if (own == NONE) continue;
     ++used;
     if (row_of(own) != r || find_coeff(row(r), own) == nullptr) return false;
-    if (!host::is_normal(row(r))) return false;
+    if (!is_small_or_normal(row(r))) return false;
     for (const RowEntry& entry : row(r)) {
       if (entry.var != own && row_of(entry.var) != NONE) return false;
       if (entry.var != own) ++counts[static_cast<std::size_t>(entry.var)];

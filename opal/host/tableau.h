@@ -12,8 +12,8 @@ namespace opal::host {
 ///
 ///     row r:   c * basic(r) + sum(coeff * nonbasic) = 0        c != 0
 ///
-/// Invariant (is_normal): every row is normal; a basic variable occurs in its own row only;
-/// count(v) of a variable that is not basic is the number of its rows.
+/// Invariant (is_normal): every row is normal or small; a basic variable occurs in its own
+/// row only; count(v) of a variable that is not basic is the number of its rows.
 class Tableau {
  public:
   static constexpr int NONE = -1;
@@ -21,7 +21,7 @@ class Tableau {
   /// Makes room for variables up to `last`.
   void make_variables(int last);
 
-  /// Adds a normal row, in which only `basic` may be basic. Returns its number.
+  /// Adds a row, normal or small, in which only `basic` may be basic. Returns its number.
   int add_row(int basic, Row row);
   /// Takes a row out. Its basic variable then is in no row.
   Row remove_row(int row);

@@ -98,6 +98,10 @@ class QNumber {
   }
   QNumber& operator/=(const QNumber& x) {
     assert(!x.is_zero());
+    if (integers(*this, x) && num_ % x.num_ == 0) {
+      num_ /= x.num_;
+      return *this;
+    }
     if (x.is_small()) return *this *= QNumber(x.inverse_words());
     div_big(x);
     return *this;
