@@ -1,9 +1,10 @@
 # Thin names for what cmake, ctest and the scripts do. `make` alone runs the demo.
 PREFIX ?= /usr/local
 N ?= 20000
+T ?= 5
 SEED ?=
 
-.PHONY: demo check bench soak fuzz format lint count docs pictures install clean
+.PHONY: demo check bench bench-compare soak fuzz format lint count docs pictures install clean
 
 demo:
 	scripts/deps.sh demo
@@ -17,7 +18,13 @@ check:
 bench:
 	scripts/deps.sh bench
 	scripts/build.sh bench
-	python3 bench/run.py --build build/bench --output bench/RESULTS.md
+	python3 bench/run.py --build build/bench --output bench/RESULTS.md $(if $(SCALING),--scaling)
+
+# The tool, z3 and cvc5 side by side, family by family, with T seconds a run.
+bench-compare:
+	scripts/deps.sh bench
+	scripts/build.sh release
+	python3 bench/compare.py build/release/opal --timeout $(T)
 
 # Random problems until N interpolants are confirmed; from SEED if given, else a fresh one.
 # With OF=splits, N problems with shared terms.

@@ -4,8 +4,9 @@ import pathlib
 import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "random"))
-from formulas import declarations, integer_sum, mixed_sum, number, numeral  # noqa: E402
-from formulas import symbols_in  # noqa: E402
+from formulas import conjunction, declarations, integer_sum, mixed_sum  # noqa: E402
+from formulas import number, numeral, symbols_in  # noqa: E402
+from sexpr import parse_all  # noqa: E402, F401
 
 
 class Problem:

@@ -22,6 +22,7 @@ import chains
 import families
 import integer_sizes
 import measure
+import scaling
 
 RIVALS = (["z3", "-smt2"], ["cvc5", "--lang", "smt2"])
 SEEDS = 3
@@ -299,6 +300,8 @@ def main():
     options.add_argument("--output", type=pathlib.Path, required=True)
     options.add_argument("--skip", action="append", default=[],
                          choices=["micro", "tool", "chains"])
+    options.add_argument("--scaling", action="store_true",
+                         help="measure how time and memory grow with the size, and draw it")
     arguments = options.parse_args()
     tool = str((arguments.build / "opal").resolve())
     head = measure.machine()
@@ -329,6 +332,13 @@ def main():
         parts += integer_sizes.table(tool)
     if "chains" not in arguments.skip:
         parts += ["", "## Very long chains (bench/chains.py)", ""] + chains.table(tool)
+    if arguments.scaling:
+        svg = arguments.output.with_name("scaling.svg")
+        parts += ["", "## Growth with the size (bench/scaling.py)", "",
+                  f"Deciding and interpolating (auto mode), one run of at most "
+                  f"{scaling.TIMEOUT} s a size; exponents fitted over the larger half of the "
+                  "sizes.", "", f"![Time and memory by size]({svg.name})", ""]
+        parts += scaling.page(tool, svg)
     page = ["# Results", "", f"Written by `make bench` on {datetime.date.today()}.", ""]
     page += [f"- {line}" for line in head]
     page += ["", "## Against the targets", ""] + summary(rows) + parts

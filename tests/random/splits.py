@@ -14,12 +14,9 @@ import subprocess
 import sys
 
 import sexpr
+from formulas import numeral as number
 
 SHARED = ["s", "u", "w"]
-
-
-def number(q):
-    return str(q) if q >= 0 else f"(- {-q})"
 
 
 def total(coefficients, constant=0):
