@@ -4,7 +4,6 @@
 #include <cassert>
 #include <iterator>
 
-#include "opal/host/diophantine.h"
 #include "opal/host/recession.h"
 #include "opal/interfaces/laz_proof.h"
 
@@ -58,7 +57,9 @@ IntegerSearch::Verdict IntegerSearch::decide(const Problem& problem) {
   problem_ = problem;
   refutation_ = proof::ProofRef();
   collect_integers();
-  if (refute_equalities()) return Verdict::UNSAT;
+  const Equalities equalities = integral_equalities();
+  if (refute(equalities)) return Verdict::UNSAT;
+  if (guess_model(equalities.rows)) return Verdict::SAT;
   std::optional<bool> bounded;
   nodes_ = 0;
   for (std::size_t depth = FIRST_DEPTH;; depth *= 2) {
@@ -93,15 +94,19 @@ void IntegerSearch::collect_integers() {
   }
 }
 
-bool IntegerSearch::refute_equalities() {
-  std::vector<int> ids;
-  std::vector<IntegerRow> rows;
+IntegerSearch::Equalities IntegerSearch::integral_equalities() const {
+  Equalities result;
   for (const int id : integral_rows_) {
     const LinearTerm& term = constraints_.constraint_term(id);
     if (term.kind != LinearTerm::EQ) continue;
-    ids.push_back(id);
-    rows.push_back(row_of(term));
+    result.ids.push_back(id);
+    result.rows.push_back(row_of(term));
   }
+  return result;
+}
+
+bool IntegerSearch::refute(const Equalities& equalities) {
+  const auto& [ids, rows] = equalities;
   const std::vector<Certificate> certificates = integer_contradictions(rows, 1, limits_);
   if (certificates.empty()) return false;
   std::vector<int> used;

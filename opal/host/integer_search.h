@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "opal/host/decider.h"
+#include "opal/host/diophantine.h"
 #include "opal/host/limits.h"
 #include "opal/host/mapper.h"
 #include "opal/host/search_constraints.h"
@@ -75,10 +76,22 @@ class IntegerSearch {
 
   // integer_search.cpp: the tree
   void collect_integers();
-  bool refute_equalities();
+  struct Equalities {
+    std::vector<int> ids;
+    std::vector<IntegerRow> rows;
+  };
+  [[nodiscard]] Equalities integral_equalities() const;
+  bool refute(const Equalities& equalities);
   Descent descend(std::size_t depth);
   bool backtrack(std::optional<Refuted>& refuted);
   Refuted join(Frame& frame, Refuted second);
+
+  // integer_points.cpp: a guess
+  using Guess = std::vector<QNumber>;
+  bool guess_model(const std::vector<IntegerRow>& equalities);
+  [[nodiscard]] std::vector<Guess> guesses(const std::vector<IntegerRow>& equalities,
+                                           const std::vector<int>& vars) const;
+  bool is_model(const std::vector<int>& vars, const Guess& values);
 
   // integer_nodes.cpp: one node of the tree
   Step examine();

@@ -3,9 +3,11 @@
 
 #include "opal/host/diophantine.h"
 
+#include <algorithm>
 #include <map>
 
 #include "opal/host/cuts.h"
+#include "opal/host/solution_lattice.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {
@@ -57,6 +59,15 @@ Solutions hermite(const Dense& rows) {
   return integer ? Solutions::INTEGER : Solutions::RATIONAL;
 }
 
+bool solves(const Point& x, const std::vector<IntegerRow>& rows) {
+  return std::all_of(rows.begin(), rows.end(), [&](const IntegerRow& row) {
+    QNumber sum;
+    for (const RowEntry& entry : row.sum)
+      sum += entry.coeff * x[static_cast<std::size_t>(entry.var)];
+    return sum == row.constant;
+  });
+}
+
 bool certifies(const std::vector<IntegerRow>& rows, const Certificate& certificate) {
   std::map<int, QNumber> sum;  // the constant under -1
   for (const auto& [row, multiplier] : certificate) {
@@ -87,6 +98,11 @@ Solutions check_system(const Dense& dense) {
       EXPECT_TRUE(QNumber(-1, 2) <= multiplier && multiplier < QNumber(1, 2));
   }
   EXPECT_EQ(integer_contradictions(rows, 1, limits).size(), found.empty() ? 0U : 1U);
+  const std::size_t columns = dense[0].size() - 1;
+  const SolutionLattice lattice(rows, std::vector<double>(columns, 10), limits);
+  EXPECT_EQ(lattice.has_solution(), solutions == Solutions::INTEGER);
+  EXPECT_TRUE(!lattice.has_solution() ||
+              solves(lattice.near(std::vector<double>(columns, 1)), rows));
   return solutions;
 }
 
@@ -120,6 +136,24 @@ TEST_F(Diophantine, AgreesWithHermiteNormalFormOnRandomSystems) {
   }
   EXPECT_GE(count[Solutions::INTEGER], 1500);
   EXPECT_GT(std::min(count[Solutions::RATIONAL], count[Solutions::NONE]), 100);
+}
+
+// a*x = c over x in a box that has thousands of solutions, hardly one near the
+// relaxation's.
+TEST_F(Diophantine, FindsPointsOfKnapsacksNearTheMiddle) {
+  for (unsigned seed = 0; seed < 200; ++seed) {
+    random.seed(seed);
+    Dense row(1, std::vector<long>(5));
+    for (std::size_t k = 0; k < 4; ++k) {
+      row[0][k] = pick(10000, 100000);
+      row[0][4] += row[0][k] * pick(300, 700);
+    }
+    const SolutionLattice lattice(sparse(row), std::vector<double>(4, 1000), limits);
+    const Point found = lattice.near(std::vector<double>(4, 500));
+    EXPECT_TRUE(solves(found, sparse(row))) << seed;
+    for (const QNumber& value : found)
+      EXPECT_TRUE(QNumber(0) <= value && value <= QNumber(1000)) << seed << " " << value;
+  }
 }
 
 // i = 2j and i = 2k + 1 as inequalities.
