@@ -38,8 +38,9 @@
 
 ; cuts by congruences
 (push)
-(assert (! (and (= (+ (* 4 j) (* 3 k)) 2) (<= 6 (- (* 6 i) k))) :named a))
-(assert (! (and (<= (+ j l) 0) (<= (- (* 3 i) (* 5 l)) 2) (<= (+ (* 2 i) (* 3 l)) 4)) :named b))
+(assert (! (and (= (+ (* 2 k) (* 5 i)) 5) (<= (- (* (- 2) j) (* 3 k)) 5)) :named a))
+(assert (! (and (= (- (* 3 l) (* 2 i)) 9) (<= (* 6 j) (+ 8 (* 2 i))) (<= 0 (+ 1 (* 2 i) (* 4 j))))
+           :named b))
 (check-sat)
 (get-interpolants a b)
 (pop)
