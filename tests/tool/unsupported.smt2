@@ -9,4 +9,4 @@
 (assert (< (div (to_int x) (to_int y)) 1)) (assert ((_ divisible 0) 6))
 (assert (< (abs (to_int x)) 1)) (assert (exists ((z Real)) (< z x)))
 (assert (or (< x 1) (< 12345678901234567890123456789012345678901234567890123456789012345678901234567890 x)))
-(get-proof) (check-sat-assuming ((or (< x 1) (> y 2)))) (get-assertions) (check-sat)
+(define-sort S () Real) (check-sat-assuming ((or (< x 1) (> y 2)))) (get-assertions) (check-sat)
