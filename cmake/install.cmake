@@ -5,6 +5,10 @@ set(opal_targets opal_engine)
 if(OPAL_BUILD_TOOL)
   list(APPEND opal_targets opal_host)
   install(TARGETS opal RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(PROGRAMS tools/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # The script looks for its package in ../share/opal.
+  install(DIRECTORY tools/opal_check_proof DESTINATION share/opal
+    FILES_MATCHING PATTERN "*.py")
   install(FILES docs/opal.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(DIRECTORY opal/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
     FILES_MATCHING PATTERN "*.h")

@@ -16,6 +16,9 @@ for folder in opal/utils opal/interfaces opal/la opal/host opal/smtlib tool; do
   printf '%-16s %7d\n' "$folder" "$n"
   total=$((total + n))
 done
+n=$(lines tools '*.py')
+printf '%-16s %7d\n' tools "$n"
+total=$((total + n))
 programs=$(lines tests '*.h' '*.cpp' '*.py')
 scripts=$(lines tests '*.smt2' '*.expect')
 tests=$((programs + scripts))
