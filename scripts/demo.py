@@ -7,7 +7,8 @@ For each problem: its story, the tool's answers, and z3's verdict on every inter
 shared term. The tool checks its answers too (--verify); here z3 is asked again, by a second
 way: each step of a sequence or tree of interpolants must be unsatisfiable, and so must be
 what denies that a shared term is equal to either side. The check files that the tool writes
-for each interpolant go to z3 and cvc5. Fails when anything is not confirmed.
+for each interpolant go to z3 and cvc5. The proof behind each query is exported, and re-checked
+by the stand-alone checker. Fails when anything is not confirmed.
 """
 
 import pathlib
@@ -16,7 +17,8 @@ import subprocess
 import sys
 import tempfile
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "random"))
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests" / "random"))
 import sexpr  # noqa: E402
 
 
@@ -76,7 +78,7 @@ class Example:
     def __init__(self, path):
         self.text = path.read_text()
         self.declarations, self.assertions, self.marks = [], [], []
-        self.confirmed = self.refused = 0
+        self.confirmed = self.refused = self.proofs = 0
 
     def story(self):
         return re.match(r"(;.*\n)+", self.text).group(0).rstrip()
@@ -111,6 +113,20 @@ class Example:
                            for side in arguments[2:]]
                 self.judge(denials, [term])
 
+    def check_proofs(self, tool):
+        """Exports the proof of each query and has the checker verify it. Whether all are."""
+        script = re.sub(r"(?=^\(get-interpolants)", "(get-proof)\n", self.text, flags=re.M)
+        run = subprocess.run([tool, "-"], input=script, capture_output=True, text=True)
+        with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
+            file.write(script)
+            file.flush()
+            checker = [sys.executable, str(ROOT / "tools" / "opal-check-proof"), file.name, "-"]
+            check = subprocess.run(checker, input=run.stdout, capture_output=True, text=True)
+        verdicts = check.stdout.splitlines()
+        print("\n" + "\n".join(verdicts) + check.stderr)
+        self.proofs = sum(": verified" in verdict for verdict in verdicts)
+        return check.returncode == 0
+
     @staticmethod
     def print_answer(command, lines):
         print(f"\n{show(command)}")
@@ -143,7 +159,7 @@ def judge_files(folder):
 def main():
     tool, folder = sys.argv[1], pathlib.Path(sys.argv[2])
     paths = sorted(folder.glob("*.smt2"))
-    confirmed = faults = 0
+    confirmed = proofs = faults = 0
     for path in paths:
         example = Example(path)
         print(f"{'=' * 92}\n{path}\n\n{example.story()}")
@@ -156,10 +172,14 @@ def main():
                 continue
             example.check(sexpr.parse_all(run.stdout))
             faults += example.refused + judge_files(pathlib.Path(files))
+        if "(get-interpolants" in example.text and not example.check_proofs(tool):
+            faults += 1
         confirmed += example.confirmed
+        proofs += example.proofs
     print(f"{'=' * 92}\n{len(paths)} problems, {confirmed} interpolants and shared terms "
-          f"confirmed by the tool's own checks and by z3, {faults} not")
-    return 0 if paths and confirmed and not faults else 1
+          f"confirmed by the tool's own checks and by z3, {proofs} exported proofs verified; "
+          f"{faults} not")
+    return 0 if paths and confirmed and proofs and not faults else 1
 
 
 if __name__ == "__main__":

@@ -1,0 +1,300 @@
+"""Changed proofs, and an outside solver's verdict on those that are accepted."""
+
+import subprocess
+from fractions import Fraction
+from math import lcm
+
+import sexpr
+from opal_check_proof.formulas import literals
+
+RULES = ["la-hyp", "la-hyp-eq", "la-comb", "la-neq", "la-spliteq", "la-unit",
+         "la-branch-and-bound", "la-branch-and-bound-lemma", "la-dioph", "la-tight"]
+RELATIONS = {"<=", "<", ">=", ">", "=", "distinct"}
+OTHER_STRICTNESS = {"<=": "<", "<": "<=", ">=": ">", ">": ">="}
+
+
+def is_number(e):
+    """A numeral, a negative one or a fraction, as proofs have them."""
+    if isinstance(e, str):
+        return e[0].isdigit()
+    return len(e) > 1 and e[0] in ("-", "/") and all(map(is_number, e[1:]))
+
+
+def is_literal(e):
+    return isinstance(e, list) and bool(e) and (
+        isinstance(e[0], str) and e[0] in RELATIONS or
+        e[0] == "not" and isinstance(e[1], list) and e[1][0] == "=")
+
+
+def is_step(e):
+    return isinstance(e, list) and bool(e) and e[0] in RULES
+
+
+def places(root):
+    """The (parent, position) of every part of an S-expression."""
+    stack = [root]
+    while stack:
+        parent = stack.pop()
+        for i, child in enumerate(parent):
+            yield parent, i
+            if isinstance(child, list):
+                stack.append(child)
+
+
+def replacements(e, parent, others):
+    """What may stand in place of a part of a proof, to be tried one by one."""
+    if is_number(e) and not is_number(parent):
+        decimal = ".0" if "." in sexpr.show(e) else ""
+        yield from (["+", e, "1" + decimal], ["-", e], "0" + decimal, ["+", e, e])
+    if is_literal(e) and not is_literal(parent):
+        yield ["not", e]
+        if e[0] in OTHER_STRICTNESS:
+            yield [OTHER_STRICTNESS[e[0]]] + e[1:]
+            yield [e[0]] + e[:0:-1]
+        yield from others
+    if is_step(e):
+        yield from ([rule] + e[1:] for rule in RULES if rule != e[0])
+        yield from (e[:i] + e[i + 1:] for i in range(1, len(e)))
+        yield from (e[:i] + [e[i + 1], e[i]] + e[i + 2:] for i in range(1, len(e) - 1))
+
+
+def mutants(text):
+    """The texts of all proofs that differ from one in a number, a literal, a child or a
+    rule."""
+    root = [sexpr.parse_all(text)[0]]
+    literals = [p[i] for p, i in places(root) if is_literal(p[i]) and not is_literal(p)]
+    seen = {sexpr.show(root[0])}
+    for parent, i in list(places(root)):
+        original = parent[i]
+        for changed in replacements(original, parent, literals):
+            parent[i] = changed
+            text = sexpr.show(root[0])
+            if text not in seen:
+                seen.add(text)
+                yield text
+        parent[i] = original
+
+
+def real(number):
+    """The SMT-LIB text of a number, as a Real."""
+    n, d = abs(number.numerator), number.denominator
+    text = f"{n}.0" if d == 1 else f"(/ {n}.0 {d}.0)"
+    return f"(- {text})" if number < 0 else text
+
+
+def integer(number):
+    return f"(- {-number})" if number < 0 else str(number)
+
+
+def value(e):
+    """The number that a part of a proof says."""
+    if isinstance(e, str):
+        return Fraction(e)
+    numbers = [value(part) for part in e[1:]]
+    if e[0] == "-":
+        return -numbers[0] if len(numbers) == 1 else numbers[0] - numbers[1]
+    return numbers[0] / numbers[1] if e[0] == "/" else numbers[0] + numbers[1]
+
+
+def exact_text(variable):
+    """A variable as a Real term of the problem."""
+    return f"(to_real {integer_text(variable)})" if variable.is_int else f"|{variable.name}|"
+
+
+def integer_text(variable):
+    """An integer variable as a term. A floor is a division where it can be, which z3 knows
+    more about."""
+    if variable.argument is None:
+        return f"|{variable.name}|"
+    coefficients, constant = variable.argument
+    if not all(v.is_int for v in coefficients):
+        return f"(to_int {polynomial(coefficients, constant)})"
+    k = lcm(*(c.denominator for c in [constant, *coefficients.values()]))
+    parts = [f"(* {integer(c * k)} {integer_text(v)})" for v, c in coefficients.items()]
+    return f"(div (+ 0 {' '.join(parts)} {integer(constant * k)}) {k})"
+
+
+def polynomial(coefficients, constant, name=exact_text, weight=1):
+    parts = [f"(* {real(weight * c)} {name(v)})" for v, c in coefficients.items()]
+    return f"(+ 0.0 {' '.join(parts)} {real(weight * constant)})"
+
+
+def derived_text(derived, name=exact_text, weight=1):
+    """What a step derives, as a term, with a weight."""
+    return polynomial(derived.sum, derived.constant, name, weight * derived.factor)
+
+
+def relaxed(variable):
+    """A variable of the relaxation over the reals."""
+    return f"r{variable.index}"
+
+
+def expanded(e, names=()):
+    """A proof with its names replaced by what they stand for, which is shared."""
+    names = dict(names)
+    while e[0] == "let":
+        names[e[1][0][0]] = substituted(e[1][0][1], names)
+        e = e[2]
+    return substituted(e, names)
+
+
+def substituted(e, names):
+    if isinstance(e, str):
+        return names.get(e, e)
+    return expanded(e, names) if e[0] == "let" else [substituted(part, names) for part in e]
+
+
+def negated(formula):
+    return f"(not {formula})"
+
+
+class Judge:
+    """Asks z3 about an accepted proof, step by step, and cvc5 about what z3 leaves open.
+
+    A literal that a step brings in must be equivalent to an asserted one or to one of a
+    branch above, or be valid. What the checker says that it is must follow. From there on
+    only the numbers in the proof's text count: the weighted sum of what the leaves derive
+    must be impossible over the reals; a cut's conclusion must be what its sum rounds to; a
+    sum of equalities must be no integer for all integers."""
+
+    def __init__(self, declarations, asserted):
+        self.declarations, self.asserted = declarations, asserted  # texts
+        self.groups = []  # of each group, one list of formulas must be unsatisfiable
+        self.indices = set()  # of relaxed variables
+
+    def confirms(self, text, root):
+        """Whether z3 confirms every step of a proof, given as text and as it was read."""
+        self.groups, self.indices = [], set()
+        e = expanded(sexpr.parse_all(text)[0])
+        clauses = {"la-unit": 0, "la-branch-and-bound-lemma": 0, "la-spliteq": 2}
+        if e[0] in clauses:
+            literals = [sexpr.show(literal) for literal in e[1:]]
+            count = len(literals) - clauses[e[0]]
+            self.ask([negated(x) for x in literals[:count]] + literals[count:])
+        else:
+            self.refutation(e, root, [])
+        return self.answer()
+
+    def ask(self, *alternatives):
+        self.groups.append(alternatives)
+
+    def answer(self):
+        questions = [formulas for group in self.groups for formulas in group]
+        script = ["(set-option :print-success false)", *self.names()]
+        for formulas in questions:
+            script += ["(push)", *(f"(assert {f})" for f in formulas), "(check-sat)", "(pop)"]
+        run = subprocess.run(["z3", "-in", "-smt2", "smtlib2_compliant=true", "-t:1000"],
+                             capture_output=True, text=True, input="\n".join(script))
+        answers = run.stdout.split("\n")[:-1]
+        if len(answers) != len(questions) or not set(answers) <= {"sat", "unsat", "unknown"}:
+            raise SystemExit(f"z3 failed: {run.stdout}{run.stderr}")
+        answers = iter(answers)
+        for group in self.groups:
+            verdicts = [next(answers) for _ in group]
+            if "unsat" not in verdicts and not any(
+                    verdict == "unknown" and self.cvc5_refutes(formulas)
+                    for verdict, formulas in zip(verdicts, group)):
+                return False
+        return True
+
+    def cvc5_refutes(self, formulas):
+        script = ["(set-logic ALL)", *self.names(), *(f"(assert {f})" for f in formulas)]
+        run = subprocess.run(["cvc5", "--lang", "smt2", "--tlimit=5000", "-"], text=True,
+                             capture_output=True, input="\n".join(script + ["(check-sat)"]))
+        return run.stdout == "unsat\n"
+
+    def names(self):
+        relaxed = [f"(declare-const r{i} Real)" for i in sorted(self.indices)]
+        return self.declarations + ["(declare-const k! Int)"] + relaxed
+
+    def literal(self, text, above):
+        """One that a step brings in."""
+        self.ask([negated(text)], *([f"(distinct {text} {other})"]
+                                   for other in self.asserted + above))
+
+    def normal(self, text, constraint):
+        """The normal form that the checker gives to a literal."""
+        normal = constraint.normal()
+        relation = "distinct" if normal.relation == "!=" else normal.relation
+        said = f"({relation} {polynomial(normal.sum, normal.constant)} 0.0)"
+        self.ask([f"(distinct {text} {said})"])
+        return normal
+
+    def refutation(self, e, step, above):
+        rule, arguments = e[0], step.arguments
+        if rule in ("la-neq", "la-branch-and-bound"):
+            if rule == "la-neq":
+                literal = e[1][1] if e[1][0] == "not" else e[1]
+                left, right = (sexpr.show([r] + literal[1:]) for r in "<>")
+                self.literal(sexpr.show(e[1]), [])
+                cases = (e[2], arguments[1]), (e[3], arguments[2])
+            else:
+                left, right = sexpr.show(e[1]), sexpr.show(e[3])
+                self.ask([negated(left), negated(right)])
+                cases = (e[2], arguments[1]), (e[4], arguments[3])
+            self.refutation(*cases[0], above + [left])
+            self.refutation(*cases[1], above + [right])
+        elif rule == "la-dioph":
+            total = self.premises(e[1:], arguments, above)
+            terms = [polynomial(n.sum, n.constant, weight=m) for m, n in total]
+            self.ask([f"(= (to_real k!) (+ 0.0 {' '.join(terms)}))"])
+        else:
+            leaves = self.leaves(e, step, above)
+            terms = [derived_text(d, self.relax, w) for w, d in leaves]
+            relation = ">" if any(d.strict for _, d in leaves) else ">="
+            self.ask([f"({relation} (+ 0.0 {' '.join(terms)}) 0.0)"])
+
+    def relax(self, variable):
+        self.indices.add(variable.index)
+        return relaxed(variable)
+
+    def premises(self, pairs, arguments, above):
+        result = []
+        for i in range(0, len(pairs), 2):
+            text = sexpr.show(pairs[i + 1])
+            self.literal(text, above)
+            (constraint,) = literals(arguments[i + 1])
+            result.append((value(pairs[i]), self.normal(text, constraint)))
+        return result
+
+    def leaves(self, e, step, above):
+        """The (weight, derived) pairs that a combination sums up, after their checks."""
+        if e[0] == "la-comb":
+            return [(value(e[i]) * w, d) for i in (1, 3)
+                    for w, d in self.leaves(e[i + 1], step.arguments[i], above)]
+        if e[0] == "la-tight":
+            self.cut(e, step, above)
+        else:
+            text = self.hypothesis(e, above)
+            said = f"({'>' if step.derived.strict else '>='} {derived_text(step.derived)} 0.0)"
+            self.ask([text, negated(said)])
+        return [(1, step.derived)]
+
+    def hypothesis(self, e, above):
+        """What a hypothesis says."""
+        if e[0] == "la-hyp":
+            text = sexpr.show(e[1])
+            self.literal(text, above)
+            return text
+        sides = e[2][1][1:] if e[2][0] == "not" else e[2][1:]
+        relation = "<" if value(e[1]) < 0 else ">"
+        if e[2][0] == "=":
+            self.literal(sexpr.show(e[2]), above)
+            return sexpr.show([relation + "="] + sides)
+        self.ask(*([f"(distinct {sexpr.show([relation] + sides)} {case})"] for case in above))
+        return sexpr.show([relation] + sides)
+
+    def cut(self, e, step, above):
+        premises = self.premises(e[2:], step.arguments[1:], above)
+        texts = [sexpr.show(literal) for literal in e[3::2]]
+        self.ask(texts + [f"(< {derived_text(step.derived)} 0.0)"])
+        # An equality's direction is that of the conclusion, as it is written.
+        alternatives = []
+        for sign in (-1, 1):
+            terms = [polynomial(n.sum, n.constant, self.relax,
+                                sign * m if n.relation == "=" else -abs(m))
+                     for m, n in premises]
+            rest = (f"(- (+ 0.0 {' '.join(terms)}) "
+                    f"{derived_text(step.derived, self.relax, value(e[1]))})")
+            alternatives.append([f"(or (< {rest} 0.0) (>= {rest} {real(value(e[1]))}))"])
+        self.ask(*alternatives)

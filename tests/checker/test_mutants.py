@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""Mutation test of the checker of exported proofs.
+
+Each proof is accepted, and each of its mutants is rejected unless z3 confirms that it is
+right. The proofs are those that the tool gives for the problems in cases.py and for random
+ones, and those in cases.py that the tool does not make.
+"""
+
+import argparse
+import os
+import pathlib
+import random
+import subprocess
+import sys
+import tempfile
+from collections import Counter
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+sys.path[:0] = [str(ROOT / "tests" / "random"), str(ROOT / "tools"), str(HERE)]
+
+import integer_problems  # noqa: E402
+import mixed_problems  # noqa: E402
+import rational_problems  # noqa: E402
+import sexpr  # noqa: E402
+from cases import CASES, WRONG, WRONG_PROBLEM  # noqa: E402
+from formulas import declarations, symbols_in  # noqa: E402
+from mutants import Judge, mutants  # noqa: E402
+from opal_check_proof.main import verdicts  # noqa: E402
+from opal_check_proof.problem import Problem  # noqa: E402
+from opal_check_proof.source import Source, Unreadable  # noqa: E402
+
+
+class Case:
+    """A problem and the tool's or another proof of it."""
+
+    def __init__(self, name, declarations, formulas, proof=""):
+        self.name, self.proof = name, proof
+        self.asserted = [conjunct for f in formulas for conjunct in conjuncts(f)]
+        self.declarations = declarations
+        self.script = "\n".join(declarations + [f"(assert {f})" for f in formulas]
+                                + ["(check-sat)", "(get-proof)"])
+
+
+def conjuncts(formula):
+    """The texts of the formulas whose conjunction a formula is; no deeper than `and` and
+    chains of relations go."""
+    result, stack = [], sexpr.parse_all(formula)
+    while stack:
+        e = stack.pop()
+        if e[0] == "and":
+            stack += e[1:]
+        elif e[0] in ("=", "<=", "<", ">=", ">") and len(e) > 3:
+            stack += [[e[0], a, b] for a, b in zip(e[1:], e[2:])]
+        elif e[0] == "distinct" and len(e) > 3:
+            stack += [[e[0], e[i], e[j]] for i in range(1, len(e)) for j in range(1, i)]
+        else:
+            result.append(sexpr.show(e))
+    return result
+
+
+def written_cases():
+    for name, (integers, reals, formulas, proof) in CASES.items():
+        declarations = [f"(declare-const {v} {sort})" for names, sort in
+                        ((integers, "Int"), (reals, "Real")) for v in names.split()]
+        yield Case(name, declarations, formulas, proof)
+
+
+def random_cases(seed, count):
+    families = {**rational_problems.FAMILIES, **integer_problems.FAMILIES,
+                **mixed_problems.FAMILIES}
+    names = sorted(families)
+    for i in range(count):
+        problem = families[names[i % len(names)]](random.Random(f"{seed}-{i}"))
+        formulas = [f for _, f in problem.assertions]
+        yield Case(f"{problem.family} {seed}-{i}", declarations(symbols_in(formulas)), formulas)
+
+
+class Test:
+    def __init__(self, opal):
+        self.opal, self.counts = opal, Counter()
+
+    def run(self, case, most):
+        """What is wrong, or None, after at most so many mutants of a proof."""
+        proof = case.proof
+        if not proof:
+            run = subprocess.run([self.opal, "--timeout", "10", "-"], input=case.script,
+                                 capture_output=True, text=True)
+            verdict, _, proof = run.stdout.partition("\n")
+            if verdict != "unsat":
+                self.counts["not unsat"] += 1
+                return None
+            if proof.startswith("(error"):
+                return f"no proof: {proof}"
+        self.problem = Problem(Source("problem", case.script))
+        self.judge = Judge(case.declarations, case.asserted)
+        self.counts["proofs"] += 1
+        proof = sexpr.show(sexpr.parse_all(proof)[0])  # mutants are written so
+        if not self.accepts(proof):
+            return f"the proof is rejected: {self.fault}\n{proof}"
+        if not self.judge.confirms(proof, self.root):
+            return f"z3 does not confirm the proof\n{proof}"
+        texts = list(mutants(proof))
+        if len(texts) > most:
+            texts = random.Random(case.name).sample(texts, most)
+        for text in texts:
+            self.counts["mutants"] += 1
+            if not self.accepts(text):
+                self.counts["rejected"] += 1
+            elif self.judge.confirms(text, self.root):
+                self.counts["confirmed"] += 1
+            else:
+                return f"a wrong proof is accepted\n{text}\nfor\n{proof}"
+        return None
+
+    def accepts(self, text):
+        try:
+            ((steps, self.fault, _),) = verdicts(self.problem, Source("proof", text))
+        except Unreadable as fault:
+            self.fault = fault
+            return False
+        self.root = steps[-1]
+        return self.fault is None
+
+
+def fault_of_wrong():
+    """What is wrong about how the program answers to wrong proofs, or None."""
+    script = WRONG_PROBLEM + "(get-proof)" * len(WRONG)
+    proofs = "".join(f"unsat\n{proof}\n" for proof, _ in WRONG)
+    expected = [f"proof {i + 1}: wrong: -:{2 * i + 2}:{said}" for i, (_, said) in enumerate(WRONG)]
+    with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
+        file.write(script)
+        file.flush()
+        command = [sys.executable, str(ROOT / "tools" / "opal-check-proof"), file.name, "-"]
+        for text, status, answers in ((proofs, 1, expected), (proofs + WRONG[0][0], 2, expected),
+                                      ("(la-hyp", 2, []), ("unsat", 2, [])):
+            run = subprocess.run(command, input=text, capture_output=True, text=True)
+            if (run.returncode, run.stdout.splitlines()) != (status, answers):
+                return f"exit status {run.returncode}, expected {status}\n{run.stdout}{run.stderr}"
+    return None
+
+
+def main():
+    options = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    options.add_argument("--opal", required=True, help="the tool")
+    options.add_argument("-n", type=int, default=40, help="number of random problems")
+    options.add_argument("--seed", type=int, default=1)
+    options.add_argument("--most", type=int, default=150, help="mutants of a random proof")
+    arguments = options.parse_args()
+    fault = fault_of_wrong()
+    if fault:
+        print(f"wrong proofs: {fault}")
+    test, faults = Test(arguments.opal), 1 if fault else 0
+    count = int(arguments.n * float(os.environ.get("OPAL_RANDOM_SCALE", "1")))
+    cases = [(case, 10**6) for case in written_cases()]
+    cases += [(case, arguments.most) for case in random_cases(arguments.seed, count)]
+    for case, most in cases:
+        fault = test.run(case, most)
+        if fault:
+            faults += 1
+            print(f"{case.name}: {fault}\n{case.script}\n")
+    print(f"{test.counts['proofs']} proofs, {test.counts['mutants']} mutants: "
+          f"{test.counts['rejected']} rejected, {test.counts['confirmed']} confirmed by z3; "
+          f"{faults} faults; seed {arguments.seed}")
+    return 1 if faults or not test.counts["mutants"] else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
