@@ -1,0 +1,86 @@
+#ifndef OPAL_HOST_SESSION_IMPL_H
+#define OPAL_HOST_SESSION_IMPL_H
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "opal/host/assertion_stack.h"
+#include "opal/host/mapper.h"
+#include "opal/host/session.h"
+#include "opal/host/verification.h"
+
+namespace opal::host {
+
+/// What a session is made of; the operations are in
+///   session.cpp           construction, assertions, the decision
+///   session_answers.cpp   what a decision left: model, refutation, core, statistics
+///   session_queries.cpp   interpolants, shared terms, and their verification
+///   session_showing.cpp   drawings, dumps, explanations, check files
+class Session::Impl {
+ public:
+  Impl();
+
+  // --- session.cpp
+  void assert_formula(const Term_* formula, const std::string& name);
+  void reset_assertions();
+  void forget_answer();
+  void decide(const std::vector<const Term_*>& assumptions);
+
+  // --- session_answers.cpp
+  // Throws unless the last check answered so.
+  void need(Verdict wanted) const;
+  // The atoms of the proof's leaves.
+  [[nodiscard]] std::unordered_set<const Term_*> used_atoms(const proof::Proof& root) const;
+
+  // --- session_queries.cpp
+  // Every atom that is asserted or assumed.
+  [[nodiscard]] std::vector<const Term_*> atoms() const;
+  [[nodiscard]] ResolvedQuery resolved(const SharedTermQuery& query) const;
+  // Throws when there is no refutation or the answer does not belong to the query.
+  [[nodiscard]] ResolvedQuery resolved(const InterpolationQuery& query,
+                                       const Interpolants& answer) const;
+  Interpolants interpolants(ResolvedQuery& resolved, const InterpolationQuery& query);
+  VerificationReport check_steps(const std::vector<std::vector<const Term_*>>& steps,
+                                 const std::string& commands);
+
+  Terms terms;
+  Limits limits;
+  Mapper mapper{terms, limits};
+  la::Solver solver{mapper, limits};
+  Interpolation interpolation{terms, solver, mapper, limits};
+  AssertionStack stack;
+
+  // The last answer.
+  std::optional<Verdict> verdict;
+  std::string reason_unknown;
+  std::vector<Conjunction> assumptions;
+  Model model;            // after SAT
+  proof::ProofRef proof;  // after UNSAT
+  struct Export {
+    ExternalProofs nodes;
+    const ExternalProof* root = nullptr;
+  };
+  std::unique_ptr<Export> exported;  // once asked for
+
+  // Totals since construction.
+  double solve_seconds = 0;
+  double engine_seconds = 0;
+  double raw_size = 0;
+  double size = 0;
+  double shared_terms = 0;
+  double completed_halves = 0;
+
+ private:
+  Conjunction take_apart(const Term_* formula);
+  void assert_atoms(const Conjunction& conjunction);
+  void take_model();
+  void check_model() const;
+  [[nodiscard]] std::vector<const Term_*> formulas() const;
+};
+
+}  // namespace opal::host
+
+#endif
