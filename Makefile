@@ -2,9 +2,10 @@
 PREFIX ?= /usr/local
 N ?= 20000
 T ?= 5
+SINCE ?= HEAD~1
 SEED ?=
 
-.PHONY: demo check bench bench-compare soak fuzz format lint count docs pictures install clean
+.PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count docs pictures install clean
 
 demo:
 	scripts/deps.sh demo
@@ -18,13 +19,26 @@ check:
 bench:
 	scripts/deps.sh bench
 	scripts/build.sh bench
-	python3 bench/run.py --build build/bench --output bench/RESULTS.md $(if $(SCALING),--scaling)
+	python3 bench/run.py --build build/bench
 
 # The tool, z3 and cvc5 side by side, family by family, with T seconds a run.
 bench-compare:
 	scripts/deps.sh bench
 	scripts/build.sh release
-	python3 bench/compare.py build/release/opal --timeout $(T)
+	python3 bench/compare.py build/release/opal --timeout $(T) --page
+
+# How time and memory grow with the size; up to an hour.
+bench-scaling:
+	scripts/deps.sh bench
+	scripts/build.sh release
+	python3 bench/scaling.py build/release/opal --page
+
+# The tool as it was at the commit SINCE and as it is, side by side.
+bench-change:
+	scripts/deps.sh bench
+	scripts/build.sh release
+	scripts/build_commit.sh $(SINCE) build/since
+	python3 bench/change.py build/since/opal build/release/opal --commit $(SINCE)
 
 # Random problems until N interpolants are confirmed; from SEED if given, else a fresh one.
 # With OF=splits, N problems with shared terms.

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """The tool, z3 and cvc5 on the same problems: what they decide and interpolate.
 
-    bench/compare.py TOOL [--timeout S] [--seeds N] [--family F ...]
+    bench/compare.py TOOL [--timeout S] [--seeds N] [--family F ...] [--page]
 
-prints a table for each family. Every program reads the same formulas and decides them. For
+prints a table for each family, and with --page writes them into the page of results. Every program reads the same formulas and decides them. For
 interpolants Opal gets two groups; cvc5 gets A as assertions and the negation of B as the
 conjecture, first in the problem's logic, and once more without a logic when that ends in an
 error. z3 4.8 has no interpolation. All times include the start of the process; a run that
@@ -20,6 +20,7 @@ from dataclasses import dataclass
 
 import families
 import measure
+import page
 from problem import conjunction, parse_all
 
 PROGRAMS = ("opal", "z3", "cvc5")
@@ -172,15 +173,19 @@ def main():
     options.add_argument("--timeout", type=float, default=5)
     options.add_argument("--seeds", type=int, default=3, help="problems of each size")
     options.add_argument("--family", action="append", choices=families.FAMILIES)
+    options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    print("\n".join(f"- {line}" for line in measure.machine()))
-    print(f"- {arguments.timeout:g} s a run, {arguments.seeds} problems a size; ratio: the "
-          "median of time / Opal's time")
+    machine = measure.machine()
+    lines = [f"{arguments.timeout:g} s a run, {arguments.seeds} problems a size; ratio: the "
+             "median of time / Opal's time."]
     with tempfile.TemporaryDirectory() as folder:
         runs = Runs(str(arguments.tool.resolve()), pathlib.Path(folder), arguments.timeout)
         for family in arguments.family or families.FAMILIES:
-            print(f"\n## {family}\n")
-            print("\n".join(table(*compare_family(runs, family, arguments.seeds))), flush=True)
+            rows = table(*compare_family(runs, family, arguments.seeds))
+            print("\n".join([f"\n### {family}\n"] + rows), flush=True)
+            lines += ["", f"### {family}", ""] + rows
+    if arguments.page:
+        page.write_part("rivals", machine, lines)
 
 
 if __name__ == "__main__":

@@ -1,17 +1,15 @@
 #!/usr/bin/env python3
-"""Measures the project against its targets and writes a page with the results.
+"""Measures the project against its targets and writes the results into the page.
 
-    bench/run.py --build build/bench --output bench/RESULTS.md
+    bench/run.py --build build/bench [--skip PART]
 
 Everything that is compared is run side by side, in turns, on the same machine. A ratio is
 the rival's time divided by ours: above 1 we are faster.
 """
 
 import argparse
-import datetime
 import json
 import math
-import os
 import pathlib
 import statistics
 import subprocess
@@ -22,7 +20,7 @@ import chains
 import families
 import integer_sizes
 import measure
-import scaling
+import page
 
 RIVALS = (["z3", "-smt2"], ["cvc5", "--lang", "smt2"])
 SEEDS = 3
@@ -297,14 +295,11 @@ def summary(rows):
 def main():
     options = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     options.add_argument("--build", type=pathlib.Path, required=True)
-    options.add_argument("--output", type=pathlib.Path, required=True)
     options.add_argument("--skip", action="append", default=[],
                          choices=["micro", "tool", "chains"])
-    options.add_argument("--scaling", action="store_true",
-                         help="measure how time and memory grow with the size, and draw it")
     arguments = options.parse_args()
     tool = str((arguments.build / "opal").resolve())
-    head = measure.machine()
+    machine = measure.machine()
     rows, parts = [], []
     if "micro" not in arguments.skip:
         micro = Micro()
@@ -312,39 +307,28 @@ def main():
             micro.run(arguments.build / program)
         micro.run(arguments.build / "bench_engine", repetitions=3)
         rows += micro_rows(micro) + engine_rows(micro)
-        parts += ["", "## Numbers and containers", "",
+        parts += ["", "### Numbers and containers", "",
                   "Median ratio of the rival's time to ours over 5 repetitions.", ""]
         parts += micro_details(micro)
     if "tool" not in arguments.skip:
         cases = measure_cases(tool)
         rows += case_rows(cases) + links_rows(tool)
-        parts += ["", "## The tool on the families of bench/families.py", "",
+        parts += ["", "### The tool on the families of bench/families.py", "",
                   "Opal reads, decides, interpolates (auto mode) and prints; z3 and cvc5 read "
                   f"and decide the same formulas. {SEEDS} problems a size, each run in turns, "
                   f"the best of 3 wall times (one run where it takes over a second), at most "
                   f"{TIMEOUT} s. All times include the start of the process.", ""]
         parts += case_table(cases)
-        parts += ["", "## Size of interpolants (distinct sub-terms, simplified)", ""]
+        parts += ["", "### Size of interpolants (distinct sub-terms, simplified)", ""]
         parts += size_table(cases)
-        parts += ["", "## Integer interpolants by cut style (distinct sub-terms)", "",
+        parts += ["", "### Integer interpolants by cut style (distinct sub-terms)", "",
                   f"Sums over {integer_sizes.SEEDS} problems, auto mode; in brackets how many "
                   f"were interpolated within {integer_sizes.TIMEOUT} s where not all.", ""]
         parts += integer_sizes.table(tool)
     if "chains" not in arguments.skip:
-        parts += ["", "## Very long chains (bench/chains.py)", ""] + chains.table(tool)
-    if arguments.scaling:
-        svg = arguments.output.with_name("scaling.svg")
-        parts += ["", "## Growth with the size (bench/scaling.py)", "",
-                  f"Deciding and interpolating (auto mode), one run of at most "
-                  f"{scaling.TIMEOUT} s a size; exponents fitted over the larger half of the "
-                  "sizes.", "", f"![Time and memory by size]({svg.name})", ""]
-        parts += scaling.page(tool, svg)
-    page = ["# Results", "", f"Written by `make bench` on {datetime.date.today()}.", ""]
-    page += [f"- {line}" for line in head]
-    page += ["", "## Against the targets", ""] + summary(rows) + parts
-    arguments.output.write_text("\n".join(page) + "\n")
+        parts += ["", "### Very long chains (bench/chains.py)", ""] + chains.table(tool)
+    page.write_part("targets", machine, summary(rows) + parts)
     print("\n".join(summary(rows)))
-    print(f"written: {os.path.relpath(arguments.output)}")
 
 
 if __name__ == "__main__":

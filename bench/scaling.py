@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """How time and memory of the tool grow with the size of a problem.
 
-    bench/scaling.py TOOL [--timeout S] [--largest N] [--family F ...] [--svg FILE]
+    bench/scaling.py TOOL [--timeout S] [--largest N] [--family F ...] [--page]
 
 Runs every family of families.py whose size is a number of constraints or variables at sizes
 1000, 3162, 10000, ... up to the largest, as long as a run ends within the limit, fits time
-and memory with powers of the size, and draws both on logarithmic axes as an SVG. The peak
+and memory with powers of the size, and draws both on logarithmic axes as an SVG, scaling.svg
+beside this script; with --page they become part of the page of results. The peak
 memory of a small run is that of this script, about 17 MB, which its child begins with.
 """
 
@@ -19,9 +20,11 @@ from dataclasses import dataclass
 
 import families
 import measure
+import page
 
 TIMEOUT = 60
 FOLDER = pathlib.Path(__file__).resolve().parent
+SVG = FOLDER / "scaling.svg"
 FAMILIES = [f for f in families.FAMILIES if f != "polygon"]  # of three constraints always
 COLOURS = ("#1b6ca8", "#c8553d", "#3a7d44", "#8e5aa8", "#b8860b", "#4a4a4a", "#d1478c",
            "#2aa198", "#6b8e23", "#7f4f24", "#0b3954", "#ff7f50")
@@ -156,28 +159,28 @@ def table(all_points, ends):
     return lines
 
 
-def page(tool, svg, timeout=TIMEOUT, largest=10**6, chosen=None):
-    """Measures, writes the drawing and returns the lines of a table."""
-    all_points, ends = {}, {}
-    for family in chosen or FAMILIES:
-        all_points[family], ends[family] = points(tool, family, largest, timeout)
-        print(f"scaling: {family}", file=sys.stderr, flush=True)
-    series = {family: measured for family, measured in all_points.items() if measured}
-    if series:
-        svg.write_text(drawing(series))
-    return table(all_points, ends)
-
-
 def main():
     options = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     options.add_argument("tool", type=pathlib.Path)
     options.add_argument("--timeout", type=float, default=TIMEOUT)
     options.add_argument("--largest", type=int, default=10**6)
     options.add_argument("--family", action="append", choices=FAMILIES)
-    options.add_argument("--svg", type=pathlib.Path, default=pathlib.Path("scaling.svg"))
+    options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    print("\n".join(page(str(arguments.tool.resolve()), arguments.svg, arguments.timeout,
-                         arguments.largest, arguments.family)))
+    machine, tool = measure.machine(), str(arguments.tool.resolve())
+    all_points, ends = {}, {}
+    for family in arguments.family or FAMILIES:
+        all_points[family], ends[family] = points(tool, family, arguments.largest,
+                                                  arguments.timeout)
+        print(f"scaling: {family}", file=sys.stderr, flush=True)
+    SVG.write_text(drawing({f: measured for f, measured in all_points.items() if measured}))
+    lines = [f"Deciding and interpolating (auto mode), one run of at most "
+             f"{arguments.timeout:g} s a size; exponents fitted over the larger half of the "
+             "sizes.", "", f"![Time and memory by size]({SVG.name})", ""]
+    lines += table(all_points, ends)
+    print("\n".join(lines))
+    if arguments.page:
+        page.write_part("growth", machine, lines)
 
 
 if __name__ == "__main__":
