@@ -5,7 +5,7 @@ T ?= 5
 SINCE ?= HEAD~1
 SEED ?=
 
-.PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count docs pictures install clean
+.PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count docs pictures install deb clean
 
 demo:
 	scripts/deps.sh demo
@@ -74,6 +74,12 @@ install:
 	scripts/deps.sh demo
 	scripts/build.sh release
 	cmake --install build/release --prefix $(PREFIX)
+
+# A Debian package of all that, in build/.
+deb:
+	scripts/deps.sh package
+	scripts/build.sh release
+	cd build/release && cpack -B $(CURDIR)/build/debian
 
 clean:
 	rm -rf build

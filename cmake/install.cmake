@@ -1,35 +1,69 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+set(opal_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
 
-set(opal_targets opal_engine)
+# --- the libraries, static and shared; both kinds export targets of the same names, and
+# opalConfig.cmake includes one of the two files
+set(opal_parts engine)
+if(OPAL_BUILD_HOST)
+  list(APPEND opal_parts host)
+endif()
+foreach(part IN LISTS opal_parts)
+  install(TARGETS opal_${part} EXPORT opal-static-targets
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  if(OPAL_BUILD_SHARED)
+    install(TARGETS opal_${part}_shared EXPORT opal-shared-targets
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  endif()
+endforeach()
+install(EXPORT opal-static-targets NAMESPACE opal:: DESTINATION ${opal_package_dir})
+if(OPAL_BUILD_SHARED)
+  install(EXPORT opal-shared-targets NAMESPACE opal:: DESTINATION ${opal_package_dir})
+endif()
+
+# --- the headers
+install(FILES opal/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal)
+install(DIRECTORY opal/utils opal/interfaces opal/la
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal FILES_MATCHING PATTERN "*.h")
+if(OPAL_BUILD_HOST)
+  install(DIRECTORY opal/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
+    FILES_MATCHING PATTERN "*.h")
+endif()
+
+# --- how other builds find them
+configure_package_config_file(cmake/opalConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/opalConfig.cmake INSTALL_DESTINATION ${opal_package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/opalConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/opalConfig.cmake
+  ${PROJECT_BINARY_DIR}/opalConfigVersion.cmake cmake/FindGMP.cmake
+  DESTINATION ${opal_package_dir})
+# The prefix is relative to the file itself, so that it is right wherever the tree is.
+file(RELATIVE_PATH opal_pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+set(opal_pc_files opal.pc)
+if(OPAL_BUILD_HOST)
+  list(APPEND opal_pc_files opal-host.pc)
+endif()
+foreach(file IN LISTS opal_pc_files)
+  configure_file(cmake/${file}.in ${PROJECT_BINARY_DIR}/${file} @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${file}
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
+
+# --- the tool, the checker of its proofs, their manual pages and completions
 if(OPAL_BUILD_TOOL)
-  list(APPEND opal_targets opal_host)
   install(TARGETS opal RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(PROGRAMS tools/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
   # The script looks for its package in ../share/opal.
   install(DIRECTORY tools/opal_check_proof DESTINATION share/opal
     FILES_MATCHING PATTERN "*.py")
-  install(FILES docs/opal.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-  install(DIRECTORY opal/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
-    FILES_MATCHING PATTERN "*.h")
+  install(FILES docs/opal.1 docs/opal-check-proof.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES tool/completions/opal.bash RENAME opal
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES tool/completions/_opal
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 endif()
-install(TARGETS ${opal_targets} EXPORT opalTargets
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES opal/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal)
-install(DIRECTORY opal/utils opal/interfaces opal/la
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal FILES_MATCHING PATTERN "*.h")
-install(EXPORT opalTargets NAMESPACE opal::
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
-configure_package_config_file(cmake/opalConfig.cmake.in
-  ${CMAKE_BINARY_DIR}/opalConfig.cmake
-  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/opalConfigVersion.cmake
-  COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/opalConfig.cmake
-  ${CMAKE_BINARY_DIR}/opalConfigVersion.cmake cmake/FindGMP.cmake
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/opal)
-# Relative to the file itself, so that it is right wherever the tree is installed.
-file(RELATIVE_PATH opal_pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(cmake/opal.pc.in ${CMAKE_BINARY_DIR}/opal.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/opal.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(FILES NEWS.md README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES LICENSE RENAME copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})

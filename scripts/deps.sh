@@ -1,25 +1,28 @@
 #!/bin/bash
 # Installs the Debian packages that a purpose needs and that are not there yet.
 #
-#   scripts/deps.sh demo|check|lint|bench|pictures
+#   scripts/deps.sh demo|check|lint|bench|pictures|package
 #
 # Does nothing, quickly, when all are there. Uses sudo when not root; where it cannot
 # install, it names what is missing and fails.
 set -euo pipefail
 
 build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev z3 python3)
-test=(clang clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind graphviz)
+test=(clang clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind graphviz
+  pkgconf bash-completion zsh)
 lint=(clang-tidy)
+package=(dpkg-dev file)
 bench=(libbenchmark-dev libflint-dev libabsl-dev cvc5)
 
 case "${1:-}" in
   demo) wanted=("${build[@]}") ;;
-  check) wanted=("${build[@]}" "${test[@]}") ;;
+  check) wanted=("${build[@]}" "${test[@]}" "${package[@]}") ;;
   lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
   bench) wanted=("${build[@]}" "${bench[@]}") ;;
+  package) wanted=("${build[@]}" "${package[@]}") ;;
   pictures) wanted=("${build[@]}" graphviz) ;;
   *)
-    echo "usage: $0 demo|check|lint|bench|pictures" >&2
+    echo "usage: $0 demo|check|lint|bench|pictures|package" >&2
     exit 2
     ;;
 esac

@@ -1,0 +1,30 @@
+# Completion of opal's options for bash.
+
+_opal() {
+  local cur prev words cword
+  _init_completion -n = || return
+  case $prev in
+    --mode) COMPREPLY=($(compgen -W "sum conj dual auto" -- "$cur")); return ;;
+    --cuts) COMPREPLY=($(compgen -W "modular floor auto" -- "$cur")); return ;;
+    --unmentioned) COMPREPLY=($(compgen -W "background B error" -- "$cur")); return ;;
+    --proof-format) COMPREPLY=($(compgen -W "sexp json dot" -- "$cur")); return ;;
+    --dot | --svg) _filedir; return ;;
+    --check-files) _filedir -d; return ;;
+    --verify-with) COMPREPLY=($(compgen -c -- "$cur")); return ;;
+    --timeout | --memory) return ;;
+  esac
+  case $cur in
+    --stats=*) COMPREPLY=($(compgen -W "text json" -- "${cur#*=}")); return ;;
+    --progress=*) COMPREPLY=($(compgen -W "terminal always" -- "${cur#*=}")); return ;;
+    -*)
+      COMPREPLY=($(compgen -W "-h --help --version --mode --cuts --raw --verify --verify-with
+        --timeout --memory --unmentioned --dot --svg --proof-format --explain --dump-proof
+        --check-files --stats --stats= --progress --progress=" -- "$cur"))
+      [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
+      return
+      ;;
+  esac
+  _filedir smt2
+}
+
+complete -F _opal opal
