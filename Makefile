@@ -2,6 +2,7 @@
 PREFIX ?= /usr/local
 N ?= 20000
 T ?= 5
+S ?= 60
 SINCE ?= HEAD~1
 SEED ?=
 
@@ -47,8 +48,11 @@ soak:
 	scripts/build.sh release
 	scripts/soak.sh build/release/opal $(N) "$(SEED)" $(OF)
 
+# Every fuzz target for S seconds; what they find lies in build/fuzz/found.
 fuzz:
-	@echo "no fuzz targets yet" >&2; exit 1
+	scripts/deps.sh fuzz
+	scripts/build.sh fuzz
+	scripts/fuzz.sh $(S) $(TARGET)
 
 format:
 	scripts/deps.sh check

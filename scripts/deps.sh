@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that a purpose needs and that are not there yet.
 #
-#   scripts/deps.sh demo|check|lint|bench|pictures|package
+#   scripts/deps.sh demo|check|lint|bench|pictures|package|fuzz
 #
 # Does nothing, quickly, when all are there. Uses sudo when not root; where it cannot
 # install, it names what is missing and fails.
@@ -20,9 +20,10 @@ case "${1:-}" in
   lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
   bench) wanted=("${build[@]}" "${bench[@]}") ;;
   package) wanted=("${build[@]}" "${package[@]}") ;;
+  fuzz) wanted=("${build[@]}" clang libclang-rt-14-dev libgtest-dev) ;;
   pictures) wanted=("${build[@]}" graphviz) ;;
   *)
-    echo "usage: $0 demo|check|lint|bench|pictures|package" >&2
+    echo "usage: $0 demo|check|lint|bench|pictures|package|fuzz" >&2
     exit 2
     ;;
 esac

@@ -209,6 +209,7 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
     by_variables_ = true;
     enter_atom(var_term(var), s);
   }
+  [[nodiscard]] int last_id() const { return static_cast<int>(constraints_.size()) - 1; }
   Term atom(int id) { return constraints_.at(static_cast<std::size_t>(id)).second; }
 
   la::LinearTerm linear_term(int id) override {
