@@ -83,6 +83,7 @@ void Session::Impl::reset_assertions() {
   for (std::size_t i = 0; i <= stack.levels(); ++i)
     solver.pop();
   stack.clear();
+  shrink_groups();
   solver.push();
 }
 
@@ -152,6 +153,7 @@ void Session::pop() {
   impl_->forget_answer();
   impl_->solver.pop();
   impl_->stack.pop();
+  impl_->shrink_groups();
 }
 
 std::size_t Session::levels() const { return impl_->stack.levels(); }

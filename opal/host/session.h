@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "opal/host/evaluator.h"
+#include "opal/host/expression.h"
 #include "opal/host/external_proof.h"
 #include "opal/host/interpolation.h"
 #include "opal/host/limits.h"
@@ -82,12 +83,15 @@ struct VerificationReport {
 /// interpreter is built on; it is the one place that takes a problem for a conjunction.
 ///
 ///     Session s;
-///     Terms& t = s.terms();
-///     const Term_* x = t.make_variable("x", Sort::REAL);
-///     s.assert_formula(t.make_leq(x, t.make_number(1)), "a");
-///     s.assert_formula(t.make_lt(t.make_number(2), x), "b");
-///     if (s.check() == Verdict::UNSAT)
-///       auto answer = s.interpolants({{{"a"}, {"b"}}, Grouping::sequence(2)});
+///     const Expr x = s.declare("x", Sort::REAL), y = s.declare("y", Sort::REAL);
+///     s.assert_into("A", x >= 1);
+///     s.assert_into("A", y >= x + 2);
+///     s.assert_into("B", 2 * y < 5);
+///     if (s.check() == Session::Verdict::UNSAT)
+///       std::cout << s.interpolant("A", "B");     // (<= 3.0 y)
+///
+/// The operations on terms and on names of assertions below give more control. Errors are
+/// exceptions that say what is wrong, and leave the session as it was.
 class Session {
  public:
   enum class Verdict : std::uint8_t { SAT, UNSAT, UNKNOWN };
@@ -99,6 +103,27 @@ class Session {
   Limits& limits();
   /// How the solver decides, from the next check on.
   void set_method(la::Solver::Method method);
+
+  // --- in a dozen lines: variables, groups of assertions, and their interpolants
+  /// The variable of a name. Throws SessionError if the name is declared with another sort.
+  Expr declare(const std::string& name, Sort sort);
+  /// Adds a formula to a group, which begins with its first one; pop() takes it back.
+  /// Throws as assert_formula(), and ExpressionError for an expression of another session
+  /// or one that is no formula.
+  void assert_into(const std::string& group, const Expr& formula);
+  /// After UNSAT: what the first group implies, over symbols that it shares with the second
+  /// one, and that contradicts the second one. Assertions of other groups are known to
+  /// both. Throws SessionError for a group without assertions.
+  Expr interpolant(const std::string& first, const std::string& second);
+  /// After UNSAT: the interpolants of a sequence of groups, one fewer than groups; each one
+  /// and the next group imply the next one.
+  std::vector<Expr> interpolants_of(const std::vector<std::string>& groups,
+                                    Mode mode = Mode::AUTO, Cuts cuts = Cuts::AUTO);
+  /// After UNSAT: the groups with an assertion in unsat_core(), in order of their first
+  /// one.
+  [[nodiscard]] std::vector<std::string> groups_in_core() const;
+  /// After SAT: the value of a number in the model, 1 or 0 of a formula.
+  [[nodiscard]] QNumber value(const Expr& e) const;
 
   // --- assertions; each of these ends the validity of the last answer
   void push();

@@ -4,7 +4,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "opal/host/assertion_stack.h"
@@ -16,6 +18,7 @@ namespace opal::host {
 
 /// What a session is made of; the operations are in
 ///   session.cpp           construction, assertions, the decision
+///   session_groups.cpp    variables and groups by name, over all that
 ///   session_answers.cpp   what a decision left: model, refutation, core, statistics
 ///   session_queries.cpp   interpolants, shared terms, and their verification
 ///   session_showing.cpp   drawings, dumps, explanations, check files
@@ -28,6 +31,12 @@ class Session::Impl {
   void reset_assertions();
   void forget_answer();
   void decide(const std::vector<const Term_*>& assumptions);
+
+  // --- session_groups.cpp
+  // The names of the assertions in a group, or of the assertion that is called so.
+  [[nodiscard]] std::vector<std::string> names_in(const std::string& group) const;
+  // Takes the assertions that the stack has no more from the groups.
+  void shrink_groups();
 
   // --- session_answers.cpp
   // Throws unless the last check answered so.
@@ -52,6 +61,9 @@ class Session::Impl {
   la::Solver solver{mapper, limits};
   Interpolation interpolation{terms, solver, mapper, limits};
   AssertionStack stack;
+  std::unordered_map<std::string, const Term_*> variables;  // that were declared, by name
+  // The names of each group's assertions, in order.
+  std::vector<std::pair<std::string, std::vector<std::string>>> groups;
 
   // The last answer.
   std::optional<Verdict> verdict;

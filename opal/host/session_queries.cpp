@@ -55,9 +55,9 @@ ResolvedQuery Session::Impl::resolved(const InterpolationQuery& query,
 }
 
 ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) const {
-  InterpolationQuery groups{{query.first, query.second}, Grouping::sequence(2)};
-  groups.unmentioned = query.unmentioned;
-  return resolve(stack, assumptions, groups);
+  InterpolationQuery of_groups{{query.first, query.second}, Grouping::sequence(2)};
+  of_groups.unmentioned = query.unmentioned;
+  return resolve(stack, assumptions, of_groups);
 }
 
 VerificationReport Session::Impl::check_steps(
