@@ -55,6 +55,7 @@ def with_pkg_config(work, prefix, compiler, kind):
     folder.mkdir()
     environment = {**os.environ, "PKG_CONFIG_PATH": str(prefix / "lib" / "pkgconfig")}
     options = ["-static"] if kind == "static" else [f"-Wl,-rpath,{prefix / 'lib'}"]
+    run("pkg-config", "--print-errors", "--exists", "opal-c", env=environment)
     for name, package in EXAMPLES.items():
         words = run("pkg-config", "--cflags", "--libs", package, env=environment).split()
         run(compiler, "-std=c++17", SOURCE / "examples" / "embed" / f"{name}.cpp", *options,
@@ -69,7 +70,9 @@ def clients(build, work, compiler, flags):
     found = f"-DCMAKE_PREFIX_PATH={prefix}"
     sanitized = "-fsanitize" in flags
     for kind in ("static", "shared"):
-        folder = with_cmake(work, compiler, flags, kind, EXAMPLES, found, f"-DKIND={kind}")
+        folder = with_cmake(work, compiler, flags, kind, [*EXAMPLES, "interface"], found,
+                            f"-DKIND={kind}")
+        run(folder / "interface")
         check_programs(folder, f"find_package, {kind}", kind)
         if not sanitized:  # compilers refuse the two together
             check_programs(with_pkg_config(work, prefix, compiler, kind),
