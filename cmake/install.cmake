@@ -23,6 +23,9 @@ if(TARGET opal_capi)
   install(TARGETS opal_capi EXPORT opal-shared-targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(FILES opal/capi/opal.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal/capi)
+  # Where Debian's Python looks when the prefix is /usr; it looks for the library above.
+  install(DIRECTORY python/opal DESTINATION lib/python3/dist-packages
+    FILES_MATCHING PATTERN "*.py" PATTERN "py.typed")
 endif()
 install(EXPORT opal-static-targets NAMESPACE opal:: DESTINATION ${opal_package_dir})
 if(OPAL_BUILD_SHARED)

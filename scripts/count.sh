@@ -16,10 +16,12 @@ for folder in opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib
   printf '%-16s %7d\n' "$folder" "$n"
   total=$((total + n))
 done
-n=$(lines tools '*.py')
-printf '%-16s %7d\n' tools "$n"
-total=$((total + n))
-programs=$(lines tests '*.h' '*.cpp' '*.py')
+for folder in tools python; do
+  n=$(lines $folder '*.py')
+  printf '%-16s %7d\n' $folder "$n"
+  total=$((total + n))
+done
+programs=$(lines tests '*.h' '*.cpp' '*.c' '*.py')
 scripts=$(lines tests '*.smt2' '*.expect')
 tests=$((programs + scripts))
 printf '%-16s %7d\n' code $total

@@ -77,6 +77,9 @@ def clients(build, work, compiler, flags):
         if not sanitized:  # compilers refuse the two together
             check_programs(with_pkg_config(work, prefix, compiler, kind),
                            f"pkg-config, {kind}", kind)
+    if not sanitized:
+        run("python3", "-m", "doctest", prefix / "lib/python3/dist-packages/opal/__init__.py",
+            env={**os.environ, "PYTHONPATH": str(prefix / "lib/python3/dist-packages")})
     exported = run("nm", "-D", "--defined-only", "-C", prefix / "lib" / "libopal_host.so")
     foreign = [line for line in exported.splitlines()
                if "opal::" not in line and " A OPAL_" not in line]

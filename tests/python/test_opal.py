@@ -1,0 +1,114 @@
+#!/usr/bin/env python3
+"""The Python package: its examples, its misuse, and its answers against the tool's.
+
+    OPAL_LIBRARY=.../libopal_capi.so test_opal.py TOOL
+"""
+
+import doctest
+import pathlib
+import random
+import runpy
+import subprocess
+import sys
+import unittest
+from fractions import Fraction
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / "python"))
+import opal  # noqa: E402
+
+TOOL = sys.argv.pop(1)
+
+
+def drawn(rng, session):
+    """A problem as SMT-LIB, after it has been asserted into a session."""
+    sort = rng.choice(["Int", "Real"])
+    names = [f"x{i}" for i in range(4)]
+    variables = session.integers(" ".join(names)) if sort == "Int" else session.reals(
+        " ".join(names))
+    lines = ["(set-logic QF_L" + ("I" if sort == "Int" else "R") + "A)"]
+    lines += [f"(declare-fun {name} () {sort})" for name in names]
+    groups = {"A": [], "B": []}
+    for _ in range(rng.randint(2, 9)):
+        group = rng.choice("AB")
+        shared = range(0, 3) if group == "A" else range(1, 4)
+        total, texts = session.number(0), []
+        for i in shared:
+            c = rng.randint(-3, 3)
+            total = total + c * variables[i]
+            texts.append(f"(* (- {-c}) {names[i]})" if c < 0 else f"(* {c} {names[i]})")
+        bound, relation = rng.randint(0, 5), rng.choice(["<=", "<", ">=", "=", "distinct"])
+        formula = {"<=": total <= bound, "<": total < bound, ">=": total >= bound,
+                   "=": total == bound, "distinct": total != bound}[relation]
+        session.add(group, formula)
+        groups[group].append(f"(! ({relation} (+ {' '.join(texts)}) {bound}) "
+                             f":named {group}{len(groups[group])})")
+    names_of = {g: [f.rsplit(" ", 1)[1][:-1] for f in fs] for g, fs in groups.items()}
+    lines += [f"(assert {f})" for fs in groups.values() for f in fs] + ["(check-sat)"]
+    if all(groups.values()):
+        lines.append("(get-interpolants (and %s) (and %s))" % tuple(
+            " ".join(names_of[g]) for g in "AB"))
+    return "\n".join(lines) + "\n", all(groups.values())
+
+
+class Package(unittest.TestCase):
+    def test_doc_strings_and_example(self):
+        self.assertEqual(doctest.testmod(opal).failed, 0)
+        self.assertGreater(doctest.testmod(opal).attempted, 5)
+        runpy.run_path(str(ROOT / "examples" / "python" / "planners.py"))
+
+    def test_same_answers_as_the_tool(self):
+        rng, unsat = random.Random(5), 0
+        for _ in range(60):
+            with opal.Session() as session:
+                script, asks = drawn(rng, session)
+                told = subprocess.run([TOOL], input=script, capture_output=True, text=True).stdout
+                verdict = session.check()
+                self.assertEqual(told.split("\n")[0], verdict, script)
+                if verdict == "unsat" and asks:
+                    unsat += 1
+                    answer = session.interpolant("A", "B")
+                    self.assertEqual(f"({answer})", told.split("\n", 1)[1].strip(), script)
+                    session.check_proof()
+        self.assertGreater(unsat, 10)
+
+    def test_misuse_says_what_is_wrong(self):
+        s, other = opal.Session(), opal.Session()
+        x, n = s.real("x"), s.integer("n")
+        y = other.real("y")
+        s.add("A", x <= Fraction(1, 3))
+        cases = [
+            (lambda: x * n, "a product of two terms is not linear"),
+            (lambda: x / 0, "a division by zero"),
+            (lambda: x + 0.5, "no exact number: 0.5"),
+            (lambda: x + y, "a term of another session: y"),
+            (lambda: bool(x < 1), "a term has no truth value"),
+            (lambda: s.add("A", x), "an assertion is no formula"),
+            (lambda: s.add("A", True), "no term: True"),
+            (lambda: s.value(x), "there is no model"),
+            (lambda: s.interpolants("AB"), "takes a list"),
+            (lambda: s.interpolant("A", "B"), "no refutation|no assertion"),
+            (lambda: s.interpolant("A", "B", mode="best"), "no mode"),
+            (lambda: s.pop(), "there is no level"),
+            (lambda: s.integer("x"), "is declared already"),
+            (lambda: s.set_limits(timeout=-1), "a time limit"),
+            (lambda: n.congruent("1", 2), "no term and no number"),
+        ]
+        for action, message in cases:
+            with self.assertRaisesRegex(opal.Error, message):
+                action()
+        with self.assertRaisesRegex(opal.Unsupported, "disjunction"):
+            s.add("A", ~((x == 1) & (n == 2)))
+        with self.assertRaises(TypeError):
+            x < "1"
+        self.assertEqual((s.check(), s.value(3 * x + n) <= 1 + s.value(n)), ("sat", True))
+        self.assertEqual(s.value((2 * n + 1) // 2 - n), 0)
+        s.interrupt()
+        self.assertEqual((s.check(), s.reason_unknown), ("unknown", "interrupted"))
+        s.close()
+        with self.assertRaisesRegex(opal.Error, "the session is NULL"):
+            x + 1
+
+
+if __name__ == "__main__":
+    unittest.main()
