@@ -14,5 +14,7 @@ for preset in clang asan; do
   scripts/build.sh $preset
   OPAL_RANDOM_SCALE=0.1 scripts/test.sh $preset
 done
+scripts/build.sh tsan
+scripts/test.sh tsan -R '^Threads'
 scripts/build.sh dev
 scripts/test.sh dev

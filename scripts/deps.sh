@@ -8,7 +8,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev z3 python3)
-test=(clang clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind graphviz
+test=(clang libclang-rt-14-dev clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind graphviz
   pkgconf bash-completion zsh)
 lint=(clang-tidy)
 package=(dpkg-dev file)

@@ -39,6 +39,7 @@ using CoeffList = std::vector<std::pair<QNumber*, Equation*>>;
 /// i follows from the atoms that `classifier` gives to A, contradicts those it gives to B,
 /// and its variables occur on both sides, provided that the proof keeps the promises of
 /// docs/proofs.md. One object serves one solver for its lifetime, one request at a time.
+/// Objects in different threads share nothing, if their hosts do not.
 ///
 /// The operations are grouped under the source that defines them.
 class Interpolator {
