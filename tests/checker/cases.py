@@ -6,6 +6,7 @@ Of each: declared integers and reals, assertions, a proof or "" for the tool's o
 CASES = {
     "rational": ("", "x y z", ["(<= (+ (* 2.0 x) y) 3.0)", "(< z (/ y 3.0))",
                                "(>= (* 0.5 z) 2.0)", "(= (+ x (/ 1.0 2.0)) (* 2.0 y))"], ""),
+    "names": ("", '|q"\té|', ['(< |q"\té| 1.0)', '(> |q"\té| 1.0)'], ""),
     "both halves": ("", "x y z", ["(= (+ x y) 3.0)", "(= (- x y) 1.0)", "(= (* 3.0 x) z)",
                                   "(> z 6.0)"], ""),
     "disequality": ("", "x y", ["(<= x y)", "(>= x y)", "(distinct (* 2.0 x) (* 2.0 y))"], ""),

@@ -2,11 +2,12 @@
 """Mutation test of the checker of exported proofs.
 
 Each proof is accepted, and each of its mutants is rejected unless z3 confirms that it is
-right. The proofs are those that the tool gives for the problems in cases.py and for random
+right. Both forms of a proof that the tool makes, S-expression and JSON, say the same. The proofs are those that the tool gives for the problems in cases.py and for random
 ones, and those in cases.py that the tool does not make.
 """
 
 import argparse
+import json
 import os
 import pathlib
 import random
@@ -14,6 +15,7 @@ import subprocess
 import sys
 import tempfile
 from collections import Counter
+from fractions import Fraction
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
@@ -25,7 +27,7 @@ import rational_problems  # noqa: E402
 import sexpr  # noqa: E402
 from cases import CASES, WRONG, WRONG_PROBLEM  # noqa: E402
 from formulas import declarations, symbols_in  # noqa: E402
-from mutants import Judge, mutants  # noqa: E402
+from mutants import Judge, expanded, mutants, value  # noqa: E402
 from opal_check_proof.main import verdicts  # noqa: E402
 from opal_check_proof.problem import Problem  # noqa: E402
 from opal_check_proof.source import Source, Unreadable  # noqa: E402
@@ -62,7 +64,7 @@ def conjuncts(formula):
 def written_cases():
     for name, (integers, reals, formulas, proof) in CASES.items():
         declarations = [f"(declare-const {v} {sort})" for names, sort in
-                        ((integers, "Int"), (reals, "Real")) for v in names.split()]
+                        ((integers, "Int"), (reals, "Real")) for v in names.split(" ") if v]
         yield Case(name, declarations, formulas, proof)
 
 
@@ -76,6 +78,29 @@ def random_cases(seed, count):
         yield Case(f"{problem.family} {seed}-{i}", declarations(symbols_in(formulas)), formulas)
 
 
+def difference(root, document):
+    """Where an S-expression and the JSON object of the same proof differ, or None. Each step
+    must stand once in both."""
+    nodes = {node["id"]: node for node in document["nodes"]}
+    pairs, steps = [(expanded(root), document["root"])], set()
+    while pairs:
+        e, at = pairs.pop()
+        node = nodes[at] if isinstance(at, int) else at
+        if "number" in node:
+            same = value(e) == Fraction(node["number"])
+        elif "term" in node:
+            same = e == expanded(sexpr.parse_all(node["term"])[0])
+        else:
+            same = [e[0], len(e)] == [node["rule"], len(node["children"]) + 1]
+            if (id(e), at) not in steps:
+                pairs += zip(e[1:], node["children"])
+            steps.add((id(e), at))
+        if not same:
+            return f"{sexpr.show(e)} is {node} as JSON"
+    count = sum("rule" in node for node in document["nodes"])
+    return None if len(steps) == count else f"{len(steps)} steps, as JSON {count}"
+
+
 class Test:
     def __init__(self, opal):
         self.opal, self.counts = opal, Counter()
@@ -84,14 +109,19 @@ class Test:
         """What is wrong, or None, after at most so many mutants of a proof."""
         proof = case.proof
         if not proof:
-            run = subprocess.run([self.opal, "--timeout", "10", "-"], input=case.script,
-                                 capture_output=True, text=True)
-            verdict, _, proof = run.stdout.partition("\n")
+            run = subprocess.run([self.opal, "--timeout", "10", "-"],
+                                 input=case.script + "(set-option :opal-proof-format json)"
+                                 "(get-proof)", capture_output=True, text=True)
+            verdict, _, rest = run.stdout.partition("\n")
+            proof, _, as_json = rest.partition('{"root"')
             if verdict != "unsat":
                 self.counts["not unsat"] += 1
                 return None
             if proof.startswith("(error"):
                 return f"no proof: {proof}"
+            other = difference(sexpr.parse_all(proof)[0], json.loads('{"root"' + as_json))
+            if other:
+                return f"the forms differ: {other}"
         self.problem = Problem(Source("problem", case.script))
         self.judge = Judge(case.declarations, case.asserted)
         self.counts["proofs"] += 1
