@@ -6,7 +6,7 @@ S ?= 60
 SINCE ?= HEAD~1
 SEED ?=
 
-.PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count docs pictures install deb clean
+.PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count coverage docs pictures install deb clean
 
 demo:
 	scripts/deps.sh demo
@@ -64,6 +64,11 @@ lint:
 
 count:
 	@scripts/count.sh
+
+# Which lines the tests reach; fails when the engine has less than 95 in 100.
+coverage:
+	scripts/deps.sh coverage
+	scripts/coverage.sh
 
 docs:
 	@echo "no generated API pages yet; read docs/ and the headers" >&2; exit 1

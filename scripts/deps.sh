@@ -1,7 +1,7 @@
 #!/bin/bash
 # Installs the Debian packages that a purpose needs and that are not there yet.
 #
-#   scripts/deps.sh demo|check|lint|bench|pictures|package|fuzz
+#   scripts/deps.sh demo|check|coverage|lint|bench|pictures|package|fuzz
 #
 # Does nothing, quickly, when all are there. Uses sudo when not root; where it cannot
 # install, it names what is missing and fails.
@@ -17,13 +17,14 @@ bench=(libbenchmark-dev libflint-dev libabsl-dev cvc5)
 case "${1:-}" in
   demo) wanted=("${build[@]}") ;;
   check) wanted=("${build[@]}" "${test[@]}" "${package[@]}") ;;
+  coverage) wanted=("${build[@]}" "${test[@]}" gcovr) ;;
   lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
   bench) wanted=("${build[@]}" "${bench[@]}") ;;
   package) wanted=("${build[@]}" "${package[@]}") ;;
   fuzz) wanted=("${build[@]}" clang libclang-rt-14-dev libgtest-dev) ;;
   pictures) wanted=("${build[@]}" graphviz) ;;
   *)
-    echo "usage: $0 demo|check|lint|bench|pictures|package|fuzz" >&2
+    echo "usage: $0 demo|check|coverage|lint|bench|pictures|package|fuzz" >&2
     exit 2
     ;;
 esac

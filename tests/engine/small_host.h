@@ -144,7 +144,8 @@ class Terms : public TermManager {
   std::unique_ptr<TermPrinter> make_script_printer(const ScriptStyle& style) override {
     EXPECT_EQ(style.logic, "QF_LRA");
     EXPECT_TRUE(style.declares);
-    return prints_scripts ? std::make_unique<PlainPrinter>() : nullptr;
+    return prints_scripts ? std::make_unique<PlainPrinter>()
+                          : TermManager::make_script_printer(style);
   }
 
  private:

@@ -176,6 +176,7 @@ TEST(Export, DumpsShowConstraintsWithLiteralsAndSides) {
   ProofZoo z;
   Probe probe(z);
   itp::TheoryAtomClassifier* const no_classifier = nullptr;
+  const int shared = z.add(LEQ, {{4, 1}}, 1, AB);
   const std::string le = "0 0 -> -x4 + 3 >= 0", eq = "1 -1 -> -2*x4 + 7 >= 0";
   const std::string zero = "(LAHYP: -1 0 -> 0 >= 0)))", unknown = "(UNKNOWN: 0)";
   const std::string tight = "(LATIGHTHYP: 0 -2*1 1/2*0 )";
@@ -186,6 +187,8 @@ TEST(Export, DumpsShowConstraintsWithLiteralsAndSides) {
   } table[] = {
       {z.pair(), "(LACOMB: 1 2\n (LAHYP: " + le + ")\n (LAHYP: " + eq + "))",
        "(LACOMB: 1 2\n (LAHYP: " + le + " (c0 x4) A)\n (LAHYP: " + eq + " (c1 x4) B))"},
+      {hyp(shared), "(LAHYP: 5 0 -> -x4 + 1 >= 0)",
+       "(LAHYP: 5 0 -> -x4 + 1 >= 0 (c5 x4) AB-shared)"},
       {z.implied(z.le, 0, z.cases(z.neq, hyp(z.le), hyp(Mapper::ZERO))),
        "(LACOMBIMP: " + le + "\n (LANEQ: 2\n  (LAHYP: " + le + ")\n  " + zero,
        "(LACOMBIMP: " + le + "\n (LANEQ: 2\n  (LAHYP: " + le + " (c0 x4) A)\n  " + zero},
@@ -253,6 +256,8 @@ TEST(Export, CheckFilesHoldWhatEachSideContributes) {
        "; left out: constraint 99, which has no literal\n; left out: constraint 5, which "
        "is AB-mixed\n"},
       {new la::LaEqSplitLemma(e.atom(), e.atom(), e.atom()), "true", "false", ""},
+      {new la::LaEqSplitLemma(z.mapper->atom(z.le), e.atom(), e.atom()), "false", "true",
+       ""},
       {equalities({z.eq}, {1}), "true", "true", ""}};
   int number = 0;
   for (const auto& c : table) {

@@ -12,7 +12,11 @@ using la::LaFakeHyp;
 using la::LaNeq;
 using laz::LaZBBLemma;
 
+std::string announced;  // the last message that the hook saw
+
 TEST(Messages, BrokenProofsAreRefused) {
+  const auto announce = [](const Exception& e) { announced = e.what(); };
+  EXPECT_EQ(Exception::set_hook(announce), nullptr);
   ColouredHost host;
   const int no_id = 99999, nameless = Mapper::NAMELESS_VARIABLE;
   const int a = host.add(GEQ, {{2, 2}, {4, 1}}, 1, A), b = host.add(GEQ, {{6, 2}}, 1, B);
@@ -88,6 +92,7 @@ TEST(Messages, BrokenProofsAreRefused) {
         ADD_FAILURE() << "accepted: " << c.message;
       } catch (const Exception& e) {
         EXPECT_EQ(e.what(), c.message);
+        EXPECT_TRUE(!announced.empty() && c.message.rfind(announced, 0) == 0) << announced;
         EXPECT_EQ(dynamic_cast<const Probe::error*>(&e) == nullptr, c.message == rule);
       }
       EXPECT_EQ(Terms::text(probe.get_interpolant(&host.classifier, sound.get())),
@@ -103,6 +108,7 @@ TEST(Messages, BrokenProofsAreRefused) {
   } catch (const Probe::error& e) {
     EXPECT_STREQ(e.what(), "no variable for a floor term");
   }
+  EXPECT_EQ(Exception::set_hook(nullptr), announce);
 }
 
 }  // namespace

@@ -101,6 +101,8 @@ TEST(Terms, AConstraintBecomesItsAtomOrItsLinearTerm) {
   EXPECT_EQ(probe.build_equation(list)->to_str(false), "-x2 + 15/2*x3 - 4*x4 + 6");
   EXPECT_EQ(probe.build_equation(one)->to_str(false), "2*x2 - 4*x4 + 6");
   EXPECT_THROW((void)probe.build_equation(empty), Probe::error);
+  e.mult(QNumber());
+  EXPECT_EQ(e.to_str(false), Equation().to_str(false));
   EXPECT_THROW((void)probe.build_term_from_eq_list(empty), Probe::error);
 }
 

@@ -467,6 +467,25 @@ TEST(Splitting, BrokenProofsAreRefusedAndLeaveNothingBehind) {
   EXPECT_EQ(counts(good), after);
 }
 
+// A has a > x, B has b <= x, and a = b was split by x.
+TEST(Splitting, RewritingKeepsImplicationsAndSharedPremises) {
+  Story p;
+  SplitProbe probe(p);
+  probe.split(p, p.proof(p.one_case(LEQ, p.x, -1), p.one_case(GEQ, p.x, 1)).get());
+  const int of_B = p.row(LEQ, {{p.b, 1}, {p.x, -1}}, B);
+  const ProofRef base(plus(p.compare(p.a, GT, p.x, A), hyp(p.id, 1)));
+  const auto of_base = [&] { return Proof::retain(base.get()); };
+  const QNumber two(2);
+  Proof* const proofs[] = {plus(of_base(), hyp(of_B)),
+                           new LaCombImp(p.split->add_negation(of_B, B), 0, of_base()),
+                           comb(nullptr, plus(of_base(), of_base()), &two, hyp(of_B))};
+  for (Proof* const proof : proofs) {
+    const ProofRef given(proof);
+    EXPECT_EQ(p.text(probe, probe.split(p, proof).first),
+              "(not (<= (+ (* -1 x2) (* 1 (* 1 x2))) 0))");
+  }
+}
+
 TEST(Splitting, TermsAreTakenApartDownToTheMappersVariables) {
   Story p;
   SplitProbe probe(p);
@@ -475,10 +494,12 @@ TEST(Splitting, TermsAreTakenApartDownToTheMappersVariables) {
   auto mul = [&](Term u, Term v) { return p.terms.make("*", {u, v}); };
   Term x = p.split->var_term(p.x), y = p.split->var_term(p.y);
   Term inner = add(mul(num(3), add(x, num(5))), mul(y, num(QNumber(1) / QNumber(2))));
-  Term nested = add(add(mul(num(2), inner), mul(x, y)), num(-30));
+  Term fx = p.terms.make("f", {x}, false);
+  Term nested = add(add(mul(num(2), inner), add(mul(x, y), fx)), num(-30));
   la::Equation e;
   probe.do_make_linear_expr(nested, e);
-  EXPECT_EQ(e.to_str(false), "6*x2 + x3");
+  EXPECT_EQ(e.to_str(false), "6*x2 + x3 + x500");
+  EXPECT_EQ(p.split->var_term(DEFINITIONS), fx);
   la::LinearTerm lt;  // y + -3 - x != 0
   lt.kind = NEQ;
   lt.constant = 3;

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "opal/host/verification.h"
+#include "opal/interfaces/term_printer.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {
@@ -90,6 +91,41 @@ TEST_F(PrinterTest, LogicIsWidenedToWhatTheFormulasNeed) {
           << solver << "\n"
           << script;
   }
+}
+
+// A script put together piece by piece, which says x < y and y + 1 < x.
+TEST_F(PrinterTest, PiecesOfScriptsAreWhatSolversRead) {
+  const Term_ *a = lt(x, y), *b = lt(real("y + 1"), x);
+  TermAttributes attributes;
+  attributes[a] = {{":named", "first"}};
+  SmtLib2TermPrinter printer(&t, nullptr, "QF_LIA", "unsat", true, &attributes);
+  std::ostringstream out;
+  printer.print_comment(out, "two\nlines");
+  printer.print_start(out);
+  out << "(set-option :produce-unsat-cores true)\n";
+  printer.print_logic(out, land(a, lt(i, j)));
+  printer.print_declarations(out, a);
+  printer.print_define_section_start(out);
+  printer.print_definition(out, "y + 1", plus(y, num(1)));
+  printer.print_define_section_end(out);
+  out << "(declare-fun ";
+  printer.print_symbol(out, real("a b")->symbol());
+  out << " () ";
+  printer.print_sort(out, x);
+  out << ")\n";
+  printer.print_assertion(out, a);
+  out << "(assert ";
+  printer.print_term(out, b);
+  out << ")\n(check-sat)\n(get-unsat-core)\n";
+  printer.print_end(out);
+  EXPECT_EQ(run_outside_solver(Z3, out.str(), limits),
+            (std::vector<std::string>{"unsat", "(first)"}))
+      << out.str();
+  std::ostringstream whole;
+  printer.print_formula(whole, a);
+  EXPECT_EQ(whole.str(),
+            "(set-info :status unsat)\n(set-logic QF_LRA)\n(declare-fun x () Real)\n"
+            "(declare-fun y () Real)\n(assert (! (< x y) :named first))\n");
 }
 
 TEST_F(PrinterTest, LargeTextsPassOutsideSolversBothWaysAndLimitsEndThem) {
