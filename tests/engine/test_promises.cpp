@@ -35,6 +35,29 @@ TEST(BrokenPromises, GiveWrongAnswers) {
   };
   // 7: A: 2 x2 = 2 x4 + 1, B: x4 = 0; A alone is contradictory.
   const int odd = add(EQ, {{2, 2}, {4, -2}}, 1, A), zero = add(EQ, {{4, 1}}, 0, B);
+  // A: x4 <= 0, B: x4 >= 1. An atom of A's that is coloured by its symbols is shared.
+  const int upto_0 = add(LEQ, {{4, 1}}, 0, A), by_symbols = add(LEQ, {{4, 1}}, 0, AB);
+  const int from_1 = add(GEQ, {{4, 1}}, 1, B);
+  // 3: A: x4 >= 1, x5 >= 1, B: 4 x4 + 2 x5 <= 5; x4 >= 1 is needed twice.
+  const int x5_least = add(GEQ, {{5, 1}}, 1, A), most_5 = add(LEQ, {{4, 4}, {5, 2}}, 5, B);
+  const QNumber four(4);
+  auto rest = [&] { return comb(&two, hyp(x5_least), nullptr, hyp(most_5)); };
+  Proof* const least_4 = hyp(least);
+  // 5: A: x4 != 0, x4 >= 0, B: x4 <= 0. Nobody asserted x4 < 0 or x4 > 0.
+  const int not_0 = add(NEQ, {{4, 1}}, 0, A), from_0 = add(GEQ, {{4, 1}}, 0, A);
+  const int also_upto_0 = add(LEQ, {{4, 1}}, 0, B);
+  const int below_0 = add(LT, {{4, 1}}, 0, AB), above_0 = add(GT, {{4, 1}}, 0, AB);
+  auto cases = [&](Proof* below, Proof* above) {
+    return new la::LaNeq(not_0, plus(below, hyp(from_0)), plus(above, hyp(also_upto_0)));
+  };
+  // 11: A: x4 >= 1, x5 >= 1 imply 2 x4 + x5 >= 3, whose negation is B's.
+  const int implied = host.mapper->add_negation(add(LT, {{4, 2}, {5, 1}}, 3, B), B);
+  auto implication = [&](const QNumber* m) {
+    return new la::LaCombImp(implied, 0, comb(m, hyp(least), nullptr, hyp(x5_least)));
+  };
+  // 12: A: x4 = 0, B: x4 = 1. The sign chooses the half, and the wrong half says too
+  // little.
+  const int is_0 = add(EQ, {{4, 1}}, 0, A), is_1 = add(EQ, {{4, 1}}, 1, B);
   const std::string floor_of = "(<= 0 (* 1 (floor (* 1/2 (+ ";
   const struct {
     Proof* broken;
@@ -43,6 +66,20 @@ TEST(BrokenPromises, GiveWrongAnswers) {
     std::string kept_answer;
     bool floor_cuts = false;
   } table[] = {
+      {sum({hyp(by_symbols), hyp(from_1)}), "true", sum({hyp(upto_0), hyp(from_1)}),
+       "(<= 0 (* -1 x4))"},
+      // B holds at x4 = -10, x5 = 12
+      {comb(&two, least_4, nullptr, comb(&two, Proof::retain(least_4), nullptr, rest())),
+       "(<= 0 (+ (+ (* 2 x4) (* 2 x5)) -4))", comb(&four, hyp(least), nullptr, rest()),
+       "(<= 0 (+ (+ (* 4 x4) (* 2 x5)) -6))"},
+      {implication(nullptr), "(<= 0 (+ (+ (* 1 x4) (* 1 x5)) -2))", implication(&two),
+       "(<= 0 (+ (+ (* 2 x4) (* 1 x5)) -3))"},
+      // B holds at x4 = 0
+      {cases(hyp(below_0), hyp(above_0)), "(or (<= 0 (* 1 x4)) true)",
+       cases(hyp(not_0, -1), hyp(not_0, 1)), "(or false (not (<= (* 1 x4) 0)))"},
+      // B holds at x4 = 1
+      {sum({hyp(is_0), hyp(is_1, 1)}), "(<= 0 (* 1 x4))",
+       sum({hyp(is_0, -1), hyp(is_1, 1)}), "(<= 0 (* -1 x4))"},
       // B holds at x4 = 6
       {proof2(-1), floor_of + "(* 1 x4) -5)))))", proof2(1), floor_of + "(* -1 x4) 5)))))",
        true},
@@ -62,6 +99,13 @@ TEST(BrokenPromises, GiveWrongAnswers) {
     EXPECT_EQ(host.interpolant(c.broken, c.floor_cuts), c.answer);
     EXPECT_EQ(host.interpolant(c.kept, c.floor_cuts), c.kept_answer);
   }
+  // 1: a multiplier on a list counts for one of its entries; B has a point in both.
+  const int most_3 = add(LEQ, {{4, 2}, {5, 2}}, 3, B);
+  const std::string scaled =
+      host.interpolant(comb(&two, plus(hyp(least), hyp(x5_least)), nullptr, hyp(most_3)));
+  EXPECT_TRUE(scaled == "(<= 0 (+ (+ (* 2 x4) (* 1 x5)) -3))" ||
+              scaled == "(<= 0 (+ (+ (* 1 x4) (* 2 x5)) -3))")
+      << scaled;
 }
 
 TEST(BrokenPromises, OfBranchesGiveWrongAnswers) {

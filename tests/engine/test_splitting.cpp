@@ -495,10 +495,10 @@ TEST(Splitting, TermsAreTakenApartDownToTheMappersVariables) {
   Term x = p.split->var_term(p.x), y = p.split->var_term(p.y);
   Term inner = add(mul(num(3), add(x, num(5))), mul(y, num(QNumber(1) / QNumber(2))));
   Term fx = p.terms.make("f", {x}, false);
-  Term nested = add(add(mul(num(2), inner), add(mul(x, y), fx)), num(-30));
+  Term nested = add(add(mul(num(2), inner), add(mul(x, y), mul(fx, num(3)))), num(-30));
   la::Equation e;
   probe.do_make_linear_expr(nested, e);
-  EXPECT_EQ(e.to_str(false), "6*x2 + x3 + x500");
+  EXPECT_EQ(e.to_str(false), "6*x2 + x3 + 3*x500");
   EXPECT_EQ(p.split->var_term(DEFINITIONS), fx);
   la::LinearTerm lt;  // y + -3 - x != 0
   lt.kind = NEQ;

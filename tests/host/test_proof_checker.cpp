@@ -1,5 +1,4 @@
 #include "opal/host/farkas.h"
-#include "opal/la/interpolator.h"
 #include "tests/host/proofs.h"
 
 namespace opal::host {
@@ -145,105 +144,6 @@ TEST_F(Proofs, MillionNodesDeepOrWide) {
   }
   EXPECT_EQ(verdict(chain), "");
   EXPECT_EQ(verdict(farkas_proof(mapper, leaves).take()), "");
-}
-
-// What the engine makes of broken proofs: the counterexamples of docs/proofs.md. Each has a
-// point where B holds, and with it the interpolant of the broken proof, but not that of the
-// right one.
-class WrongInterpolants : public Proofs {
- protected:
-  const Term_* interpolant(Proof* root, std::shared_ptr<itp::AtomColouring> colours) {
-    const ProofRef owner(root);
-    itp::TheoryAtomClassifier classifier(std::move(colours));
-    return la::Interpolator(&t, nullptr, &mapper, la::Interpolator::MODE_SUM, false)
-        .get_interpolant(&classifier, root);
-  }
-  const Term_* interpolant(Proof* root) { return interpolant(root, sides()); }
-  bool holds_at(const Term_* f, long at_x, long at_y = 0) {
-    return holds(f, {{x, QNumber(at_x)}, {y, QNumber(at_y)}});
-  }
-
-  const Term_* x1 = leq(num(1), x);
-  const Term_* y1 = leq(num(1), y);
-};
-
-// A: x >= 1, y >= 1, B: 2x + 2y <= 3.
-TEST_F(WrongInterpolants, MultiplierOnAnAccumulatedList) {
-  const int a = assert_on('A', x1), b = assert_on('A', y1);
-  const int both = assert_on('B', leq(plus(times(2, x), times(2, y)), num(3)));
-  const Term_* right = interpolant(comb(1, comb(2, hyp(a), 2, hyp(b)), 1, hyp(both)));
-  const Term_* broken = interpolant(comb(2, comb(1, hyp(a), 1, hyp(b)), 1, hyp(both)));
-  // Which of x and y is scaled follows the addresses; either way B has a model of it.
-  for (const long c : {3, -3}) {
-    EXPECT_TRUE(holds_at(asserted[2], c, -c));
-    EXPECT_FALSE(holds_at(right, c, -c));
-  }
-  EXPECT_NE(holds_at(broken, 3, -3), holds_at(broken, -3, 3));
-}
-
-// A: x >= 1, y >= 1, B: 4x + 2y <= 5; x >= 1 is needed twice.
-TEST_F(WrongInterpolants, OneNodeTwice) {
-  const int a = assert_on('A', x1), b = assert_on('A', y1);
-  const int both = assert_on('B', leq(plus(times(4, x), times(2, y)), num(5)));
-  const auto rest = [&] { return comb(2, hyp(b), 1, hyp(both)); };
-  Proof* twice = hyp(a);
-  const Term_* broken =
-      interpolant(comb(2, twice, 1, comb(2, Proof::retain(twice), 1, rest())));
-  EXPECT_TRUE(holds_at(broken, -10, 12));
-  EXPECT_FALSE(holds_at(interpolant(comb(4, hyp(a), 1, rest())), -10, 12));
-}
-
-// A: x = 0, B: x = 1. The sign chooses the half, and the wrong half says too little.
-TEST_F(WrongInterpolants, WrongSign) {
-  const int zero = assert_on('A', eq(x, num(0))), one = assert_on('B', eq(x, num(1)));
-  EXPECT_TRUE(holds_at(interpolant(comb(1, hyp(zero, 0), 1, hyp(one, 1))), 1));
-  const Term_* right = interpolant(comb(1, hyp(zero, -1), 1, hyp(one, 1)));
-  EXPECT_TRUE(!holds_at(right, 1) && holds_at(right, 0));
-}
-
-// A host that colours atoms by their symbols: both sides know every variable here.
-class SymbolColours final : public itp::AtomColouring {
- public:
-  using status = itp::TheoryAtomClassifier::status;
-  [[nodiscard]] status atom_colour(const Term_*) const override { return status::SHARED; }
-  [[nodiscard]] status term_colour(const Term_*) const override { return status::SHARED; }
-  void enter_atom(const Term_*, status) override {}
-};
-
-// A: x <= 0, B: x >= 1. The broken one is true, although B has models.
-TEST_F(WrongInterpolants, ColouringBySymbols) {
-  const int low = assert_on('A', leq(x, num(0))), high = assert_on('B', x1);
-  const auto refutation = [&] { return comb(1, hyp(low), 1, hyp(high)); };
-  EXPECT_EQ(interpolant(refutation(), std::make_shared<SymbolColours>()), t.true_term());
-  const Term_* right = interpolant(refutation());
-  EXPECT_TRUE(!holds_at(right, 1) && holds_at(right, 0));
-}
-
-// A: x /= 0, x >= 0, B: x <= 0.
-TEST_F(WrongInterpolants, SplittingOnOtherAtomsThanTheDisequality) {
-  const int different = assert_on('A', neq(x, num(0)));
-  const int low = assert_on('A', leq(num(0), x)), high = assert_on('B', leq(x, num(0)));
-  const int less = assert_on('-', lt(x, num(0))), more = assert_on('-', lt(num(0), x));
-  const auto split = [&](Proof* at_most, Proof* at_least) {
-    return interpolant(new la::LaNeq(different, comb(1, at_most, 1, hyp(low)),
-                                     comb(1, at_least, 1, hyp(high))));
-  };
-  EXPECT_TRUE(holds_at(split(hyp(less), hyp(more)), 0));
-  const Term_* right = split(hyp(different, -1), hyp(different, 1));
-  EXPECT_TRUE(!holds_at(right, 0) && holds_at(right, 1));
-}
-
-// A: x >= 1, y >= 1 imply 2x + y >= 3, whose negation is B's.
-TEST_F(WrongInterpolants, UnscaledChainBelowAnImplication) {
-  const int a = assert_on('A', x1), b = assert_on('A', y1);
-  const Term_* implied = leq(num(3), plus(times(2, x), y));
-  const int id = assert_on('B', implied);
-  const auto implication = [&](long c) {
-    return interpolant(new la::LaCombImp(id, 0, comb(c, hyp(a), 1, hyp(b))));
-  };
-  EXPECT_FALSE(holds_at(implied, -10, 12));
-  EXPECT_TRUE(holds_at(implication(1), -10, 12));
-  EXPECT_FALSE(holds_at(implication(2), -10, 12));
 }
 
 }  // namespace

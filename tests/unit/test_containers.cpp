@@ -171,20 +171,6 @@ TEST(HashMap, RandomOperationsAgreeWithTheModelInContentsAndOrder) {
   }
 }
 
-TEST(MemoryPool, ChunksDoubleUpToTheirBoundAndHandOutNodesInOrder) {
-  MemoryPool<24, false> pool;
-  std::size_t expected_chunk = 16;
-  for (std::size_t chunk = 1; chunk <= 12; ++chunk) {
-    ASSERT_EQ(pool.chunk_size(), expected_chunk);
-    char* node = static_cast<char*>(pool.allocate());
-    for (std::size_t i = 1; i < expected_chunk; ++i)
-      ASSERT_EQ(pool.allocate(), node += 24);
-    ASSERT_EQ(pool.num_chunks(), chunk);
-    ASSERT_EQ(pool.free_list(), nullptr);
-    expected_chunk = std::min<std::size_t>(2 * expected_chunk, 8192);
-  }
-}
-
 TEST(MemoryPool, ErasedAndClearedNodesAreUsedAgain) {
   HashMap<int, long> map;
   for (int round = 0; round < 500; round += 100) {
