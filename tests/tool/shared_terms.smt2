@@ -10,7 +10,7 @@
 (get-shared-term B A a b)
 (get-shared-term A B (+ (* 3 b) 1) (- (* 3 a) (- 1)))
 (echo "a side is the term itself")
-(get-shared-term A B a x) (get-shared-term A B y b) (get-shared-term A B x y)
+(get-shared-term A B a x) (get-shared-term A B x a) (get-shared-term A B y b) (get-shared-term A B x y)
 (echo "not implied, or not a question")
 (get-shared-term A B a (+ b 1)) (get-shared-term A B (+ a 1) b)
 (get-shared-term A B a a) (get-shared-term A B a (+ a b)) (get-shared-term A B a (* a b))
