@@ -1,6 +1,8 @@
 #ifndef OPAL_FUZZ_MUTATION_H
 #define OPAL_FUZZ_MUTATION_H
 
+#include <unordered_map>
+
 #include "fuzz/bytes.h"
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
@@ -8,20 +10,25 @@
 
 namespace opal::fuzz {
 
-/// A copy of a small proof of which the bytes change multipliers, constraints, signs,
-/// divisors, variables of cuts and premises. Constraints are drawn from 0 to `last_id`;
-/// `mapper` says what a branch on another constraint states.
+/// A copy of a small proof, with the same sharing, of which the bytes change multipliers,
+/// constraints, signs, divisors, variables of cuts and premises. Constraints are drawn from
+/// 0 to `last_id`; `mapper` says what a branch on another constraint states.
 class Mutation {
  public:
   Mutation(Bytes& bytes, int last_id, la::ItpLinearTermMapper& mapper)
       : bytes_(bytes), last_id_(last_id), mapper_(mapper) {}
 
   /// A node with one reference, the caller's.
-  proof::Proof* copy(const proof::Proof* node);
+  proof::Proof* copy(const proof::Proof* node) {
+    const auto [place, is_new] = copies_.emplace(node, nullptr);
+    if (!is_new) return proof::Proof::retain(place->second);
+    return copies_[node] = changed_copy(node);
+  }
   /// Whether the last copies differ from their originals.
   [[nodiscard]] bool changed() const { return changed_; }
 
  private:
+  proof::Proof* changed_copy(const proof::Proof* node);
   // One choice in eight changes something, while bytes last.
   bool hit() {
     const bool is_hit = !bytes_.empty() && bytes_.below(8) == 0;
@@ -74,9 +81,10 @@ class Mutation {
   const int last_id_;
   la::ItpLinearTermMapper& mapper_;
   bool changed_ = false;
+  std::unordered_map<const proof::Proof*, proof::Proof*> copies_;
 };
 
-inline proof::Proof* Mutation::copy(const proof::Proof* node) {
+inline proof::Proof* Mutation::changed_copy(const proof::Proof* node) {
   if (const auto* hyp = dynamic_cast<const la::LaHyp*>(node)) {
     const int constraint = id(hyp->constraint_id);
     return new la::LaHyp(constraint, sign(hyp->sign));
@@ -100,7 +108,9 @@ inline proof::Proof* Mutation::copy(const proof::Proof* node) {
   if (const auto* cut = dynamic_cast<const laz::LaZTighteningProof*>(node)) {
     auto constraints = ids(cut->constraints);
     auto coeffs = numbers(cut->coeffs);
-    QNumber divisor = number(cut->divisor);
+    // As many values as the divisor says are tried, of all cuts the product.
+    QNumber divisor =
+        hit() ? QNumber(static_cast<long>(bytes_.below(12)) - 2) : cut->divisor;
     const int var =
         hit() ? cut->tight_var + static_cast<int>(bytes_.below(3)) - 1 : cut->tight_var;
     return new laz::LaZTighteningProof(std::move(constraints), std::move(coeffs),

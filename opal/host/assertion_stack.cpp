@@ -110,7 +110,7 @@ std::vector<bool> mentioned(const AssertionStack& stack, const InterpolationQuer
 
 ResolvedQuery resolve(const AssertionStack& stack,
                       const std::vector<Conjunction>& assumptions,
-                      const InterpolationQuery& query) {
+                      const InterpolationQuery& query, Limits& limits) {
   check_groups(query);
   const std::vector<std::size_t> groups = groups_of_assertions(stack, query);
   const std::size_t last = query.groups.size() - 1;
@@ -128,6 +128,7 @@ ResolvedQuery resolve(const AssertionStack& stack,
     result.places.push_back(background ? Grouping::BACKGROUND : group);
     (background ? result.background : result.groups[group]).push_back(part.formula);
     for (const Term_* atom : part.atoms) {
+      limits.poll();
       grouping->add(atom, background ? Grouping::BACKGROUND : group);
     }
     for (std::size_t g = 0; g < result.atoms.size(); ++g) {

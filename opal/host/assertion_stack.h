@@ -61,10 +61,10 @@ struct ResolvedQuery {
 };
 
 /// Looks the names of a query up; `assumptions` count as assertions without a name. Throws
-/// SessionError for a query that does not fit the assertions.
+/// SessionError for a query that does not fit the assertions, LimitReached.
 ResolvedQuery resolve(const AssertionStack& stack,
                       const std::vector<Conjunction>& assumptions,
-                      const InterpolationQuery& query);
+                      const InterpolationQuery& query, Limits& limits);
 
 /// The names of the assertions in a query's groups that provide atoms: of several
 /// assertions of an atom the first one in the atom's place. Atoms of unnamed ones are left

@@ -19,16 +19,16 @@ namespace opal::host {
 
 namespace {
 
-// A file deinputor, closed at its end.
-class Deinputor {
+// A file descriptor, closed at its end.
+class Descriptor {
  public:
-  explicit Deinputor(int fd = -1) : fd_(fd) {}
-  Deinputor(Deinputor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Deinputor& operator=(Deinputor&& other) noexcept {
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
     std::swap(fd_, other.fd_);
     return *this;
   }
-  ~Deinputor() { close(); }
+  ~Descriptor() { close(); }
 
   [[nodiscard]] int get() const { return fd_; }
   [[nodiscard]] bool is_open() const { return fd_ >= 0; }
@@ -45,8 +45,8 @@ class Deinputor {
 };
 
 struct Pipe {
-  Deinputor read_end;
-  Deinputor write_end;
+  Descriptor read_end;
+  Descriptor write_end;
 };
 
 Pipe make_pipe() {
@@ -54,7 +54,7 @@ Pipe make_pipe() {
   if (::pipe2(fds.data(), O_CLOEXEC) != 0) {
     throw ChildProcessError(std::string("cannot make a pipe: ") + std::strerror(errno));
   }
-  return {Deinputor(fds[0]), Deinputor(fds[1])};
+  return {Descriptor(fds[0]), Descriptor(fds[1])};
 }
 
 // Keeps this thread from being killed for writing to a child that has ended: SIGPIPE is
@@ -85,8 +85,8 @@ class BrokenPipeGuard {
   bool was_pending_ = false;
 };
 
-// A running command with pipes to its standard streams; killed at the end of the object
-// unless it was waited for.
+// A running command with pipes to its standard streams, in a process group of its own;
+// killed with all that it started at the end of the object unless it was waited for.
 class ChildProcess {
  public:
   explicit ChildProcess(std::vector<std::string> words) {
@@ -105,7 +105,7 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
   ~ChildProcess() {
     if (pid_ <= 0) return;
-    ::kill(pid_, SIGKILL);
+    ::kill(-pid_, SIGKILL);
     wait_for_end();
   }
 
@@ -142,7 +142,7 @@ class ChildProcess {
 
  private:
   struct Output {
-    Deinputor from;
+    Descriptor from;
     std::string text;
   };
 
@@ -161,7 +161,8 @@ class ChildProcess {
     sigset_t none;
     sigemptyset(&none);
     posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
     const int error =
         ::posix_spawnp(&pid_, argv[0], &actions, &attributes, argv.data(), environ);
     posix_spawnattr_destroy(&attributes);
@@ -194,7 +195,7 @@ class ChildProcess {
   }
 
   pid_t pid_ = -1;
-  Deinputor input_;
+  Descriptor input_;
   std::array<Output, 2> outputs_;  // standard output, standard error
 };
 

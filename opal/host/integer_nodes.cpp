@@ -65,7 +65,7 @@ IntegerSearch::Step IntegerSearch::examine() {
   const std::size_t rounds =
       !problem_.cuts ? 0 : (frames_.empty() ? ROOT_ROUNDS : NODE_ROUNDS);
   for (std::size_t round = 0;; ++round) {
-    limits_.poll();
+    limits_.look();
     if (auto combination = problem_.decider->check())
       return {refuted(std::move(*combination)), std::nullopt};
     const std::optional<int> var = fractional_variable();
@@ -91,7 +91,7 @@ IntegerSearch::Refuted IntegerSearch::refuted(FarkasCombination combination) {
 bool IntegerSearch::add_cuts() {
   std::vector<int> tight;
   const auto add_if_tight = [&](int id) {
-    limits_.poll();
+    limits_.look();
     const LinearTerm& term = constraints_.constraint_term(id);
     if (term.kind == LinearTerm::EQ || holds_with_equality(term)) tight.push_back(id);
   };
@@ -140,7 +140,7 @@ IntegerSearch::Branches IntegerSearch::branches_at(const la::Equation& vars,
 
 std::optional<int> IntegerSearch::violated_disequality(bool integral) const {
   for (const int id : *problem_.disequalities) {
-    limits_.poll();
+    limits_.look();
     const LinearTerm& term = constraints_.constraint_term(id);
     if (is_integral(term) != integral) continue;
     if (holds_with_equality(term)) return id;

@@ -33,25 +33,29 @@ class Limits {
   /// Forgets an interrupt that was asked for.
   void clear_interrupt() noexcept { interrupted_.store(false, std::memory_order_relaxed); }
 
-  /// Throws LimitReached when a limit is reached. Cheap: looks at the clock once in 256
-  /// calls, and at the process's memory more rarely still.
+  /// Throws LimitReached when a limit is reached. For loops whose rounds are short, below a
+  /// microsecond or so: looks at the clock in every 16th call only.
   void poll() {
-    if (++polls_ % 256 == 0 || interrupted_.load(std::memory_order_relaxed)) {
-      if (polls_ % (256 * 64) == 0)
-        look();
-      else
-        look_at_clock();
-    }
+    if (++polls_ % 16 == 0 || interrupted_.load(std::memory_order_relaxed)) look();
   }
-  /// As poll(), but looks at everything now.
-  void look();
+  /// As poll(), in every call; costs a reading of the clock when a limit is set. Looks at
+  /// the process's memory as well when the last time was MEMORY_INTERVAL ago: a process
+  /// does not grow by much until then.
+  void look() {
+    if (interrupted_.load(std::memory_order_relaxed) || deadline_ || memory_ != 0)
+      look_around();
+  }
+  /// Throws LimitReached when `bytes` more than the process holds would reach the limit of
+  /// memory. For single allocations that are large, before they are made.
+  void expect_bytes(std::size_t bytes) const;
 
  private:
-  void look_at_clock() const;
-  void look_at_memory() const;
+  static constexpr std::chrono::milliseconds MEMORY_INTERVAL{2};
+  void look_around();
 
   std::optional<Clock::time_point> deadline_;
   std::size_t memory_ = 0;
+  Clock::time_point next_look_at_memory_;
   unsigned polls_ = 0;
   std::atomic<bool> interrupted_{false};
 };

@@ -123,12 +123,15 @@ void Session::Impl::decide(const std::vector<const Term_*>& assumed) {
 }
 
 void Session::Impl::take_model() {
-  for (const Term_* v : variables_of(formulas()))
+  for (const Term_* v : variables_of(formulas())) {
+    limits.poll();
     model.emplace(v, solver.value(mapper.variable(v)));
+  }
 }
 
-void Session::Impl::check_model() const {
+void Session::Impl::check_model() {
   for (const Term_* formula : formulas()) {
+    limits.look();
     if (holds(formula, model)) continue;
     throw std::logic_error("the model violates " + term_text(formula, 200));
   }

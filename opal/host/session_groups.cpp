@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <unordered_set>
 
 #include "opal/host/evaluator.h"
 #include "opal/host/partition.h"
@@ -80,14 +81,12 @@ std::vector<Expr> Session::interpolants_of(const std::vector<std::string>& group
 }
 
 std::vector<std::string> Session::groups_in_core() const {
-  const std::vector<std::string> core = unsat_core();
+  const std::vector<std::string> names = unsat_core();
+  const std::unordered_set<std::string> core(names.begin(), names.end());
+  const auto in_core = [&](const std::string& name) { return core.count(name) > 0; };
   std::vector<std::string> result;
-  for (const auto& [group, members] : impl_->groups) {
-    const bool is_in = std::any_of(core.begin(), core.end(), [&](const std::string& name) {
-      return std::find(members.begin(), members.end(), name) != members.end();
-    });
-    if (is_in) result.push_back(group);
-  }
+  for (const auto& [group, members] : impl_->groups)
+    if (std::any_of(members.begin(), members.end(), in_core)) result.push_back(group);
   return result;
 }
 

@@ -47,10 +47,10 @@ class Session::Impl {
   // --- session_queries.cpp
   // Every atom that is asserted or assumed.
   [[nodiscard]] std::vector<const Term_*> atoms() const;
-  [[nodiscard]] ResolvedQuery resolved(const SharedTermQuery& query) const;
+  [[nodiscard]] ResolvedQuery resolved(const SharedTermQuery& query);
   // Throws when there is no refutation or the answer does not belong to the query.
   [[nodiscard]] ResolvedQuery resolved(const InterpolationQuery& query,
-                                       const Interpolants& answer) const;
+                                       const Interpolants& answer);
   Interpolants interpolants(ResolvedQuery& resolved, const InterpolationQuery& query);
   VerificationReport check_steps(const std::vector<std::vector<const Term_*>>& steps,
                                  const std::string& commands);
@@ -89,7 +89,7 @@ class Session::Impl {
   Conjunction take_apart(const Term_* formula);
   void assert_atoms(const Conjunction& conjunction);
   void take_model();
-  void check_model() const;
+  void check_model();
   [[nodiscard]] std::vector<const Term_*> formulas() const;
 };
 

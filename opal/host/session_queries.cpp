@@ -46,18 +46,18 @@ std::vector<const Term_*> Session::Impl::atoms() const {
 }
 
 ResolvedQuery Session::Impl::resolved(const InterpolationQuery& query,
-                                      const Interpolants& answer) const {
+                                      const Interpolants& answer) {
   need(Verdict::UNSAT);
-  ResolvedQuery result = resolve(stack, assumptions, query);
+  ResolvedQuery result = resolve(stack, assumptions, query, limits);
   if (answer.terms.size() + 1 != result.groups.size())
     throw SessionError("the answer does not belong to the query");
   return result;
 }
 
-ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) const {
+ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) {
   InterpolationQuery of_groups{{query.first, query.second}, Grouping::sequence(2)};
   of_groups.unmentioned = query.unmentioned;
-  return resolve(stack, assumptions, of_groups);
+  return resolve(stack, assumptions, of_groups, limits);
 }
 
 VerificationReport Session::Impl::check_steps(
@@ -89,7 +89,7 @@ Interpolants Session::Impl::interpolants(ResolvedQuery& resolved,
 
 Interpolants Session::interpolants(const InterpolationQuery& query) {
   impl_->need(Verdict::UNSAT);
-  ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
+  ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query, impl_->limits);
   Interpolants answer = impl_->interpolants(resolved, query);
   impl_->engine_seconds += answer.engine_seconds;
   impl_->raw_size += static_cast<double>(answer.raw_size);

@@ -41,7 +41,8 @@ void Session::draw_proof(std::ostream& out) {
 
 void Session::draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
                                 const std::function<void(const std::string&)>& take) {
-  const ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query);
+  const ResolvedQuery resolved =
+      resolve(impl_->stack, impl_->assumptions, query, impl_->limits);
   PartialInterpolants partial(impl_->terms, impl_->solver, impl_->mapper, *refutation(),
                               resolved.grouping);
   for (std::size_t root = 0; root < answer.terms.size(); ++root) {

@@ -176,7 +176,7 @@ std::optional<FarkasCombination> Simplex::search() {
   // Choices by sparsity are fast but may go round in circles; choices by index do not.
   const std::size_t by_sparsity = 200 + 4 * tableau_.num_rows();
   for (std::size_t steps = 0;; ++steps) {
-    limits_.poll();
+    limits_.look();
     const bool by_index = steps >= by_sparsity;
     const Violation violated = choose_row(by_index);
     if (violated.row == NONE) return std::nullopt;

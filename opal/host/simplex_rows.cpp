@@ -26,7 +26,7 @@ void Simplex::bring_in_rows() {
       variables_.begin(), variables_.end(), [](const Variable& v) { return v.bounded(); }));
   if (definitions_.size() > structural_.size() + 2 * bounded + 1000) start_over();
   while (!waiting_.empty()) {
-    limits_.poll();
+    limits_.look();
     const int var = waiting_.back();
     Variable& v = variable(var);
     if (v.bounded() && v.state != State::LIVE) {
@@ -52,7 +52,7 @@ void Simplex::bring_in_rows() {
 // The row in terms of `own` and live variables that are not basic.
 Row Simplex::substituted(Row row, int own) const {
   for (;;) {
-    limits_.poll();
+    limits_.look();
     int first = NONE;
     for (const RowEntry& entry : row) {
       const int definition = variable(entry.var).definition;
@@ -67,7 +67,7 @@ Row Simplex::substituted(Row row, int own) const {
   for (const RowEntry& entry : row)
     if (tableau_.row_of(entry.var) != NONE) basics.push_back(entry.var);
   for (const int var : basics) {
-    limits_.poll();
+    limits_.look();
     row = eliminate(row, var, tableau_.row(tableau_.row_of(var)));
   }
   return row;
@@ -130,7 +130,7 @@ void Simplex::eliminate_unbounded() {
   for (int var = 0; var < static_cast<int>(variables_.size()); ++var)
     if (const auto cost = elimination_cost(var)) queue.push({*cost, var});
   while (!queue.empty()) {
-    limits_.poll();
+    limits_.look();
     const Work work = queue.top();
     queue.pop();
     const auto cost = elimination_cost(work.var);
@@ -195,7 +195,7 @@ void Simplex::recover() {
   }
   for (std::size_t i = definitions_.size(); i-- > 0;) {
     if (!needed[i]) continue;
-    limits_.poll();
+    limits_.look();
     const Definition& definition = definitions_[i];
     variable(definition.var).value = solved_value(definition.row, definition.var);
   }

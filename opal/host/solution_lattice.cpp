@@ -83,7 +83,7 @@ bool SolutionLattice::restrict_to(const IntegerRow& row) {
     if (values[k].is_zero()) continue;
     if (pivot == basis_.size()) pivot = k;
     while (k != pivot && !values[k].is_zero()) {
-      limits_.poll();
+      limits_.look();
       const QNumber q = (values[pivot] / values[k]).floor().neg();
       add(basis_[pivot], q, basis_[k]);
       values[pivot] += q * values[k];
@@ -139,7 +139,7 @@ void SolutionLattice::reduce() {
   orthogonal_.resize(basis_.size());
   std::size_t swaps = 0;
   for (std::size_t k = 0; k < basis_.size();) {
-    limits_.poll();
+    limits_.look();
     for (int round = 0; round < 10 && shorten(k); ++round) {
     }
     orthogonalise(k);

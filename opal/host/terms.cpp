@@ -239,6 +239,9 @@ Terms::Terms() : impl_(std::make_unique<Impl>()) {
 Terms::~Terms() = default;
 
 void Terms::set_limits(Limits* limits) { impl_->limits = limits; }
+void Terms::poll() {
+  if (impl_->limits != nullptr) impl_->limits->poll();
+}
 
 const Term_* Terms::apply(Kind kind, Sort sort, const Term_* a) {
   return impl_->apply(impl_->symbol(kind, sort, 1), &a);

@@ -70,6 +70,8 @@ class Terms final : public TermManager {
   /// Null for none. The limits must outlive their use.
   void set_limits(Limits* limits);
 
+  void poll() override;
+
   // --- construction; see TermManager for the meaning
   using TermManager::make_number;
   const Term_* make_number(const QNumber& value) override;

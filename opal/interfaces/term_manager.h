@@ -55,6 +55,11 @@ class TermManager {
   [[nodiscard]] const Term_* true_term() const { return true_; }
   [[nodiscard]] const Term_* false_term() const { return false_; }
 
+  /// Called between the steps of computations that may be long and build no terms. A host
+  /// that has limits throws an exception of its own when one is reached, as it may in any
+  /// other operation: the request ends, and the interpolator takes the next one.
+  virtual void poll() {}
+
   // Symbols.
   /// `symbol` applied to its arguments.
   virtual const Term_* make_term(const Symbol* symbol,

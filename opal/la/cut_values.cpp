@@ -52,6 +52,7 @@ const Term_* Interpolator::build_term_without_cuts(const Equation& sum) {
     patterns.push_back(build_laz_mod_eq_pattern(tight_vars_[value.first].second));
   const Term_* result = nullptr;
   do {
+    mgr_->poll();
     ++combinations_visited_;
     const std::size_t place = first_impossible_value(patterns, values);
     if (place < values.size()) {

@@ -100,6 +100,7 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
   LongList long_list(*this, vars);
   to_visit_.assign(1, proof);
   while (!to_visit_.empty()) {
+    mgr_->poll();
     proof::Proof* const p = to_visit_.back();
     const std::size_t height = to_visit_.size();
     if (find_in_cache(p) != nullptr) {

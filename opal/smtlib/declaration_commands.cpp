@@ -8,6 +8,7 @@ namespace opal::smtlib {
 using host::Sort;
 
 void Interpreter::declare(const Command& command, Node name, Node sort) {
+  session_->limits().look();
   Definition definition;
   definition.name = parse_new_symbol(command.source, name, symbols_, numbers_);
   const Sort s = parse_sort(command.source, sort, numbers_);

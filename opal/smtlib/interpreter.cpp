@@ -79,7 +79,10 @@ Interpreter::Handler Interpreter::handler_of(std::string_view name) {
 }
 
 Interpreter::Outcome Interpreter::run(Input& input) {
-  CommandReader reader(input);
+  CommandReader reader(input, [this](std::size_t bytes) {
+    session_->limits().set_memory(settings_.memory << 20U);
+    session_->limits().expect_bytes(bytes);
+  });
   outcome_ = Outcome();
   exited_ = false;
   while (!exited_ && !ending_) {
@@ -92,6 +95,9 @@ Interpreter::Outcome Interpreter::run(Input& input) {
     } catch (const Error& error) {
       problem = std::to_string(error.position.line) + ":" +
                 std::to_string(error.position.column) + ": " + error.what();
+    } catch (const host::LimitReached& limit) {  // by reading
+      problem = std::to_string(input.position().line) + ":" +
+                std::to_string(input.position().column) + ": " + limit.what();
     } catch (const std::bad_alloc&) {
       problem = "out of memory";
     }
@@ -123,7 +129,12 @@ void Interpreter::execute(const Sexpr& source) {
 
 // What the host reports becomes an error at the place of the command.
 void Interpreter::carry_out(const Command& command) {
+  // What the parser takes at once for a list with as many elements.
+  constexpr std::size_t BYTES_A_NODE = 32;
+  constexpr std::size_t LONG = 1U << 16U;
   try {
+    if (command.source.size() > LONG)
+      session_->limits().expect_bytes(command.source.size() * BYTES_A_NODE);
     (this->*handler_of(command.name))(command);
   } catch (const host::LimitReached& limit) {
     outcome_.limit_reached |= std::string_view(limit.what()) == "timeout";

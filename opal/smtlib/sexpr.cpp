@@ -85,6 +85,15 @@ void Sexpr::add(Token kind, std::string_view text, Position at) {
   text_ += text;
 }
 
+// A vector that grows is twice as large, of which the copy of its elements is touched.
+std::size_t Sexpr::growth(std::string_view text) const {
+  constexpr std::size_t WORTH_ASKING = 1U << 20U;
+  std::size_t bytes = 0;
+  if (nodes_.size() == nodes_.capacity()) bytes += nodes_.size() * sizeof(Entry);
+  if (text_.size() + text.size() > text_.capacity()) bytes += text_.size();
+  return bytes < WORTH_ASKING ? 0 : bytes;
+}
+
 const Sexpr* CommandReader::next() {
   if (!start_of_command()) return nullptr;
   const Position start = lexer_.position();
@@ -101,6 +110,7 @@ const Sexpr* CommandReader::next() {
                     "command that begins at " +
                         place + " is not closed");
       }
+      if (const std::size_t bytes = command_.growth(lexer_.text())) watch_(bytes);
       if (token == Token::LEFT) {
         command_.open(lexer_.position());
       } else if (token == Token::RIGHT) {
@@ -108,8 +118,9 @@ const Sexpr* CommandReader::next() {
       } else {
         command_.add(token, lexer_.text(), lexer_.position());
       }
-    } catch (const Error&) {
+    } catch (...) {
       skip_open_lists();
+      command_.clear();
       throw;
     }
   }

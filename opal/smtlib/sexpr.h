@@ -3,8 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "opal/smtlib/lexer.h"
@@ -24,6 +26,8 @@ class Sexpr {
   using Node = std::uint32_t;
   static constexpr Node ROOT = 0;
 
+  /// The number of nodes.
+  [[nodiscard]] std::size_t size() const { return nodes_.size(); }
   [[nodiscard]] bool is_list(Node n) const { return nodes_[n].kind == Token::LEFT; }
   /// LEFT for a list.
   [[nodiscard]] Token kind(Node n) const { return nodes_[n].kind; }
@@ -56,6 +60,8 @@ class Sexpr {
   void close();
   /// Throws Error for a command of more than 2^32 bytes or nodes.
   void add(Token kind, std::string_view text, Position at);
+  /// The bytes that the next add() may allocate, often 0.
+  [[nodiscard]] std::size_t growth(std::string_view text) const;
   [[nodiscard]] std::size_t depth() const { return open_.size(); }
 
  private:
@@ -75,12 +81,15 @@ class Sexpr {
 /// Reads commands one by one.
 class CommandReader {
  public:
+  /// Called with the number of bytes that are about to be allocated for a long command; may
+  /// throw, which ends its reading.
+  using Watch = std::function<void(std::size_t)>;
   /// Keeps a reference.
-  explicit CommandReader(Input& input) : lexer_(input) {}
+  CommandReader(Input& input, Watch watch) : lexer_(input), watch_(std::move(watch)) {}
 
   /// The next command, valid until the next call; null at the end of the input. Nothing
-  /// behind its last parenthesis is read. Throws Error for what is no list, after the
-  /// whole of the faulty command has been passed over.
+  /// behind its last parenthesis is read. Throws Error for what is no list, and what the
+  /// watch throws, after the whole of the faulty command has been passed over.
   const Sexpr* next();
 
  private:
@@ -88,6 +97,7 @@ class CommandReader {
   void skip_open_lists();
 
   Lexer lexer_;
+  const Watch watch_;
   Sexpr command_;
   std::uint32_t rubbish_line_ =
       0;  // the last line reported for what stands outside of lists

@@ -26,6 +26,14 @@ def run(text, *arguments, **options):
                           timeout=120, **options)
 
 
+def is_running(pid):
+    """Whether there is a process that has not ended; one that waits to be reaped has."""
+    try:
+        return pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()[0] != "Z"
+    except FileNotFoundError:
+        return False
+
+
 def small_stack():
     resource.setrlimit(resource.RLIMIT_STACK, (1 << 20, 1 << 20))
 
@@ -249,10 +257,58 @@ class Limits(unittest.TestCase):
         self.assertRegex(done.stdout, r'^unsat\n\(error "<stdin>:\d+:\d+: timeout"\)\n\(\(')
         self.assertEqual(done.returncode, 124)
 
+    # Cuts with large divisors: nearly every combination of their values is impossible.
+    def test_time_ends_an_enumeration_that_builds_nothing(self):
+        pairs = [(f"s{i}", f"a{i}", f"b{i}", 1000003 + 2 * i) for i in range(8)]
+        lines = [f"(declare-const {name} Int)" for pair in pairs for name in pair[:3]]
+        rows_a = [f"(= {s} (* {m} {a}))" for s, a, _, m in pairs]
+        rows_b = [f"(<= (+ (* {m} {b}) 1) {s})(<= {s} (+ (* {m} {b}) {m - 5}))"
+                  for s, _, b, m in pairs]
+        lines += [f"(assert (! (and {' '.join(rows)}) :named {name}))"
+                  for name, rows in (("A", rows_a), ("B", rows_b))]
+        done = run("\n".join(lines) + "(check-sat)(get-interpolants A B)", "--cuts", "modular",
+                   "--timeout", "0.3")
+        self.assertRegex(done.stdout, r'^unsat\n\(error "<stdin>:\d+:\d+: timeout"\)\n$')
+
     def test_memory(self):
-        done = run(hard_problem() + "(get-info :reason-unknown)", "--method", "exact",
-                   "--memory", "1")
+        hard = hard_problem().replace("(check-sat)", "(set-option :opal-memory 1)(check-sat)")
+        done = run(hard + "(get-info :reason-unknown)", "--method", "exact")
         self.assertEqual(done.stdout, "unknown\n(:reason-unknown memout)\n")
+        # A command that is too long is passed over, and the session goes on.
+        long = "(declare-const x Real)(assert (<= (+ " + "x " * 3 * 10**6 + ") 0))"
+        start = 'import resource, subprocess, sys; subprocess.run(sys.argv[1:]); print(' \
+                'resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)'
+        done = subprocess.run([sys.executable, "-c", start, OPAL, "--memory", "120", "-"],
+                              input=long + '(echo "on")', capture_output=True, text=True)
+        error, echo, peak = done.stdout.splitlines()
+        self.assertRegex(error, r'^\(error "<stdin>:1:\d+: memout"\)$')
+        self.assertEqual(echo, '"on"')
+        if b"__asan_init" not in pathlib.Path(OPAL).read_bytes():
+            self.assertLess(int(peak), 130 * 1024)
+
+    def test_outside_solvers_end_with_their_command(self):
+        with tempfile.TemporaryDirectory() as folder:
+            solver, pid = pathlib.Path(folder) / "solver", pathlib.Path(folder) / "pid"
+            solver.write_text(f"#!/bin/sh\nsleep 600 &\necho $! > {pid}\nwait\n")
+            solver.chmod(0o755)
+            for number, rest, status in [(signal.SIGINT, '"on"\n', 1), (signal.SIGTERM, "", 143)]:
+                pid.unlink(missing_ok=True)
+                tool = subprocess.Popen([OPAL, "--verify", "--verify-with", solver],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+                tool.stdin.write(CONTRADICTION + '(get-interpolants a b)(echo "on")')
+                tool.stdin.flush()
+                while not pid.exists() or not pid.read_text().strip():
+                    time.sleep(0.02)
+                tool.send_signal(number)
+                answers, _ = tool.communicate(timeout=20)
+                self.assertRegex(answers, r'^unsat\n\(error "<stdin>:3:1: interrupted"\)\n' + rest)
+                self.assertEqual(tool.returncode, status)
+                started = int(pid.read_text())
+                for _ in range(500):  # until the system has carried out the kill
+                    if not is_running(started):
+                        break
+                    time.sleep(0.02)
+                self.assertFalse(is_running(started))
 
     def test_signals(self):
         for number, rest, status in [(signal.SIGINT, '(:reason-unknown interrupted)\n"on"\n', 0),
