@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 scripts/check-layers.sh
 scripts/check-operations.sh
 scripts/format.sh --check
+scripts/docs.sh
 
 # The second compiler and the sanitizers run the same tests, with a tenth of the random
 # problems.
