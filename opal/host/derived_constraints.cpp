@@ -9,6 +9,7 @@
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
 #include "opal/la/interpolator.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -77,15 +78,15 @@ std::vector<proof::Proof*> proof_steps(proof::Proof* root) {
   while (!waiting.empty()) {
     proof::Proof* const p = waiting.back();
     waiting.pop_back();
-    if (dynamic_cast<la::LaHyp*>(p) != nullptr || !seen.insert(p).second) continue;
+    if (la::is<la::LaHyp>(p) || !seen.insert(p).second) continue;
     result.push_back(p);
-    if (const auto* comb = dynamic_cast<const la::LaComb*>(p)) {
+    if (const auto* comb = la::as<la::LaComb>(p)) {
       waiting.push_back(comb->premise2);
       waiting.push_back(comb->premise1);
-    } else if (const auto* neq = dynamic_cast<const la::LaNeq*>(p)) {
+    } else if (const auto* neq = la::as<la::LaNeq>(p)) {
       waiting.push_back(neq->case2);
       waiting.push_back(neq->case1);
-    } else if (const auto* branch = dynamic_cast<const laz::LaZInternalBBProof*>(p)) {
+    } else if (const auto* branch = la::as<laz::LaZInternalBBProof>(p)) {
       waiting.push_back(branch->right);
       waiting.push_back(branch->left);
     }
@@ -99,8 +100,7 @@ StepTerms derived_constraints(Terms& terms, la::Solver& solver, Mapper& mapper,
   StepTerms result;
   Summing summing(terms, solver, mapper);
   for (proof::Proof* p : steps) {
-    if (dynamic_cast<const la::LaComb*>(p) != nullptr ||
-        dynamic_cast<const laz::LaZTighteningProof*>(p) != nullptr)
+    if (la::is<la::LaComb>(p) || la::is<laz::LaZTighteningProof>(p))
       result.emplace(exports.find_in_cache(p), as_read(terms, summing.sum(p)));
   }
   return result;

@@ -18,6 +18,7 @@
 #include "opal/host/branch_colours.h"
 #include "opal/host/integer_steps.h"
 #include "opal/host/proof_walk.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -102,10 +103,10 @@ class Reader {
   }
 
   void read_refutation(const proof::Proof& leaf) {
-    if (const auto* neq = dynamic_cast<const la::LaNeq*>(&leaf)) {
+    if (const auto* neq = la::as<la::LaNeq>(&leaf)) {
       read_sum(*neq->case1, neq->constraint_id);
       read_sum(*neq->case2, neq->constraint_id);
-    } else if (const auto* sub = dynamic_cast<const laz::LaZEqSubProof*>(&leaf)) {
+    } else if (const auto* sub = la::as<laz::LaZEqSubProof>(&leaf)) {
       read_equalities(*sub);
     } else {
       read_sum(leaf, 0);
@@ -116,16 +117,16 @@ class Reader {
     Explanation::Sum sum;
     sum.disequality = disequality;
     const auto enter = [&](const proof::Proof& node, const QNumber& multiplier) {
-      if (const auto* hyp = dynamic_cast<const la::LaHyp*>(&node)) {
+      if (const auto* hyp = la::as<la::LaHyp>(&node)) {
         if (hyp->constraint_id != Mapper::ZERO_CONSTRAINT)
           sum.uses.push_back(use(hyp->constraint_id, hyp->sign, multiplier));
-      } else if (const auto* cut = dynamic_cast<const laz::LaZTighteningProof*>(&node)) {
+      } else if (const auto* cut = la::as<laz::LaZTighteningProof>(&node)) {
         sum.cuts.emplace_back(multiplier, position_of(*cut));
       }
     };
     if (premises_of(top).count == 0) enter(top, la::LaComb::one);
     walk_proof(top, [&](const proof::Proof* node) {
-      const auto* const comb = dynamic_cast<const la::LaComb*>(node);
+      const auto* const comb = la::as<la::LaComb>(node);
       if (comb == nullptr) return false;
       enter(*comb->premise1, comb->coeff1 == nullptr ? la::LaComb::one : *comb->coeff1);
       enter(*comb->premise2, comb->coeff2 == nullptr ? la::LaComb::one : *comb->coeff2);

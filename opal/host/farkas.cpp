@@ -9,6 +9,7 @@
 #include "opal/host/proof_walk.h"
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
+#include "opal/la/rule_cast.h"
 
 // From a combination to a proof.
 //
@@ -208,15 +209,15 @@ ProofRef disequality_proof(int constraint_id, ProofRef at_most, ProofRef at_leas
 std::vector<int> proof_constraints(const proof::Proof& root) {
   std::vector<int> ids;
   walk_proof(root, [&ids](const proof::Proof* node) {
-    if (const auto* hyp = dynamic_cast<const la::LaHyp*>(node)) {
+    if (const auto* hyp = la::as<la::LaHyp>(node)) {
       ids.push_back(hyp->constraint_id);
       return false;
     }
-    if (const auto* neq = dynamic_cast<const la::LaNeq*>(node)) {
+    if (const auto* neq = la::as<la::LaNeq>(node)) {
       ids.push_back(neq->constraint_id);
-    } else if (const auto* cut = dynamic_cast<const laz::LaZTighteningProof*>(node)) {
+    } else if (const auto* cut = la::as<laz::LaZTighteningProof>(node)) {
       ids.insert(ids.end(), cut->constraints.begin(), cut->constraints.end());
-    } else if (const auto* sub = dynamic_cast<const laz::LaZEqSubProof*>(node)) {
+    } else if (const auto* sub = la::as<laz::LaZEqSubProof>(node)) {
       ids.insert(ids.end(), sub->constraints.begin(), sub->constraints.end());
     } else {
       assert(premises_of(*node).count > 0 && "a rule that the solver does not use");

@@ -1,13 +1,14 @@
 #include "opal/host/integer_steps.h"
 
 #include "opal/host/proof_walk.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
 BranchTree branch_tree(proof::Proof& root) {
   BranchTree tree;
   walk_proof(root, [&tree](proof::Proof* node) {
-    auto* const branch = dynamic_cast<laz::LaZInternalBBProof*>(node);
+    auto* const branch = la::as<laz::LaZInternalBBProof>(node);
     if (branch == nullptr) {
       tree.leaves.push_back(node);
     } else {
@@ -21,7 +22,7 @@ BranchTree branch_tree(proof::Proof& root) {
 std::vector<laz::LaZTighteningProof*> cuts_in(proof::Proof& root) {
   std::vector<laz::LaZTighteningProof*> cuts;
   walk_proof(root, [&cuts](proof::Proof* node) {
-    if (auto* cut = dynamic_cast<laz::LaZTighteningProof*>(node)) cuts.push_back(cut);
+    if (auto* cut = la::as<laz::LaZTighteningProof>(node)) cuts.push_back(cut);
     return true;
   });
   return cuts;
@@ -30,9 +31,8 @@ std::vector<laz::LaZTighteningProof*> cuts_in(proof::Proof& root) {
 bool is_rational(proof::Proof& root) {
   bool rational = true;
   walk_proof(root, [&rational](const proof::Proof* node) {
-    rational = rational && dynamic_cast<const laz::LaZTighteningProof*>(node) == nullptr &&
-               dynamic_cast<const laz::LaZInternalBBProof*>(node) == nullptr &&
-               dynamic_cast<const laz::LaZEqSubProof*>(node) == nullptr;
+    rational = rational && !la::is<laz::LaZTighteningProof>(node) &&
+               !la::is<laz::LaZInternalBBProof>(node) && !la::is<laz::LaZEqSubProof>(node);
     return rational;
   });
   return rational;

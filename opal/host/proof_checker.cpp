@@ -17,6 +17,7 @@
 
 #include "opal/host/printer.h"
 #include "opal/host/proof_checker_run.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -27,26 +28,23 @@ std::string at(const la::LaHyp& hyp) {
 }
 
 const char* name_of(const proof::Proof& node) {
-  if (dynamic_cast<const la::LaHyp*>(&node) != nullptr) return "LaHyp";
-  if (dynamic_cast<const la::LaComb*>(&node) != nullptr) return "LaComb";
-  if (dynamic_cast<const la::LaCombImp*>(&node) != nullptr) return "LaCombImp";
-  if (dynamic_cast<const la::LaNeq*>(&node) != nullptr) return "LaNeq";
-  if (dynamic_cast<const la::LaFakeHyp*>(&node) != nullptr) return "LaFakeHyp";
-  if (dynamic_cast<const la::LaEqSplitLemma*>(&node) != nullptr) return "LaEqSplitLemma";
-  if (dynamic_cast<const la::LaUnitLemma*>(&node) != nullptr) return "LaUnitLemma";
-  if (dynamic_cast<const laz::LaZTighteningProof*>(&node) != nullptr)
-    return "LaZTighteningProof";
-  if (dynamic_cast<const laz::LaZInternalBBProof*>(&node) != nullptr)
-    return "LaZInternalBBProof";
-  if (dynamic_cast<const laz::LaZBBLemma*>(&node) != nullptr) return "LaZBBLemma";
-  if (dynamic_cast<const laz::LaZEqSubProof*>(&node) != nullptr) return "LaZEqSubProof";
+  if (la::is<la::LaHyp>(&node)) return "LaHyp";
+  if (la::is<la::LaComb>(&node)) return "LaComb";
+  if (la::is<la::LaCombImp>(&node)) return "LaCombImp";
+  if (la::is<la::LaNeq>(&node)) return "LaNeq";
+  if (la::is<la::LaFakeHyp>(&node)) return "LaFakeHyp";
+  if (la::is<la::LaEqSplitLemma>(&node)) return "LaEqSplitLemma";
+  if (la::is<la::LaUnitLemma>(&node)) return "LaUnitLemma";
+  if (la::is<laz::LaZTighteningProof>(&node)) return "LaZTighteningProof";
+  if (la::is<laz::LaZInternalBBProof>(&node)) return "LaZInternalBBProof";
+  if (la::is<laz::LaZBBLemma>(&node)) return "LaZBBLemma";
+  if (la::is<laz::LaZEqSubProof>(&node)) return "LaZEqSubProof";
   return "of an unknown kind";
 }
 
 bool is_refutation_only(const proof::Proof& node) {
-  return dynamic_cast<const la::LaNeq*>(&node) != nullptr ||
-         dynamic_cast<const laz::LaZInternalBBProof*>(&node) != nullptr ||
-         dynamic_cast<const laz::LaZEqSubProof*>(&node) != nullptr;
+  return la::is<la::LaNeq>(&node) || la::is<laz::LaZInternalBBProof>(&node) ||
+         la::is<laz::LaZEqSubProof>(&node);
 }
 
 void check_contradiction(const CheckedSum& sum, bool strict) {
@@ -60,7 +58,7 @@ void check_contradiction(const CheckedSum& sum, bool strict) {
 }  // namespace
 
 void ProofChecker::Run::refutation(const proof::Proof* root) {
-  if (const auto* node = dynamic_cast<const laz::LaZInternalBBProof*>(root)) {
+  if (const auto* node = la::as<laz::LaZInternalBBProof>(root)) {
     tree(*node);
   } else {
     leaf(root);
@@ -70,9 +68,9 @@ void ProofChecker::Run::refutation(const proof::Proof* root) {
 
 ProofChecker::Run::BranchIds ProofChecker::Run::leaf(const proof::Proof* root) {
   used_.clear();
-  if (const auto* equalities = dynamic_cast<const laz::LaZEqSubProof*>(root)) {
+  if (const auto* equalities = la::as<laz::LaZEqSubProof>(root)) {
     equality_proof(*equalities);
-  } else if (const auto* split = dynamic_cast<const la::LaNeq*>(root)) {
+  } else if (const auto* split = la::as<la::LaNeq>(root)) {
     disequality(*split);
   } else {
     combination(root, nullptr);
@@ -111,7 +109,7 @@ void ProofChecker::Run::combination(const proof::Proof* root, Split* split) {
     const Visit visit = stack.back();
     stack.pop_back();
     if (visit.node == nullptr) refuse("a premise is missing");
-    const auto* hyp = dynamic_cast<const la::LaHyp*>(visit.node);
+    const auto* hyp = la::as<la::LaHyp>(visit.node);
     if (hyp != nullptr && hyp->constraint_id == mapper_.zero_constraint()) continue;
     if (!nodes.insert(visit.node).second)
       refuse(name_of(*visit.node), " is reached twice in one combination");
@@ -119,8 +117,7 @@ void ProofChecker::Run::combination(const proof::Proof* root, Split* split) {
       if (!hypotheses.emplace(hyp->constraint_id, hyp->sign).second)
         refuse(at(*hyp), "occurs twice with the sign ", hyp->sign, " in one combination");
       add(visit, hypothesis(*hyp, split));
-    } else if (const auto* node =
-                   dynamic_cast<const laz::LaZTighteningProof*>(visit.node)) {
+    } else if (const auto* node = la::as<laz::LaZTighteningProof>(visit.node)) {
       add(visit, cut(*node));
     } else {
       push_premises(*visit.node, stack);
@@ -130,7 +127,7 @@ void ProofChecker::Run::combination(const proof::Proof* root, Split* split) {
 }
 
 void ProofChecker::Run::push_premises(const proof::Proof& node, std::vector<Visit>& stack) {
-  const auto* comb = dynamic_cast<const la::LaComb*>(&node);
+  const auto* comb = la::as<la::LaComb>(&node);
   if (comb == nullptr && is_refutation_only(node)) refuse(name_of(node), " below the root");
   if (comb == nullptr) refuse("the rule ", name_of(node), " is not checked");
   for (const Visit premise :
@@ -138,7 +135,7 @@ void ProofChecker::Run::push_premises(const proof::Proof& node, std::vector<Visi
     if (premise.multiplier != nullptr) {
       if (premise.multiplier->sign() <= 0)
         refuse("LaComb: the multiplier ", *premise.multiplier, " is not positive");
-      if (dynamic_cast<const la::LaComb*>(premise.node) != nullptr)
+      if (la::is<la::LaComb>(premise.node))
         refuse("LaComb: the multiplier ", *premise.multiplier,
                " stands on a combination, not on a hypothesis");
     }

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "opal/host/proof_checker_run.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -26,7 +27,7 @@ ProofChecker::Run::Tree ProofChecker::Run::nodes_of(const proof::Proof* root) {
   while (!stack.empty()) {
     const proof::Proof* const p = stack.back();
     if (p == nullptr) refuse("LaZInternalBBProof: a branch is missing");
-    const auto* node = dynamic_cast<const laz::LaZInternalBBProof*>(p);
+    const auto* node = la::as<laz::LaZInternalBBProof>(p);
     const bool is_new = tree.parents.emplace(p, 0).second;
     if (is_new && node != nullptr) {
       constraints_.enter_branches(*node);
@@ -39,7 +40,7 @@ ProofChecker::Run::Tree ProofChecker::Run::nodes_of(const proof::Proof* root) {
     if (is_new || open.erase(p) != 0) tree.order.push_back(p);
   }
   for (const proof::Proof* p : tree.order)
-    if (const auto* node = dynamic_cast<const laz::LaZInternalBBProof*>(p)) {
+    if (const auto* node = la::as<laz::LaZInternalBBProof>(p)) {
       ++tree.parents[node->left];
       ++tree.parents[node->right];
     }
@@ -58,7 +59,7 @@ void ProofChecker::Run::tree(const laz::LaZInternalBBProof& root) {
     return ids;
   };
   for (const proof::Proof* p : tree.order) {
-    const auto* node = dynamic_cast<const laz::LaZInternalBBProof*>(p);
+    const auto* node = la::as<laz::LaZInternalBBProof>(p);
     if (node == nullptr) {
       used.emplace(p, leaf(p));
       continue;

@@ -10,6 +10,7 @@
 
 #include "opal/host/printer.h"
 #include "opal/host/proof_checker_run.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -38,19 +39,19 @@ class PartitionCheck {
 
  private:
   void check_node(const proof::Proof& node, std::vector<const proof::Proof*>& premises) {
-    if (const auto* hyp = dynamic_cast<const la::LaHyp*>(&node)) {
+    if (const auto* hyp = la::as<la::LaHyp>(&node)) {
       if (hyp->constraint_id != mapper_.zero_constraint()) colour_of(hyp->constraint_id);
-    } else if (const auto* comb = dynamic_cast<const la::LaComb*>(&node)) {
+    } else if (const auto* comb = la::as<la::LaComb>(&node)) {
       premises.insert(premises.end(), {comb->premise2, comb->premise1});
-    } else if (const auto* split = dynamic_cast<const la::LaNeq*>(&node)) {
+    } else if (const auto* split = la::as<la::LaNeq>(&node)) {
       colour_of(split->constraint_id);
       premises.insert(premises.end(), {split->case2, split->case1});
-    } else if (const auto* cut = dynamic_cast<const laz::LaZTighteningProof*>(&node)) {
+    } else if (const auto* cut = la::as<laz::LaZTighteningProof>(&node)) {
       for (const int id : cut->constraints)
         colour_of(id);
-    } else if (const auto* equalities = dynamic_cast<const laz::LaZEqSubProof*>(&node)) {
+    } else if (const auto* equalities = la::as<laz::LaZEqSubProof>(&node)) {
       check_trimmed(*equalities);
-    } else if (const auto* branches = dynamic_cast<const laz::LaZInternalBBProof*>(&node)) {
+    } else if (const auto* branches = la::as<laz::LaZInternalBBProof>(&node)) {
       const status colour = colour_of_term(branches->left_term, branches->left_id);
       for (const int id : {branches->left_id, branches->right_id})
         check_entered(id, colour);

@@ -17,6 +17,7 @@
 #include "opal/host/proof_checker.h"
 #include "opal/host/terms.h"
 #include "opal/interfaces/la_proof.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -86,7 +87,7 @@ bool SplitCheck::is_of_B(const Term_* t) const {
 }
 
 const la::LaNeq& SplitCheck::case_split(const proof::Proof* root) {
-  const auto* const node = dynamic_cast<const la::LaNeq*>(root);
+  const auto* const node = la::as<la::LaNeq>(root);
   if (node == nullptr) refuse("the root is no LaNeq");
   id_ = node->constraint_id;
   lit_ = mapper_.constraint_lit(id_);
@@ -108,10 +109,10 @@ std::vector<Leaf> SplitCheck::leaves(const proof::Proof* root) const {
     if (top.node == nullptr) refuse("a premise is missing");
     if (top.factor().sign() <= 0)
       refuse("LaComb: the multiplier ", top.factor(), " is not positive");
-    const auto* const hyp = dynamic_cast<const la::LaHyp*>(top.node);
+    const auto* const hyp = la::as<la::LaHyp>(top.node);
     if (hyp != nullptr && hyp->constraint_id == mapper_.zero_constraint()) continue;
     if (!seen.insert(top.node).second) refuse("a node is reached twice in one case");
-    if (const auto* comb = dynamic_cast<const la::LaComb*>(top.node)) {
+    if (const auto* comb = la::as<la::LaComb>(top.node)) {
       if (top.multiplier != nullptr)
         refuse("LaComb: the multiplier ", *top.multiplier, " stands on a combination");
       stack.push_back({comb->premise2, comb->coeff2});
@@ -180,7 +181,7 @@ void SplitCheck::check_case(const proof::Proof* root, bool first) const {
   bool strict = false;
   int uses = 0;
   for (const Leaf& leaf : leaves(root)) {
-    const auto* const hyp = dynamic_cast<const la::LaHyp*>(leaf.node);
+    const auto* const hyp = la::as<la::LaHyp>(leaf.node);
     if (hyp == nullptr) refuse(where, "a rule that cannot be split");
     if (hyp->constraint_id != id_) {
       const CheckedConstraint constraint = hypothesis(*hyp);
@@ -230,7 +231,7 @@ int SplitCheck::add_fake(const la::LaFakeHyp& fake, HalfCase& half) const {
 SplitCheck::HalfCase SplitCheck::half_case(const proof::Proof* root, bool of_B) const {
   HalfCase result;
   for (const Leaf& leaf : leaves(root)) {
-    if (const auto* fake = dynamic_cast<const la::LaFakeHyp*>(leaf.node)) {
+    if (const auto* fake = la::as<la::LaFakeHyp>(leaf.node)) {
       const bool own = fake->constraint_id == id_;
       if (own && leaf.factor() != QNumber(1)) refuse("a multiplier on the equality");
       HalfCase scaled;
@@ -241,7 +242,7 @@ SplitCheck::HalfCase SplitCheck::half_case(const proof::Proof* root, bool of_B) 
         refuse("a case denies its equality twice");
       continue;
     }
-    const auto* const hyp = dynamic_cast<const la::LaHyp*>(leaf.node);
+    const auto* const hyp = la::as<la::LaHyp>(leaf.node);
     if (hyp == nullptr) refuse("a rule that cannot stand in a half");
     const CheckedConstraint constraint = hypothesis(*hyp);
     if (is_of_B(mapper_.constraint_lit(hyp->constraint_id).atom()) != of_B)

@@ -18,6 +18,7 @@
 #include "opal/host/printer.h"
 #include "opal/interfaces/laz_proof.h"
 #include "opal/la/interpolator.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -67,7 +68,7 @@ class Dump {
     while (!open.empty()) {
       const Item item = open.back();
       open.pop_back();
-      const auto* const branch = dynamic_cast<laz::LaZInternalBBProof*>(item.node);
+      const auto* const branch = la::as<laz::LaZInternalBBProof>(item.node);
       if (branch != nullptr && print_branch(*branch, item.indent)) {
         open.push_back({branch->right, item.indent + 1, item.ends + 1});
         open.push_back({branch->left, item.indent + 1, 0});
@@ -107,7 +108,7 @@ class Dump {
   }
 
   void print_leaf(proof::Proof& node, int by) {
-    const auto* const sub = dynamic_cast<const laz::LaZEqSubProof*>(&node);
+    const auto* const sub = la::as<laz::LaZEqSubProof>(&node);
     if (sub == nullptr) return interpolator_.dump(out_, &node, by);
     indent(by);
     out_ << "(LAEQSUB: ";

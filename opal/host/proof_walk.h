@@ -9,6 +9,7 @@
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
 #include "opal/interfaces/proof.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -18,11 +19,10 @@ struct Premises {
   std::size_t count = 0;
 };
 inline Premises premises_of(const proof::Proof& node) {
-  if (const auto* comb = dynamic_cast<const la::LaComb*>(&node))
+  if (const auto* comb = la::as<la::LaComb>(&node))
     return {{comb->premise1, comb->premise2}, 2};
-  if (const auto* neq = dynamic_cast<const la::LaNeq*>(&node))
-    return {{neq->case1, neq->case2}, 2};
-  if (const auto* branch = dynamic_cast<const laz::LaZInternalBBProof*>(&node))
+  if (const auto* neq = la::as<la::LaNeq>(&node)) return {{neq->case1, neq->case2}, 2};
+  if (const auto* branch = la::as<laz::LaZInternalBBProof>(&node))
     return {{branch->left, branch->right}, 2};
   return {};
 }

@@ -31,6 +31,7 @@
 #include <vector>
 
 #include "opal/interfaces/laz_proof.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::host {
 
@@ -77,7 +78,7 @@ std::optional<std::vector<Summand>> smaller_part(const std::vector<Summand>& sum
 
 proof::ProofRef trimmed(proof::Proof& root, const Grouping& grouping,
                         const Mapper& mapper) {
-  const auto* const proof = dynamic_cast<const laz::LaZEqSubProof*>(&root);
+  const auto* const proof = la::as<laz::LaZEqSubProof>(&root);
   if (proof == nullptr) return proof::ProofRef(proof::Proof::retain(&root));
   assert(proof->constraints.size() == proof->coeffs.size());
   std::vector<Summand> summands;

@@ -30,6 +30,7 @@
 #include <cassert>
 
 #include "opal/la/interpolator.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 
@@ -45,7 +46,7 @@ const Term_* Interpolator::do_get_laz_bb_interpolant(laz::LaZInternalBBProof* ro
     proof::Proof* const p = stack.back();
     const Term_* result = result_of(p);
     if (result == nullptr) {
-      const auto* const node = dynamic_cast<laz::LaZInternalBBProof*>(p);
+      const auto* const node = as<laz::LaZInternalBBProof>(p);
       if (node == nullptr) {
         result = do_get_interpolant(p);
       } else {

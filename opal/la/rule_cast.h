@@ -8,11 +8,22 @@
 
 namespace opal::la {
 
-/// The node as a rule, or null. Rules are final, so their type is the node's dynamic type.
+/// Whether the node, which may be null, is of that rule. Rules are final, so their type is
+/// the node's dynamic type; comparing it costs a fraction of a dynamic_cast.
+template <typename Rule>
+bool is(const proof::Proof* p) {
+  static_assert(std::is_final_v<Rule>);
+  return p != nullptr && typeid(*p) == typeid(Rule);
+}
+
+/// The node as a rule, or null.
 template <typename Rule>
 Rule* as(proof::Proof* p) {
-  static_assert(std::is_final_v<Rule>);
-  return p != nullptr && typeid(*p) == typeid(Rule) ? static_cast<Rule*>(p) : nullptr;
+  return is<Rule>(p) ? static_cast<Rule*>(p) : nullptr;
+}
+template <typename Rule>
+const Rule* as(const proof::Proof* p) {
+  return is<Rule>(p) ? static_cast<const Rule*>(p) : nullptr;
 }
 
 }  // namespace opal::la

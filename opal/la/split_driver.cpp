@@ -48,6 +48,7 @@
 #include <typeinfo>
 
 #include "opal/la/interpolator.h"
+#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 
@@ -70,7 +71,7 @@ std::pair<Proof*, Proof*> Interpolator::split_mixed_proof(
   clear_cache();
   clear_split_cache();
   SplitRequest request;
-  request.root = dynamic_cast<LaNeq*>(proof);
+  request.root = as<LaNeq>(proof);
   if (request.root != nullptr) {
     enter_split_root(request);
     to_visit_ = {request.root->case1, request.root->case2};
@@ -134,13 +135,13 @@ void Interpolator::split_walk(SplitRequest& request, itp::EqItpMap& eq_itp) {
       continue;
     }
     if (splitting) track_hypotheses(p, request);
-    if (auto* comb = dynamic_cast<LaComb*>(p))
+    if (auto* comb = as<LaComb>(p))
       split_mixed_handle_comb(comb, request.root_lit, splitting, eq_itp);
-    else if (auto* hyp = dynamic_cast<LaHyp*>(p))
+    else if (auto* hyp = as<LaHyp>(p))
       split_mixed_handle_hyp(hyp, request.root_lit, splitting, eq_itp);
-    else if (auto* fake = dynamic_cast<LaFakeHyp*>(p))
+    else if (auto* fake = as<LaFakeHyp>(p))
       split_mixed_handle_fakehyp(fake, request.root_lit, splitting, eq_itp);
-    else if (auto* implied = dynamic_cast<LaCombImp*>(p))
+    else if (auto* implied = as<LaCombImp>(p))
       split_mixed_handle_comb_imp(implied, request.root_lit, splitting, eq_itp);
     else
       throw_unexpected();
@@ -148,11 +149,11 @@ void Interpolator::split_walk(SplitRequest& request, itp::EqItpMap& eq_itp) {
 }
 
 void Interpolator::track_hypotheses(Proof* p, SplitRequest& request) {
-  if (const auto* comb = dynamic_cast<LaComb*>(p)) {
+  if (const auto* comb = as<LaComb>(p)) {
     if (request.last_hyp == nullptr) return;
     if (comb->premise1 == request.last_hyp) request.last_mult = comb->coeff1;
     if (comb->premise2 == request.last_hyp) request.last_mult = comb->coeff2;
-  } else if (auto* hyp = dynamic_cast<LaHyp*>(p)) {
+  } else if (auto* hyp = as<LaHyp>(p)) {
     if (to_lit(hyp->constraint_id).atom() != request.root_lit.atom()) return;
     (request.first_hyp == nullptr ? request.first_hyp : request.last_hyp) = hyp;
     const bool in_case1 = split_cache_.contains(request.root->case2);
