@@ -1,6 +1,7 @@
 #ifndef OPAL_INTERFACES_EQUATION_H
 #define OPAL_INTERFACES_EQUATION_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -29,6 +30,8 @@ class Equation {
   /// A copy on the heap, owned by the caller.
   [[nodiscard]] Equation* new_copy() const { return new Equation(*this); }
 
+  /// Prepares for as many variables.
+  void reserve(std::size_t variables) { coeffs_.reserve(variables); }
   /// Adds q * var. A coefficient that becomes zero disappears; q = 0 changes nothing.
   void add_var(const QNumber& q, int var);
   /// Adds c to the constant; a constant that becomes zero disappears.

@@ -39,6 +39,7 @@ QNumber times(const QNumber* multiplier, const QNumber& q) {
 Equation sum_of(const QNumber* c1, const Equation& e1, const QNumber* c2,
                 const Equation& e2) {
   Equation sum;
+  sum.reserve(e1.coeffs().size() + e2.coeffs().size());
   auto i = e1.coeffs().begin();
   auto j = e2.coeffs().begin();
   const auto i_end = e1.coeffs().end();
@@ -146,7 +147,8 @@ void Interpolator::close_short_list(CoeffList& pairs, const TermSet& vars) {
 
 void Interpolator::combine_eq_coeff_lists(CoeffList& l1, CoeffList& l2, CoeffList* out,
                                           const TermSet& vars) {
-  CoeffList pairs;
+  CoeffList apart;  // from what the list has already
+  CoeffList& pairs = out->empty() ? *out : apart;
   pairs.reserve(l1.size() + l2.size());
   if (l1.size() + l2.size() <= LongList::SHORT) {
     auto find = [&pairs](const Equation* e) {
@@ -176,10 +178,7 @@ void Interpolator::combine_eq_coeff_lists(CoeffList& l1, CoeffList& l2, CoeffLis
   if (!std::all_of(pairs.begin(), pairs.end(), has_vars))
     std::stable_partition(pairs.begin(), pairs.end(), has_vars);
   if (pairs.empty()) pairs.emplace_back(nullptr, &zero_eq_);
-  if (out->empty())
-    out->swap(pairs);
-  else
-    out->insert(out->end(), pairs.begin(), pairs.end());
+  out->insert(out->end(), apart.begin(), apart.end());
 }
 
 }  // namespace opal::la

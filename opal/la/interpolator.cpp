@@ -40,9 +40,12 @@ CoeffList* Interpolator::find_in_cache(proof::Proof* p) {
 }
 
 CoeffList* Interpolator::store_in_cache(proof::Proof* p) {
-  auto list = std::make_unique<CoeffList>();
-  proof_cache_[p] = list.get();
-  return list.release();
+  if (spare_lists_.empty()) spare_lists_.push_back(std::make_unique<CoeffList>());
+  CoeffList* const list = spare_lists_.back().get();
+  proof_cache_[p] = list;
+  spare_lists_.back().release();
+  spare_lists_.pop_back();
+  return list;
 }
 
 void Interpolator::clear_cache() {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -143,7 +144,8 @@ class Interpolator {
 
   // --- interpolator.cpp: the caches
 
-  /// Deletes all lists and constraints of the last request; bucket arrays keep their size.
+  /// Deletes all lists and constraints of the last request; bucket arrays keep their size,
+  /// and a few empty lists stay.
   /// Every request begins with it and a successful one ends with it. The destructor does
   /// not do it: whoever destroys an object whose last request threw calls it before.
   void clear_cache();
@@ -249,7 +251,8 @@ class Interpolator {
   std::vector<proof::Proof*> to_visit_;   // depth-first stack of the proof walks
   std::vector<const Term_*> term_stack_;  // work stack over terms
   TermSet seen_terms_;                    // visited terms of collect_vars
-  hsh::HashMap<proof::Proof*, SplitData> split_cache_;  // halves of each split node
+  hsh::HashMap<proof::Proof*, SplitData> split_cache_;   // halves of each split node
+  std::vector<std::unique_ptr<CoeffList>> spare_lists_;  // short lists, to be used again
   std::vector<Equation*> owned_eqs_;  // every constraint allocated in this request
   LaHyp* zero_proof_;                 // hypothesis 0 >= 0, made on first use; one reference
   std::int32_t dump_counter_;         // number of the next interpolation check files

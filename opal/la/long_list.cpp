@@ -73,8 +73,9 @@ void Interpolator::LongList::note_place(const Equation& e, std::size_t place) {
 
 bool Interpolator::extend_long_list(LaComb* comb, LongList& index) {
   CoeffList* base = find_in_cache(comb->premise1);
+  if (base == nullptr) return false;
   CoeffList* other = find_in_cache(comb->premise2);
-  if (base == nullptr || other == nullptr) return false;
+  if (other == nullptr) return false;
   const bool swapped = base->size() < other->size();
   if (swapped) std::swap(base, other);
   proof::Proof* const base_premise = swapped ? comb->premise2 : comb->premise1;

@@ -103,7 +103,8 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
     mgr_->poll();
     proof::Proof* const p = to_visit_.back();
     const std::size_t height = to_visit_.size();
-    if (find_in_cache(p) != nullptr) {
+    const bool is_shared = p != nullptr && p->references() > 1;
+    if (is_shared && find_in_cache(p) != nullptr) {
       to_visit_.pop_back();
     } else if (auto* comb = as<LaComb>(p)) {
       if (extend_long_list(comb, long_list)) continue;
@@ -132,13 +133,19 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
   }
 }
 
-// A node with one reference has one parent, and the parent is done with it.
+// A node with one reference has one parent, and the parent is done with it. A walk makes a
+// list for every node and mostly needs few at a time: some short ones are kept, with their
+// memory, for the next nodes.
 void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
   if (premise->references() > 1) return;
-  const CoeffList* const list = find_in_cache(premise);
-  index.forget(list);
-  delete list;
+  std::unique_ptr<CoeffList> list(find_in_cache(premise));
   proof_cache_.erase(premise);
+  if (list == nullptr) return;
+  index.forget(list.get());
+  constexpr std::size_t MOST_SPARE = 256;
+  if (list->capacity() > LongList::SHORT || spare_lists_.size() >= MOST_SPARE) return;
+  list->clear();
+  spare_lists_.push_back(std::move(list));
 }
 
 // A proof that ends in a disequality e != 0 has the cases e > 0 and e < 0 with interpolants
