@@ -44,8 +44,12 @@ bool is_variable(const Term_* t) {
 
 // The sum of the weighted terms, or nothing when they are too large for a walk as trees
 // or have a product in which no factor is a numeral.
-std::optional<LinearForm> sum_of_trees(std::vector<Weighted> stack) {
+std::optional<LinearForm> sum_of_trees(const std::vector<Weighted>& roots) {
   LinearForm form;
+  form.summands.reserve(4);
+  std::vector<Weighted> stack;
+  stack.reserve(8);
+  stack.assign(roots.begin(), roots.end());
   for (std::size_t visits = 0; !stack.empty(); ++visits) {
     if (visits == TREE_VISITS) return std::nullopt;
     Weighted top = std::move(stack.back());

@@ -1,13 +1,14 @@
 #include "opal/host/literals.h"
 
+#include <array>
 #include <cassert>
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 #include "opal/host/printer.h"
 #include "opal/host/sub_terms.h"
+#include "opal/utils/hash_set.h"
 
 namespace opal::host {
 
@@ -125,8 +126,7 @@ class Decomposition {
     while (!stack_.empty()) {
       const Goal goal = stack_.back();
       stack_.pop_back();
-      const std::uint64_t key = 2 * goal.formula->id() + (goal.positive ? 1 : 0);
-      if (!visited_.insert(key).second) continue;
+      if (!visited_[goal.positive ? 1 : 0].insert(goal.formula).second) continue;
       if (!step(goal)) return {terms_.false_term()};
     }
     return std::move(atoms_);
@@ -197,9 +197,10 @@ class Decomposition {
   const Term_* const root_;
   Folding folding_;
   std::vector<Goal> stack_;
-  std::unordered_set<std::uint64_t> visited_;  // the goals that were taken from the stack
+  std::array<hsh::HashSet<const Term_*>, 2>
+      visited_;  // goals taken from the stack, by sign
   std::vector<const Term_*> atoms_;
-  std::unordered_set<const Term_*> listed_;  // the same as a set
+  hsh::HashSet<const Term_*> listed_;  // the same as a set
 };
 
 }  // namespace

@@ -132,6 +132,7 @@ LinearTerm Mapper::unnormalised(const Term_* atom) {
     sum.emplace_back(variable(summand.first), &summand.second);
   std::sort(sum.begin(), sum.end());
   Equation vars;
+  vars.reserve(sum.size());
   for (const auto& [var, coefficient] : sum)
     vars.add_var(*coefficient, var);
   assert(vars.is_normal());

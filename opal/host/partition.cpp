@@ -34,25 +34,36 @@ std::vector<std::size_t> Grouping::sequence(std::size_t n) {
   return std::vector<std::size_t>(n, 0);
 }
 
+// Atoms are mostly small: they are walked as trees, which needs no tables. What is visited
+// after the first few dozen terms is remembered. Floor terms nest and share: each is opened
+// once for a group.
 void Grouping::add(const Term_* atom, std::size_t group) {
+  constexpr int VISITS_WITHOUT_TABLE = 64;
   assert(group < num_groups() || group == BACKGROUND);
-  std::size_t& place = place_.emplace(atom, group).first->second;
-  place = std::max(place, group);
-  // Floor terms nest and share: each is opened once for a group.
-  std::vector<const Term_*> open{atom};
-  while (!open.empty()) {
-    const SubTerms parts({open.back()}, SubTerms::Floors::ATOMIC);
-    open.pop_back();
-    for (const Term_* t : parts) {
-      const Kind kind = Terms::kind_of(t);
-      if (kind != Kind::VARIABLE && kind != Kind::FLOOR) continue;
-      std::vector<std::size_t>& groups = groups_of_[t];
-      const auto at = std::lower_bound(groups.begin(), groups.end(), group);
-      if (at != groups.end() && *at == group) continue;
-      groups.insert(at, group);
-      if (kind == Kind::FLOOR) open.push_back(t->arg(0));
+  const auto [entry, is_new] = place_.insert({atom, group});
+  if (!is_new) entry->second = std::max(entry->second, group);
+  seen_.clear();
+  open_.assign(1, atom);
+  for (int visits = 0; !open_.empty(); ++visits) {
+    const Term_* const t = open_.back();
+    open_.pop_back();
+    if (visits > VISITS_WITHOUT_TABLE) {
+      visits = VISITS_WITHOUT_TABLE;
+      if (!seen_.insert(t).second) continue;
     }
+    const Kind kind = Terms::kind_of(t);
+    const bool is_symbol = kind == Kind::VARIABLE || kind == Kind::FLOOR;
+    if (is_symbol && !enter(t, group)) continue;
+    open_.insert(open_.end(), t->begin(), t->end());
   }
+}
+
+bool Grouping::enter(const Term_* symbol, std::size_t group) {
+  std::vector<std::size_t>& groups = groups_of_[symbol];
+  const auto at = std::lower_bound(groups.begin(), groups.end(), group);
+  if (at != groups.end() && *at == group) return false;
+  groups.insert(at, group);
+  return true;
 }
 
 std::size_t Grouping::place(const Term_* atom) const {

@@ -3,10 +3,11 @@
 
 #include <cstddef>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "opal/interfaces/atom_classifier.h"
+#include "opal/utils/hash_map.h"
+#include "opal/utils/hash_set.h"
 
 namespace opal::host {
 
@@ -58,11 +59,16 @@ class Grouping {
   [[nodiscard]] status symbols_colour(const Term_* term, std::size_t root) const;
 
  private:
+  /// Notes that a variable or floor term occurs in a group; false when it was known.
+  bool enter(const Term_* symbol, std::size_t group);
+
   std::vector<std::size_t> first_;
-  std::unordered_map<const Term_*, std::size_t> place_;  // of each atom
+  hsh::HashMap<const Term_*, std::size_t> place_;  // of each atom
   // For each variable and floor term, the ascending groups in which it occurs; BACKGROUND
   // is the last.
-  std::unordered_map<const Term_*, std::vector<std::size_t>> groups_of_;
+  hsh::HashMap<const Term_*, std::vector<std::size_t>> groups_of_;
+  std::vector<const Term_*> open_;   // work stack of add()
+  hsh::HashSet<const Term_*> seen_;  // terms that add() visited
 };
 
 /// The partition of one group's sub-tree against the rest, for the engine's classifier.
@@ -77,7 +83,7 @@ class Partition final : public itp::AtomColouring {
  private:
   std::shared_ptr<const Grouping> grouping_;
   const std::size_t root_;
-  std::unordered_map<const Term_*, status> entered_;
+  hsh::HashMap<const Term_*, status> entered_;
 };
 
 }  // namespace opal::host
