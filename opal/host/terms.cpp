@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "opal/host/hash_index.h"
 #include "opal/host/printer.h"
 #include "opal/host/script_printer.h"
 
@@ -97,13 +98,8 @@ Sort common_sort(const Term_* a, const Term_* b) {
 
 }  // namespace
 
-// The terms are found through an open-addressing table with linear probing:
-//
-//     slots_.size() is a power of two, at least twice the number of occupied slots;
-//     a slot with id 0 is empty, and no empty slot lies between a term's slot and the
-//     slot that its hash names.
-//
-// Terms without arguments are found through their symbols instead.
+// Terms with arguments are found by their kinds, sorts and arguments, those without by
+// their symbols.
 class Terms::Impl {
  public:
   // A symbol without a name or value; there is one for each kind and sort.
@@ -132,12 +128,17 @@ class Terms::Impl {
   }
 
   const Term_* variable(std::string_view name, Sort sort) {
-    auto& variables = variables_[static_cast<std::size_t>(sort)];
-    auto found = variables.find(name);
-    if (found != variables.end()) return found->second;
-    const TermSymbol& symbol =
-        symbols_.emplace_back(Kind::VARIABLE, sort, 0, std::string(name), QNumber());
-    return variables.emplace(symbol.name, leaf(symbol)).first->second;
+    HashIndex& variables = variables_[static_cast<std::size_t>(sort)];
+    const std::uint32_t hash = hash_of(name);
+    const auto has_name = [&](HashIndex::Number id) {
+      return static_cast<const TermSymbol*>(term(id)->symbol())->name == name;
+    };
+    if (const HashIndex::Number found = variables.find(hash, has_name)) return term(found);
+    variables.make_room();
+    const Term_* const made =
+        leaf(symbols_.emplace_back(Kind::VARIABLE, sort, 0, std::string(name), QNumber()));
+    variables.insert(hash, made->id());
+    return made;
   }
 
   const Term_* fresh_variable(std::string_view prefix, Sort sort) {
@@ -157,19 +158,15 @@ class Terms::Impl {
   // The one term of a symbol with arguments.
   const Term_* apply(const TermSymbol* symbol, const Term_* const* args) {
     if (limits != nullptr) limits->poll();
-    if (2 * (occupied_ + 1) > slots_.size()) grow();
     const std::uint32_t hash = hash_of(*symbol, args);
-    const std::size_t mask = slots_.size() - 1;
-    std::size_t i = hash & mask;
-    for (; slots_[i].id != 0; i = (i + 1) & mask) {
-      if (slots_[i].hash != hash) continue;
-      const Term_* found = terms_[slots_[i].id - 1];
-      if (found->symbol() == symbol && std::equal(found->begin(), found->end(), args))
-        return found;
-    }
-    const Term_* made = make(*symbol, args);
-    slots_[i] = {hash, static_cast<std::uint32_t>(made->id())};
-    ++occupied_;
+    const auto is_it = [&](HashIndex::Number id) {
+      const Term_* const t = term(id);
+      return t->symbol() == symbol && std::equal(t->begin(), t->end(), args);
+    };
+    if (const HashIndex::Number found = applications_.find(hash, is_it)) return term(found);
+    applications_.make_room();
+    const Term_* const made = make(*symbol, args);
+    applications_.insert(hash, made->id());
     return made;
   }
 
@@ -185,11 +182,7 @@ class Terms::Impl {
   Limits* limits = nullptr;
 
  private:
-  struct Slot {
-    std::uint32_t hash = 0;
-    std::uint32_t id = 0;
-  };
-
+  [[nodiscard]] const Term_* term(HashIndex::Number id) const { return terms_[id - 1]; }
   const Term_* leaf(const TermSymbol& symbol) { return make(symbol, nullptr); }
 
   const Term_* make(const TermSymbol& symbol, const Term_* const* args) {
@@ -200,19 +193,6 @@ class Terms::Impl {
     return terms_.back();
   }
 
-  void grow() {
-    std::vector<Slot> old(std::max<std::size_t>(64, 2 * slots_.size()));
-    old.swap(slots_);
-    const std::size_t mask = slots_.size() - 1;
-    for (const Slot& slot : old) {
-      if (slot.id == 0) continue;
-      std::size_t i = slot.hash & mask;
-      while (slots_[i].id != 0)
-        i = (i + 1) & mask;
-      slots_[i] = slot;
-    }
-  }
-
   static constexpr std::size_t KINDS = static_cast<std::size_t>(Kind::OR) + 1;
   static constexpr std::size_t SORTS = 3;
 
@@ -221,13 +201,11 @@ class Terms::Impl {
   std::array<std::array<const TermSymbol*, SORTS>, KINDS> plain_symbols_{};
   std::map<QNumber, const TermSymbol*> congruences_;
   std::unordered_map<QNumber, const Term_*> numbers_;
-  // By sort; the keys are views of the names in the symbols.
-  std::array<std::unordered_map<std::string_view, const Term_*>, SORTS> variables_;
   std::unordered_map<const TermSymbol*, const Term_*> fresh_;
   Arena arena_;
-  std::vector<const Term_*> terms_;  // the term of id i is terms_[i - 1]
-  std::vector<Slot> slots_;
-  std::size_t occupied_ = 0;
+  std::vector<const Term_*> terms_;         // the term of id i is terms_[i - 1]
+  HashIndex applications_;                  // ids of terms with arguments
+  std::array<HashIndex, SORTS> variables_;  // ids of variables that are not fresh, by sort
 };
 
 Terms::Terms() : impl_(std::make_unique<Impl>()) {

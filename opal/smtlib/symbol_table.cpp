@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <unordered_map>
 #include <utility>
 
 #include "opal/smtlib/arithmetic.h"
@@ -12,14 +13,18 @@ using host::Kind;
 using host::Terms;
 
 const Definition* SymbolTable::find(std::string_view name) const {
-  const auto found = by_name_.find(name);
-  return found == by_name_.end() ? nullptr : &definitions_[found->second];
+  const auto has_name = [&](host::HashIndex::Number n) {
+    return definitions_[n - 1].name == name;
+  };
+  const auto found = by_name_.find(host::hash_of(name), has_name);
+  return found == 0 ? nullptr : &definitions_[found - 1];
 }
 
 void SymbolTable::add(Definition definition) {
   assert(find(definition.name) == nullptr && definition.body.is_well_sorted());
+  by_name_.make_room();
   definitions_.push_back(std::move(definition));
-  by_name_.emplace(definitions_.back().name, definitions_.size() - 1);
+  by_name_.insert(host::hash_of(definitions_.back().name), definitions_.size());
 }
 
 void SymbolTable::pop(std::size_t count, bool keep) {
@@ -28,7 +33,7 @@ void SymbolTable::pop(std::size_t count, bool keep) {
   const std::size_t remaining = scopes_[scopes_.size() - count];
   scopes_.resize(scopes_.size() - count);
   while (!keep && definitions_.size() > remaining) {
-    by_name_.erase(definitions_.back().name);
+    by_name_.erase(host::hash_of(definitions_.back().name), definitions_.size());
     definitions_.pop_back();
   }
   assert(by_name_.size() == definitions_.size());

@@ -5,9 +5,9 @@
 #include <deque>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "opal/host/hash_index.h"
 #include "opal/host/terms.h"
 #include "opal/smtlib/sorts.h"
 
@@ -25,7 +25,7 @@ struct Definition {
 
 /// The symbols in force, in scopes that follow push and pop.
 ///
-/// Invariants: by_name_ has the index of every element of definitions_; scopes_ ascends,
+/// Invariants: by_name_ has the number of every element of definitions_; scopes_ ascends,
 /// and the symbols of scope i are those from scopes_[i] on.
 class SymbolTable {
  public:
@@ -44,7 +44,7 @@ class SymbolTable {
 
  private:
   std::deque<Definition> definitions_;
-  std::unordered_map<std::string_view, std::size_t> by_name_;  // keys are in definitions_
+  host::HashIndex by_name_;  // the definition of number n is definitions_[n - 1]
   std::vector<std::size_t> scopes_;
 };
 

@@ -1,7 +1,9 @@
 #include <map>
+#include <random>
 #include <sstream>
 #include <tuple>
 
+#include "opal/host/hash_index.h"
 #include "opal/host/linear_form.h"
 #include "opal/host/literals.h"
 #include "opal/host/partition.h"
@@ -16,6 +18,37 @@ class TermsTest : public HostTest {
   const Term_* const yes = t.true_term();
   const Term_* const no = t.false_term();
 };
+
+// Few hashes, so that runs of slots are long, and go around the end of the table.
+TEST(HashIndex, RandomInsertionsAndRemovalsLeaveEachNumberWhereItIsFound) {
+  std::mt19937 rng(1);
+  const auto below = [&rng](std::uint32_t n) {
+    return static_cast<std::uint32_t>(rng() % n);
+  };
+  for (const std::uint32_t hashes : {1U, 7U, 1000U}) {
+    HashIndex index;
+    std::map<std::uint32_t, std::uint32_t> model;  // hash by number
+    for (std::uint32_t step = 0; step < 4000; ++step) {
+      const std::uint32_t number = below(300) + 1;
+      const auto entry = model.find(number);
+      if (entry != model.end()) {
+        index.erase(entry->second, number);
+        model.erase(entry);
+      } else {
+        const std::uint32_t hash = 0U - below(hashes);
+        index.make_room();
+        index.insert(hash, number);
+        model.emplace(number, hash);
+      }
+      ASSERT_EQ(index.size(), model.size());
+      const std::uint32_t sought = below(300) + 1;
+      const auto known = model.find(sought);
+      const std::uint32_t hash = known == model.end() ? 0U - below(hashes) : known->second;
+      const auto is_it = [&](std::uint32_t n) { return n == sought; };
+      ASSERT_EQ(index.find(hash, is_it), known == model.end() ? 0 : sought);
+    }
+  }
+}
 
 TEST_F(TermsTest, TrivialTermsAreSimplifiedWhenAsked) {
   const Term_* const half = num(QNumber(1) / QNumber(2));
