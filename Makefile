@@ -82,7 +82,7 @@ pictures:
 	scripts/pictures.sh build/release/opal
 
 install:
-	scripts/deps.sh demo
+	scripts/deps.sh build
 	scripts/build.sh release
 	cmake --install build/release --prefix $(PREFIX)
 

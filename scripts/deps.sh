@@ -1,31 +1,33 @@
 #!/bin/bash
 # Installs the Debian packages that a purpose needs and that are not there yet.
 #
-#   scripts/deps.sh demo|check|coverage|lint|bench|pictures|package|fuzz|docs
+#   scripts/deps.sh build|demo|check|coverage|lint|bench|pictures|package|fuzz|docs
 #
 # Does nothing, quickly, when all are there. Uses sudo when not root; where it cannot
 # install, it names what is missing and fails.
 set -euo pipefail
 
-build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev z3 python3)
-test=(clang libclang-rt-14-dev clang-format-14 libgtest-dev libgmock-dev cvc5 valgrind graphviz
+build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev python3)
+solvers=(z3 cvc5)
+test=(clang libclang-rt-14-dev clang-format-14 libgtest-dev libgmock-dev valgrind graphviz
   pkgconf bash-completion zsh doxygen)
 lint=(clang-tidy)
 package=(dpkg-dev file)
-bench=(libbenchmark-dev libflint-dev libabsl-dev cvc5)
+bench=(libbenchmark-dev libflint-dev libabsl-dev)
 
 case "${1:-}" in
-  demo) wanted=("${build[@]}") ;;
-  check) wanted=("${build[@]}" "${test[@]}" "${package[@]}") ;;
+  build) wanted=("${build[@]}") ;;
+  demo) wanted=("${build[@]}" "${solvers[@]}") ;;
+  check) wanted=("${build[@]}" "${solvers[@]}" "${test[@]}" "${package[@]}") ;;
   coverage) wanted=("${build[@]}" "${test[@]}" gcovr) ;;
   lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
-  bench) wanted=("${build[@]}" "${bench[@]}") ;;
+  bench) wanted=("${build[@]}" "${solvers[@]}" "${bench[@]}") ;;
   package) wanted=("${build[@]}" "${package[@]}") ;;
   docs) wanted=(doxygen) ;;
   fuzz) wanted=("${build[@]}" clang libclang-rt-14-dev libgtest-dev) ;;
   pictures) wanted=("${build[@]}" graphviz) ;;
   *)
-    echo "usage: $0 demo|check|coverage|lint|bench|pictures|package|fuzz|docs" >&2
+    echo "usage: $0 build|demo|check|coverage|lint|bench|pictures|package|fuzz|docs" >&2
     exit 2
     ;;
 esac
