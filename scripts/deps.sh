@@ -19,7 +19,7 @@ case "${1:-}" in
   build) wanted=("${build[@]}") ;;
   demo) wanted=("${build[@]}" "${solvers[@]}") ;;
   check) wanted=("${build[@]}" "${solvers[@]}" "${test[@]}" "${package[@]}") ;;
-  coverage) wanted=("${build[@]}" "${test[@]}" gcovr) ;;
+  coverage) wanted=("${build[@]}" "${solvers[@]}" "${test[@]}" gcovr) ;;
   lint) wanted=("${build[@]}" "${test[@]}" "${lint[@]}") ;;
   bench) wanted=("${build[@]}" "${solvers[@]}" "${bench[@]}") ;;
   package) wanted=("${build[@]}" "${package[@]}") ;;
