@@ -144,8 +144,8 @@ OPAL_API opal_status opal_reset(opal_session*);
 OPAL_API opal_status opal_set_timeout(opal_session*, double seconds);
 /** The megabytes that the process may hold during later calls, 0 for no limit. */
 OPAL_API opal_status opal_set_memory(opal_session*, size_t megabytes);
-/** Makes the call that is running in another thread give up, as at a limit; without one, the
- * next call that begins. */
+/** Makes the call that is running in another thread give up, as at a limit; without one,
+ * the next call that begins. */
 OPAL_API void opal_interrupt(opal_session*);
 
 /* --- answers */
