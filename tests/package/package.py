@@ -10,6 +10,7 @@ static and with shared libraries; `source`: the sources as a part of another pro
 
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -63,6 +64,17 @@ def with_pkg_config(work, prefix, compiler, kind):
     return folder
 
 
+def check_exports(folder):
+    """The shared libraries export Opal's symbols, no instances of the standard library."""
+    for name in ("engine", "host"):
+        exported = run("nm", "-D", "--defined-only", "-C", folder / f"libopal_{name}.so")
+        foreign = [line for line in exported.splitlines()
+                   if not re.match(r"\w+ (\w ((vtable|VTT|typeinfo|typeinfo name|guard variable) "
+                                   r"for |(non-)?virtual thunk to )?opal::|A OPAL_)", line)]
+        if foreign:
+            sys.exit(f"opal_{name} exports what is not Opal's:\n" + "\n".join(foreign[:10]))
+
+
 def clients(build, work, compiler, flags):
     run("cmake", "--install", build, "--prefix", work / "first")
     prefix = work / "moved"
@@ -78,11 +90,7 @@ def clients(build, work, compiler, flags):
     modules = prefix / "lib/python3/dist-packages"
     run("python3", "-m", "doctest", modules / "opal/__init__.py",
         env={**os.environ, "PYTHONPATH": str(modules)})
-    exported = run("nm", "-D", "--defined-only", "-C", prefix / "lib" / "libopal_host.so")
-    foreign = [line for line in exported.splitlines()
-               if "opal::" not in line and " A OPAL_" not in line]
-    if foreign:
-        sys.exit("exported, and not Opal's:\n" + "\n".join(foreign[:10]))
+    check_exports(prefix / "lib")
     version = run(prefix / "bin" / "opal", "--version").strip()
     for page in (prefix / "share/man/man1").iterdir():
         if f'"{version}"' not in page.read_text().split("\n")[0]:
@@ -91,7 +99,8 @@ def clients(build, work, compiler, flags):
 
 
 def source(build, work, compiler, flags):
-    folder = with_cmake(work, compiler, flags, "part", ["embed"], f"-DOPAL_SOURCE={SOURCE}")
+    folder = with_cmake(work, compiler, flags, "part", ["embed", "plugin"],
+                        f"-DOPAL_SOURCE={SOURCE}")
     check_programs(folder, "add_subdirectory")
 
 
