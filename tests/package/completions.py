@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The shells complete exactly the options that `opal --help` lists, and their values.
+"""The shells complete the options that `opal --help` lists and the values that opal takes.
 
     tests/package/completions.py TOOL
 """
@@ -10,46 +10,63 @@ import subprocess
 import sys
 
 FOLDER = pathlib.Path(__file__).resolve().parent.parent.parent / "tool" / "completions"
-CASES = {  # what is typed, and what bash must offer
-    "opal --mode ": "sum conj dual auto",
-    "opal --cuts m": "modular",
-    "opal --proof-format ": "sexp json dot",
-    "opal --unmentioned ": "background B error",
-    "opal --stats=": "text json",
-    "opal --verify": "--verify --verify-with",
-}
+ZSH = (FOLDER / "_opal").read_text()
+LOAD_IN_ZSH = f"""
+  fpath=({FOLDER} $fpath)
+  autoload -Uz compinit && compinit -u -D
+  [[ $_comps[opal] == _opal ]] && autoload +X _opal"""
+
+
+def run(*command):
+    return subprocess.run(command, capture_output=True, text=True)
 
 
 def offered(typed):
-    words = re.findall(r"\S+", typed) + ([""] if typed.endswith(" ") else [])
-    script = f"""
+    """What bash offers after these words."""
+    words = re.findall(r"[^\s=]+|=", typed) + ([""] if typed.endswith(" ") else [])
+    done = run("bash", "-c", f"""
       source /usr/share/bash-completion/bash_completion
       source {FOLDER / 'opal.bash'}
       COMP_LINE="{typed}" COMP_POINT={len(typed)} COMP_CWORD={len(words) - 1}
       COMP_WORDS=({' '.join(f'"{word}"' for word in words)})
       _opal
-      echo "${{COMPREPLY[*]}}" """
-    done = subprocess.run(["bash", "-c", script], capture_output=True, text=True)
-    return done.stdout.strip() if not done.stderr else done.stderr
+      echo "${{COMPREPLY[*]}}" """)
+    return done.stderr.split() or done.stdout.split()
 
 
-def main():
-    listed = subprocess.run([sys.argv[1], "--help"], capture_output=True, text=True, check=True)
-    options = set(re.findall(r"^  (?:-h,)?(--[a-z-]+)", listed.stdout, re.MULTILINE))
-    faults = [] if len(options) > 10 else [f"--help lists only {options}"]
-    bash = set(offered("opal --").replace("=", "").split())
-    zsh = set(re.findall(r"(--[a-z-]+)", (FOLDER / "_opal").read_text()))
-    for shell, known in (("bash", bash), ("zsh", zsh)):
-        if known != options:
-            faults.append(f"{shell} and --help differ in {sorted(known ^ options)}")
-    for typed, expected in CASES.items():
-        if offered(typed) != expected:
-            faults.append(f"bash offers {offered(typed)!r} after {typed!r}, not {expected!r}")
-    checked = subprocess.run(["zsh", "-n", FOLDER / "_opal"], capture_output=True, text=True)
-    if checked.returncode or checked.stderr:
-        faults.append(f"zsh: {checked.stderr}")
-    sys.exit("\n".join(faults) or 0)
+def values(tool, option):
+    """The values among which an option's must be, and whether it can do without."""
+    refused = run(tool, f"{option}=?", "/dev/null").stderr
+    one_of = re.match(r"expected (\w+(?:, \w+)* or \w+), found", refused)
+    in_set = re.match(rf"{option}: \? not in {{(.*)}}", refused)
+    listed = one_of or in_set
+    return re.split(", | or |,", listed[1]) if listed else [], bool(in_set)
+
+
+def faults(tool):
+    options = re.findall(r"^  (?:-h,)?(--[a-z-]+)", run(tool, "--help").stdout, re.MULTILINE)
+    bash = {word.rstrip("=") for word in offered("opal --")}
+    for shell, known in (("bash", bash), ("zsh", set(re.findall("--[a-z-]+", ZSH)))):
+        if known != set(options):
+            yield f"{shell} and --help differ in {sorted(known ^ set(options))}"
+    choices = {option: values(tool, option) for option in options}
+    if sum(bool(taken) for taken, _ in choices.values()) < 6:
+        yield f"the tool's messages do not say which values it takes: {choices}"
+    for option, (taken, optional) in choices.items():
+        if not taken:
+            continue
+        in_zsh = re.search(rf"'{option}=.*\((.*)\)'", ZSH)
+        if not in_zsh or in_zsh[1].split() != taken:
+            yield f"{option} takes {taken}, but not in zsh"
+        for typed in (f"opal {option}=",) if optional else (f"opal {option}=", f"opal {option} "):
+            if offered(typed) != taken:
+                yield f"bash offers {offered(typed)} after '{typed}', not {taken}"
+    if offered("opal --cuts=m") != ["modular"] or offered("opal --verify-") != ["--verify-with"]:
+        yield "bash does not go by what is typed already"
+    loaded = run("zsh", "-fc", LOAD_IN_ZSH)
+    if loaded.returncode or loaded.stderr:
+        yield f"zsh does not load _opal: {loaded.stderr}"
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit("\n".join(faults(sys.argv[1])) or 0)

@@ -1,8 +1,8 @@
 # Completion of opal's options for bash.
 
 _opal() {
-  local cur prev words cword
-  _init_completion -n = || return
+  local cur prev words cword split
+  _init_completion -s || return  # takes --mode=sum for --mode sum, and says so in split
   case $prev in
     --mode) COMPREPLY=($(compgen -W "sum conj dual auto" -- "$cur")); return ;;
     --cuts) COMPREPLY=($(compgen -W "modular floor auto" -- "$cur")); return ;;
@@ -13,17 +13,20 @@ _opal() {
     --verify-with) COMPREPLY=($(compgen -c -- "$cur")); return ;;
     --timeout | --memory) return ;;
   esac
-  case $cur in
-    --stats=*) COMPREPLY=($(compgen -W "text json" -- "${cur#*=}")); return ;;
-    --progress=*) COMPREPLY=($(compgen -W "terminal always" -- "${cur#*=}")); return ;;
-    -*)
-      COMPREPLY=($(compgen -W "-h --help --version --mode --cuts --raw --verify --verify-with
-        --timeout --memory --unmentioned --dot --svg --proof-format --explain --dump-proof
-        --check-files --stats --stats= --progress --progress=" -- "$cur"))
-      [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
-      return
-      ;;
-  esac
+  if $split; then
+    case $prev in
+      --stats) COMPREPLY=($(compgen -W "text json" -- "$cur")) ;;
+      --progress) COMPREPLY=($(compgen -W "terminal always" -- "$cur")) ;;
+    esac
+    return
+  fi
+  if [[ $cur == -* ]]; then
+    COMPREPLY=($(compgen -W "-h --help --version --mode --cuts --raw --verify --verify-with
+      --timeout --memory --unmentioned --dot --svg --proof-format --explain --dump-proof
+      --check-files --stats --stats= --progress --progress=" -- "$cur"))
+    [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
+    return
+  fi
   _filedir smt2
 }
 
