@@ -1,5 +1,5 @@
 # One Debian package with everything that is installed: `make deb`, or cpack in the build
-# folder of a build that was configured with CMAKE_INSTALL_PREFIX=/usr.
+# folder. It goes to /usr, whatever prefix the build was configured for.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME opal)
 set(CPACK_PACKAGE_VENDOR "the Opal developers")
@@ -23,7 +23,11 @@ set(CPACK_DEBIAN_PACKAGE_DEPENDS python3)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS libgmp-dev)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "z3, cvc5, graphviz")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# What follows an installation and a removal, unless they go to another root.
+# Packages of programs that are linked with the libraries depend on this version.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian-pages.cmake)
+# What follows an installation and a removal, unless they go to another root; cpack's own
+# scripts would change the root of the machine.
 foreach(script postinst postrm)
   file(WRITE ${PROJECT_BINARY_DIR}/${script}
     "#!/bin/sh\nset -e\n[ -n \"$DPKG_ROOT\" ] || ldconfig\n")

@@ -123,6 +123,14 @@ def debian(build, work, compiler, flags):
     for needed in ("libgmp10", "libstdc++6", "python3"):
         if needed not in depends:
             sys.exit(f"the package does not depend on {needed}: {depends}")
+    for page in ("opal", "opal-check-proof"):
+        run("gzip", "-t", root / "usr/share/man/man1" / f"{page}.1.gz")
+    linked = run("dpkg-deb", "--info", package, "shlibs").splitlines()
+    version = run("dpkg-deb", "--field", package, "Version").strip()
+    for library in ("capi", "engine", "host"):
+        soname = version.rpartition(".")[0]
+        if f"libopal_{library} {soname} opal (= {version})" not in linked:
+            sys.exit(f"who links with opal_{library} would not depend on opal: {linked}")
     run(*dpkg, "--purge", "opal")
     left = [p for p in (root / "usr").rglob("*")] if (root / "usr").exists() else []
     if left:

@@ -1,0 +1,3 @@
+# Run by cpack on the tree that becomes the package, where manual pages are compressed.
+file(GLOB pages ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/usr/share/man/man1/*.1)
+execute_process(COMMAND gzip -9n ${pages} COMMAND_ERROR_IS_FATAL ANY)
