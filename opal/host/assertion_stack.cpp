@@ -30,13 +30,17 @@ void AssertionStack::clear() {
 }
 
 void AssertionStack::add(Conjunction conjunction, const std::string& name) {
-  if (!name.empty()) {
-    const bool is_new = position_.emplace(name, assertions_.size()).second;
-    assert(is_new);
-    (void)is_new;
+  const std::size_t size = assertions_.size();
+  assert(name.empty() || !find(name));
+  try {
+    assertions_.push_back({conjunction.formula, name});
+    parts_.push_back(std::move(conjunction));
+    if (!name.empty()) position_.emplace(name, size);
+  } catch (...) {  // the step that failed changed nothing
+    assertions_.resize(size);
+    parts_.resize(size);
+    throw;
   }
-  assertions_.push_back({conjunction.formula, name});
-  parts_.push_back(std::move(conjunction));
 }
 
 std::optional<std::size_t> AssertionStack::find(const std::string& name) const {

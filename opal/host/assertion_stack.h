@@ -28,10 +28,12 @@ class AssertionStack {
   /// There must be a level.
   void pop();
   [[nodiscard]] std::size_t levels() const { return levels_.size(); }
-  /// The name must be empty or new.
+  /// The name must be empty or new. When memory runs out, nothing is added.
   void add(Conjunction conjunction, const std::string& name);
   /// Takes everything back.
   void clear();
+  /// Takes the last assertions back, which must all be of the last level.
+  void shrink(std::size_t size);
 
   [[nodiscard]] const std::vector<Session::Assertion>& assertions() const {
     return assertions_;
@@ -41,8 +43,6 @@ class AssertionStack {
   [[nodiscard]] std::optional<std::size_t> find(const std::string& name) const;
 
  private:
-  void shrink(std::size_t size);
-
   std::vector<Session::Assertion> assertions_;
   std::vector<Conjunction> parts_;
   std::vector<std::size_t> levels_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdint>
+#include <memory>
 #include <unordered_map>
 #include <utility>
 
@@ -142,14 +143,16 @@ class LeafOrder {
   std::vector<std::vector<std::size_t>> by_fresh_;  // leaves by fresh_, some outdated
 };
 
-QNumber* new_multiplier(const QNumber& q) {
-  return q == QNumber(1) ? nullptr : new QNumber(q);
+std::unique_ptr<QNumber> new_multiplier(const QNumber& q) {
+  return q == QNumber(1) ? nullptr : std::make_unique<QNumber>(q);
 }
 
 ProofRef combination(const QNumber& m1, ProofRef p1, const QNumber& m2, ProofRef p2) {
-  QNumber* const c1 = new_multiplier(m1);
-  QNumber* const c2 = new_multiplier(m2);
-  return ProofRef(new la::LaComb(c1, p1.take(), c2, p2.take(), 0, 0, 0));
+  auto c1 = new_multiplier(m1);
+  auto c2 = new_multiplier(m2);
+  // The node is allocated before anything is handed over to it.
+  return ProofRef(
+      new la::LaComb(c1.release(), p1.take(), c2.release(), p2.take(), 0, 0, 0));
 }
 
 // The chain of the leaves order[begin..end), of which there are two or more.

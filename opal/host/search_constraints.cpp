@@ -99,9 +99,12 @@ ProofRef SearchConstraints::refutation(FarkasCombination combination) {
 
 ProofRef SearchConstraints::join(int left, ProofRef left_proof, int right,
                                  ProofRef right_proof) {
-  return ProofRef(new laz::LaZInternalBBProof(
-      left_proof.take(), right_proof.take(), mapper_id(left), mapper_id(right),
-      constraint_term(left), constraint_term(right)));
+  const int left_id = mapper_id(left), right_id = mapper_id(right);
+  la::LinearTerm left_term = constraint_term(left), right_term = constraint_term(right);
+  // What can fail has been done before the premises are handed over.
+  return ProofRef(new laz::LaZInternalBBProof(left_proof.take(), right_proof.take(),
+                                              left_id, right_id, std::move(left_term),
+                                              std::move(right_term)));
 }
 
 }  // namespace opal::host

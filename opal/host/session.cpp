@@ -54,9 +54,11 @@ Conjunction Session::Impl::take_apart(const Term_* formula) {
 }
 
 void Session::Impl::assert_atoms(const Conjunction& conjunction) {
-  for (const Term_* atom : conjunction.atoms) {
-    solver.assert_constraint(mapper.constraint(atom));
-  }
+  std::vector<int> ids;
+  ids.reserve(conjunction.atoms.size());
+  for (const Term_* atom : conjunction.atoms)
+    ids.push_back(mapper.constraint(atom));
+  solver.assert_constraints(ids);
 }
 
 void Session::Impl::forget_answer() {
@@ -74,8 +76,14 @@ void Session::Impl::assert_formula(const Term_* formula, const std::string& name
   }
   Conjunction conjunction = take_apart(formula);
   forget_answer();
-  assert_atoms(conjunction);
-  stack.add(std::move(conjunction), name);
+  const std::size_t before = stack.parts().size();
+  stack.add(conjunction, name);
+  try {
+    assert_atoms(conjunction);
+  } catch (...) {
+    stack.shrink(before);
+    throw;
+  }
 }
 
 void Session::Impl::reset_assertions() {
@@ -147,8 +155,13 @@ void Session::set_method(la::Solver::Method method) { impl_->solver.set_method(m
 
 void Session::push() {
   impl_->forget_answer();
-  impl_->solver.push();
   impl_->stack.push();
+  try {
+    impl_->solver.push();
+  } catch (...) {
+    impl_->stack.pop();
+    throw;
+  }
 }
 
 void Session::pop() {

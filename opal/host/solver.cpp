@@ -58,17 +58,14 @@ class Solver::Impl {
   Impl(host::Mapper& mapper, host::Limits& limits)
       : mapper_(mapper),
         limits_(limits),
-        constraints_(mapper),
-        graph_(constraints_, limits),
-        simplex_(constraints_, limits),
-        integers_(mapper, constraints_, limits) {}
+        search_(std::make_unique<Search>(mapper, limits)) {}
 
   void push() {
     forget();
     levels_.push_back(counts());
   }
   void pop();
-  void assert_constraint(int id);
+  void assert_constraints(const std::vector<int>& ids);
   Verdict check();
   [[nodiscard]] ProofRef refutation() const;
   [[nodiscard]] QNumber value(int var) const;
@@ -78,6 +75,18 @@ class Solver::Impl {
   Statistics statistics;
 
  private:
+  // What decides, and the constraints that it adds to those that are asserted.
+  struct Search {
+    Search(host::Mapper& mapper, host::Limits& limits)
+        : constraints(mapper),
+          graph(constraints, limits),
+          simplex(constraints, limits),
+          integers(mapper, constraints, limits) {}
+    host::SearchConstraints constraints;
+    DifferenceGraph graph;
+    host::Simplex simplex;
+    host::IntegerSearch integers;
+  };
   struct Counts {
     std::size_t convex;
     std::size_t disequalities;
@@ -92,6 +101,8 @@ class Solver::Impl {
     FarkasCombination first;
     FarkasCombination second;
   };
+  void assert_constraint(int id);
+  void restore(const Counts& counts);
   [[nodiscard]] Counts counts() const {
     return {convex_.size(), disequalities_.size(), trivial_.size(),
             differences_,   with_integers_,        with_reals_};
@@ -102,11 +113,14 @@ class Solver::Impl {
     integer_refutation_ = ProofRef();
     decider_ = nullptr;
     keep_asserted();
-    constraints_.clear();
+    if (search_) search_->constraints.clear();
   }
   void keep_asserted() {
-    graph_.retract(std::min(graph_.size(), convex_.size()));
-    simplex_.retract(std::min(simplex_.size(), convex_.size()));
+    if (!search_) return;
+    DifferenceGraph& graph = search_->graph;
+    host::Simplex& simplex = search_->simplex;
+    graph.retract(std::min(graph.size(), convex_.size()));
+    simplex.retract(std::min(simplex.size(), convex_.size()));
   }
   [[nodiscard]] Decider& choose_decider();
   std::optional<Refutation> refute_convex(Decider& decider);
@@ -119,9 +133,8 @@ class Solver::Impl {
   void choose_epsilon();
   void narrow_epsilon(int id);
 
-  const host::Mapper& mapper_;
+  host::Mapper& mapper_;
   host::Limits& limits_;
-  host::SearchConstraints constraints_;
   std::vector<int> convex_;         // asserted constraints with variables, no NEQ
   std::vector<int> disequalities_;  // asserted disequalities with variables
   std::vector<int> trivial_;        // asserted constraints without variables that fail
@@ -129,9 +142,7 @@ class Solver::Impl {
   std::size_t with_integers_ = 0;   // how many of them have an integer variable
   std::size_t with_reals_ = 0;      // how many of them have a real variable
   std::vector<Counts> levels_;
-  DifferenceGraph graph_;
-  host::Simplex simplex_;
-  host::IntegerSearch integers_;
+  std::unique_ptr<Search> search_;  // null after memory ran out in it, until the next check
 
   // The answer of the last check.
   std::optional<Refutation> refutation_;
@@ -145,6 +156,10 @@ void Solver::Impl::pop() {
   forget();
   const Counts counts = levels_.back();
   levels_.pop_back();
+  restore(counts);
+}
+
+void Solver::Impl::restore(const Counts& counts) {
   convex_.resize(counts.convex);
   disequalities_.resize(counts.disequalities);
   trivial_.resize(counts.trivial);
@@ -154,8 +169,19 @@ void Solver::Impl::pop() {
   keep_asserted();
 }
 
-void Solver::Impl::assert_constraint(int id) {
+void Solver::Impl::assert_constraints(const std::vector<int>& ids) {
   forget();
+  const Counts before = counts();
+  try {
+    for (const int id : ids)
+      assert_constraint(id);
+  } catch (...) {
+    restore(before);
+    throw;
+  }
+}
+
+void Solver::Impl::assert_constraint(int id) {
   if (id == host::Mapper::ZERO_CONSTRAINT) return;
   const LinearTerm& term = mapper_.constraint_term(id);
   if (!term.vars.has_vars()) {
@@ -182,14 +208,16 @@ void Solver::Impl::count(const LinearTerm& term) {
 Decider& Solver::Impl::choose_decider() {
   statistics.differences = differences_ == convex_.size() + disequalities_.size();
   const bool mixed = with_integers_ > 0 && with_reals_ > 0;
-  if (method == Method::AUTO && statistics.differences && !mixed) return graph_;
+  if (method == Method::AUTO && statistics.differences && !mixed) return search_->graph;
   const bool exact = method == Method::EXACT || with_integers_ > 0;
-  simplex_.set_effort(exact ? host::Simplex::Effort::EXACT : host::Simplex::Effort::NORMAL);
-  return simplex_;
+  search_->simplex.set_effort(exact ? host::Simplex::Effort::EXACT
+                                    : host::Simplex::Effort::NORMAL);
+  return search_->simplex;
 }
 
 Solver::Verdict Solver::Impl::check() {
   forget();
+  if (!search_) search_ = std::make_unique<Search>(mapper_, limits_);
   ++statistics.checks;
   Decider& decider = choose_decider();
   Verdict verdict = Verdict::UNKNOWN;
@@ -199,15 +227,19 @@ Solver::Verdict Solver::Impl::check() {
       decider_ = &decider;
       choose_epsilon();
     }
-  } catch (...) {
+  } catch (const host::LimitReached&) {
+    forget();
+    throw;
+  } catch (...) {  // memory ran out, maybe in the middle of a change
+    search_.reset();
     forget();
     throw;
   }
-  statistics.pivots = simplex_.pivots();
-  statistics.relaxations = graph_.relaxations();
-  statistics.rows = simplex_.rows();
-  statistics.nodes = integers_.statistics().nodes;
-  statistics.cuts = integers_.statistics().cuts;
+  statistics.pivots = search_->simplex.pivots();
+  statistics.relaxations = search_->graph.relaxations();
+  statistics.rows = search_->simplex.rows();
+  statistics.nodes = search_->integers.statistics().nodes;
+  statistics.cuts = search_->integers.statistics().cuts;
   return verdict;
 }
 
@@ -219,13 +251,14 @@ Solver::Verdict Solver::Impl::decide(Decider& decider) {
 }
 
 Solver::Verdict Solver::Impl::decide_integers(Decider& decider) {
-  switch (integers_.decide({&convex_, &disequalities_, &decider,
-                            /*cuts=*/&decider == &simplex_, branch_limit})) {
+  switch (
+      search_->integers.decide({&convex_, &disequalities_, &decider,
+                                /*cuts=*/&decider == &search_->simplex, branch_limit})) {
     case host::IntegerSearch::Verdict::SAT: return Verdict::SAT;
     case host::IntegerSearch::Verdict::UNKNOWN: return Verdict::UNKNOWN;
     case host::IntegerSearch::Verdict::UNSAT: break;
   }
-  integer_refutation_ = integers_.take_refutation();
+  integer_refutation_ = search_->integers.take_refutation();
   return Verdict::UNSAT;
 }
 
@@ -297,10 +330,11 @@ void Solver::Impl::narrow_epsilon(int id) {
 ProofRef Solver::Impl::refutation() const {
   if (integer_refutation_) return integer_refutation_;
   assert(refutation_);
-  ProofRef first = host::farkas_proof(constraints_, refutation_->first);
+  ProofRef first = host::farkas_proof(search_->constraints, refutation_->first);
   if (!refutation_->disequality) return first;
-  return host::disequality_proof(*refutation_->disequality, std::move(first),
-                                 host::farkas_proof(constraints_, refutation_->second));
+  return host::disequality_proof(
+      *refutation_->disequality, std::move(first),
+      host::farkas_proof(search_->constraints, refutation_->second));
 }
 
 QNumber Solver::Impl::value(int var) const {
@@ -319,7 +353,11 @@ void Solver::set_method(Method method) { impl_->method = method; }
 void Solver::set_branch_limit(std::size_t nodes) { impl_->branch_limit = nodes; }
 void Solver::push() { impl_->push(); }
 void Solver::pop() { impl_->pop(); }
-void Solver::assert_constraint(int constr_id) { impl_->assert_constraint(constr_id); }
+void Solver::assert_constraint(int constr_id) { impl_->assert_constraints({constr_id}); }
+
+void Solver::assert_constraints(const std::vector<int>& ids) {
+  impl_->assert_constraints(ids);
+}
 Solver::Verdict Solver::check() { return impl_->check(); }
 ProofRef Solver::refutation() const { return impl_->refutation(); }
 QNumber Solver::value(int var) const { return impl_->value(var); }

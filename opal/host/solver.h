@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "opal/host/limits.h"
 #include "opal/host/mapper.h"
@@ -53,8 +54,10 @@ class Solver {
   /// Takes back what was asserted since the matching push(). There must be one.
   void pop();
   /// Adds the constraint of an id that the mapper gave; the zero constraint adds nothing.
-  /// Asserting one twice is allowed.
+  /// Asserting one twice is allowed. When memory runs out, nothing is added.
   void assert_constraint(int constr_id);
+  /// Adds all of them, or none when memory runs out.
+  void assert_constraints(const std::vector<int>& ids);
 
   /// Decides what is asserted. Throws host::LimitReached at a limit, after which the
   /// solver can go on.
