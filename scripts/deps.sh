@@ -13,7 +13,7 @@ test=(clang libclang-rt-14-dev clang-format-14 libgtest-dev libgmock-dev valgrin
   pkgconf bash-completion zsh doxygen)
 lint=(clang-tidy)
 package=(dpkg-dev file)
-bench=(libbenchmark-dev libflint-dev libabsl-dev)
+bench=(libgtest-dev libbenchmark-dev libflint-dev libabsl-dev)
 
 case "${1:-}" in
   build) wanted=("${build[@]}") ;;
