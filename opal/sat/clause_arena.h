@@ -1,17 +1,16 @@
 // The clauses of a search, one behind the other in one array of words.
 //
 //   word 0    number of literals
-//   word 1    bits: learned, garbage, explanation, 2 bits of recent use; above them the glue
+//   word 1    bits: kind (2), garbage, moved, recent uses (2); above them the glue
 //   word 2    id in the proof store, or NO_CLAUSE
 //   word 3..  literals
 //
 // A clause is named by the index of its word 0, its ClauseRef. Garbage stays in place until
-// collect() moves the rest together; forward() then says where a clause has gone.
+// the rest is moved to a new arena, in the order in which it is wanted there.
 
 #ifndef OPAL_SAT_CLAUSE_ARENA_H
 #define OPAL_SAT_CLAUSE_ARENA_H
 
-#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -31,9 +30,9 @@ constexpr ClauseRef NO_REF = 0xFFFFFFFFU;
 /// Stands for the reason of a literal that the theory implied and has not explained.
 constexpr ClauseRef THEORY_REF = 0xFFFFFFFEU;
 
-/// What a clause is there for. An EXPLANATION is the reason of one literal, is watched by
+/// What a clause is there for. A LEMMA is KEPT too, until it is asked away. An EXPLANATION is the reason of one literal, is watched by
 /// nothing and goes when the literal loses its value.
-enum class ClauseKind : std::uint8_t { KEPT, LEARNED, EXPLANATION };
+enum class ClauseKind : std::uint8_t { KEPT, LEMMA, LEARNED, EXPLANATION };
 
 class Clause {
  public:
@@ -68,8 +67,9 @@ class Clause {
   friend class ClauseArena;
   static constexpr std::uint32_t HEADER = 3;
   static constexpr std::uint32_t GARBAGE = 4;
-  static constexpr std::uint32_t USES_SHIFT = 3;
-  static constexpr std::uint32_t GLUE_SHIFT = 5;
+  static constexpr std::uint32_t MOVED = 8;
+  static constexpr std::uint32_t USES_SHIFT = 4;
+  static constexpr std::uint32_t GLUE_SHIFT = 6;
   static_assert(sizeof(Literal) == sizeof(std::uint32_t), "literals lie in words");
 
   std::uint32_t* words_;
@@ -89,7 +89,7 @@ class ClauseArena {
     return static_cast<ClauseRef>(ref);
   }
 
-  /// Valid until a clause is added or collect() is called.
+  /// Valid until a clause is added or moved.
   Clause operator[](ClauseRef ref) {
     assert(ref + Clause::HEADER < words_.size());
     return Clause(&words_[ref]);
@@ -113,34 +113,24 @@ class ClauseArena {
       if ((words_[ref + 1] & Clause::GARBAGE) == 0) visit(static_cast<ClauseRef>(ref));
   }
 
-  /// Prepares the moving together: from here until finish_collection(), forward() says where
-  /// each clause that is not garbage will be. No clause may be read in between.
-  void begin_collection() {
-    std::uint32_t target = 0;
-    std::size_t size = 0;
-    for (std::size_t ref = 0; ref < words_.size(); ref += size) {
-      size = Clause::HEADER + std::size_t{words_[ref]};
-      if ((words_[ref + 1] & Clause::GARBAGE) != 0) continue;
-      forwards_.push_back({static_cast<ClauseRef>(ref), target});
-      target += static_cast<std::uint32_t>(size);
-    }
+  /// Moves a clause to `target` unless it was moved already; where it is there. Its old
+  /// place keeps the forwarding address only.
+  ClauseRef move(ClauseRef ref, ClauseArena& target) {
+    Clause clause = (*this)[ref];
+    assert(!clause.is_garbage());
+    if ((words_[ref + 1] & Clause::MOVED) != 0) return words_[ref + 2];
+    const std::uint32_t* const begin = &words_[ref];
+    const auto moved = static_cast<ClauseRef>(target.words_.size());
+    target.words_.insert(target.words_.end(), begin, begin + Clause::HEADER + clause.size());
+    words_[ref + 1] |= Clause::MOVED;
+    words_[ref + 2] = moved;
+    return moved;
   }
-  [[nodiscard]] ClauseRef forward(ClauseRef ref) const {
-    const auto found = std::lower_bound(
-        forwards_.begin(), forwards_.end(), ref,
-        [](const Forward& entry, ClauseRef wanted) { return entry.from < wanted; });
-    assert(found != forwards_.end() && found->from == ref);
-    return found->to;
-  }
+  void reserve(std::size_t words) { words_.reserve(words); }
 
  private:
-  struct Forward {
-    ClauseRef from;
-    ClauseRef to;
-  };
   std::vector<std::uint32_t> words_;
-  std::vector<Forward> forwards_;
-  std::size_t garbage_ = 0;
+  std::size_t garbage_ = 0;  // words of clauses that are garbage
 };
 
 }  // namespace opal::sat

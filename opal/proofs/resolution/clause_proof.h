@@ -122,8 +122,8 @@ class ClauseProof {
   Variable variable_end_ = 0;
 };
 
-/// The nodes that the root of `proof` needs, in the order in which they stood.
-[[nodiscard]] ClauseProof trimmed(const ClauseProof& proof);
+/// The nodes that `root` needs, itself last, in the order in which they stood.
+[[nodiscard]] ClauseProof trimmed(const ClauseProof& proof, NodeIndex root);
 
 /// The clause that the root of `proof` proves, sorted.
 [[nodiscard]] std::vector<Literal> conclusion(const ClauseProof& proof);

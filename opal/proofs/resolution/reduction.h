@@ -27,7 +27,7 @@ namespace opal::resolution {
 [[nodiscard]] ClauseProof recycle_pivots(const ClauseProof& proof, host::Limits* limits);
 
 /// Both, one after the other, for at most about `seconds`: what was reached by then is the
-/// answer. LimitReached is thrown when `limits`, which may be null, end it before.
+/// answer. `limits` may be null; LimitReached is thrown when they end the work before.
 [[nodiscard]] ClauseProof reduced(ClauseProof proof, double seconds, host::Limits* limits);
 
 }  // namespace opal::resolution
