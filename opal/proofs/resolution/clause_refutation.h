@@ -37,10 +37,19 @@ struct Meaning {
   std::uint32_t assertion = 0;
 };
 
+/// A number that an assertion's clauses have a fresh constant for: an `ite` of numbers, or
+/// another term that the clauses say all about. Two assertions never share a constant.
+struct Definition {
+  const Term_* constant = nullptr;
+  const Term_* term = nullptr;  // may have constants of earlier definitions in it
+  std::uint32_t assertion = 0;
+};
+
 /// A proof of the empty clause. Terms belong to their manager.
 struct ClauseRefutation {
   ClauseProof proof;
   std::vector<Meaning> meanings;  // by variable; at least proof.variable_end() of them
+  std::vector<Definition> definitions;  // of all assertions, those of inner terms first
 
   [[nodiscard]] const Meaning& meaning(Variable variable) const {
     assert(variable < meanings.size());
