@@ -34,19 +34,6 @@ bool numerals_compare(const Term_* atom) {
   return a != b;
 }
 
-// a - b = m * floor((a - b) / m) for a congruence, with the magnitude of m.
-const Term_* equality_of(Terms& terms, const Term_* congruence) {
-  const BuildingFlagScope simplified(terms, 1);
-  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
-  const Term_* const subtrahend =
-      terms.make_times(terms.make_number(-1), congruence->arg(1));
-  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
-  const Term_* const quotient =
-      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
-  return terms.make_equal(difference,
-                          terms.make_times(terms.make_number(modulus), quotient));
-}
-
 using Truth = std::optional<bool>;
 
 // The truth values of formulas that are true, or false, whatever the values of their
@@ -141,7 +128,7 @@ class Decomposition {
       case Kind::AND: return junction(goal, goal.positive);
       case Kind::OR: return junction(goal, !goal.positive);
       case Kind::VARIABLE: return refuse("Boolean variable", goal);
-      case Kind::CONGRUENCE: t = equality_of(terms_, t); break;
+      case Kind::CONGRUENCE: t = congruence_equality(terms_, t); break;
       default: break;
     }
     if (compares_formulas(t)) return equivalence(goal);
@@ -208,6 +195,18 @@ class Decomposition {
 std::vector<const Term_*> conjuncts(Terms& terms, const Term_* formula) {
   assert(Terms::sort_of(formula) == Sort::BOOL);
   return Decomposition(terms, formula).atoms();
+}
+
+const Term_* congruence_equality(Terms& terms, const Term_* congruence) {
+  const BuildingFlagScope simplified(terms, 1);
+  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
+  const Term_* const subtrahend =
+      terms.make_times(terms.make_number(-1), congruence->arg(1));
+  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
+  const Term_* const quotient =
+      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
+  return terms.make_equal(difference,
+                          terms.make_times(terms.make_number(modulus), quotient));
 }
 
 std::vector<const Term_*> floor_definitions(Terms& terms, const Term_* atom) {

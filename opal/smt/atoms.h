@@ -19,12 +19,14 @@
 #ifndef OPAL_SMT_ATOMS_H
 #define OPAL_SMT_ATOMS_H
 
+#include <functional>
 #include <vector>
 
 #include "opal/interfaces/equation.h"
 #include "opal/linear/linear_form.h"
 #include "opal/linear/mapper.h"
 #include "opal/sat/search.h"
+#include "opal/smt/arithmetic_theory.h"
 #include "opal/terms/terms.h"
 
 namespace opal::smt {
@@ -42,31 +44,32 @@ struct CanonicalLiteral {
 /// The canonical form of an arithmetic atom of kind LEQ, LT, EQ or NEQ. Throws
 /// host::NotLinear. Time linear in the atom.
 [[nodiscard]] CanonicalLiteral canonical_literal(host::Terms& terms, const Term_* atom);
+/// That of the constraint `form relation 0`; the relation is one of la::LinearTerm.
+[[nodiscard]] CanonicalLiteral canonical_literal(host::Terms& terms, host::LinearForm form,
+                                                 int relation);
 
-/// Who has to know of an arithmetic atom when it is made.
-class AtomObserver {
- public:
-  virtual ~AtomObserver() = default;
-  /// `variable` stands for the constraint `positive` of the mapper, its negation for the
-  /// constraint `negative`.
-  virtual void add_atom(sat::Variable variable, int positive, int negative) = 0;
-};
+/// Called when an arithmetic atom is made: `variable` stands for the constraint `positive` of
+/// the mapper, its negation for the constraint `negative`.
+using AtomObserver = std::function<void(sat::Variable variable, int positive, int negative)>;
 
-class Atoms {
+class Atoms final : public BoundAtoms {
  public:
   /// Keeps references to all of them.
   Atoms(host::Terms& terms, host::Mapper& mapper, sat::Search& search,
-        AtomObserver& observer);
+        AtomObserver observer);
 
   /// The literal of an arithmetic atom (LEQ, LT, EQ, NEQ) or a Boolean variable, made at
   /// first sight; TRUE_LITERAL or FALSE_LITERAL for an atom that does not depend on its
   /// variables. Constant time but for the first sight of an atom.
   [[nodiscard]] sat::Literal literal(const Term_* atom);
+  /// The literal of a constraint that the theory asks for in the middle of a search.
+  [[nodiscard]] sat::Literal literal(const la::LinearTerm& constraint,
+                                     sat::Consequences& consequences) override;
   /// What `variable` stands for, as a formula; null when it was not made here.
   [[nodiscard]] const Term_* atom(sat::Variable variable) const {
     return variable < atoms_.size() ? atoms_[variable] : nullptr;
   }
-  /// The variable of a Boolean variable term that has one; else an invalid literal.
+  /// The literal of an atom that literal() has seen; else an invalid literal.
   [[nodiscard]] sat::Literal known_literal(const Term_* atom) const {
     return atom->id() < literals_.size() ? literals_[atom->id()] : sat::Literal();
   }
@@ -74,12 +77,16 @@ class Atoms {
   [[nodiscard]] std::size_t arithmetic_count() const { return arithmetic_count_; }
 
  private:
-  sat::Literal variable_literal(const Term_* canonical);
+  using VariableMaker = std::function<sat::Variable(sat::VariableKind)>;
+
+  sat::Literal canonical_variable(const CanonicalLiteral& canonical,
+                                  const VariableMaker& make_variable);
+  void remember(const Term_* atom, sat::Literal literal);
 
   host::Terms& terms_;
   host::Mapper& mapper_;
   sat::Search& search_;
-  AtomObserver& observer_;
+  AtomObserver observer_;
   std::vector<sat::Literal> literals_;  // by the id of a term; invalid: not seen
   std::vector<const Term_*> atoms_;     // by variable; null: not made here
   std::size_t arithmetic_count_ = 0;
