@@ -38,19 +38,6 @@ bool is_choice(const Term_* t) {
   return Terms::kind_of(t) == Kind::ITE && Terms::sort_of(t) == Sort::BOOL;
 }
 
-// a - b = m * floor((a - b) / m) for a congruence, with the magnitude of m.
-const Term_* equality_of(Terms& terms, const Term_* congruence) {
-  const BuildingFlagScope simplified(terms, 1);
-  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
-  const Term_* const subtrahend =
-      terms.make_times(terms.make_number(-1), congruence->arg(1));
-  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
-  const Term_* const quotient =
-      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
-  return terms.make_equal(difference,
-                          terms.make_times(terms.make_number(modulus), quotient));
-}
-
 using Truth = std::optional<bool>;
 
 // The truth values of formulas that are true, or false, whatever the values of their
@@ -153,7 +140,7 @@ class Decomposition {
       case Kind::OR: return junction(goal, !goal.positive);
       case Kind::ITE: return choice(goal);
       case Kind::VARIABLE: return refuse("Boolean variable", goal);
-      case Kind::CONGRUENCE: t = equality_of(terms_, t); break;
+      case Kind::CONGRUENCE: t = congruence_equality(terms_, t); break;
       default: break;
     }
     if (compares_formulas(t)) return equivalence(goal);
@@ -228,6 +215,18 @@ class Decomposition {
 std::vector<const Term_*> conjuncts(Terms& terms, const Term_* formula) {
   assert(Terms::sort_of(formula) == Sort::BOOL);
   return Decomposition(terms, formula).atoms();
+}
+
+const Term_* congruence_equality(Terms& terms, const Term_* congruence) {
+  const BuildingFlagScope simplified(terms, 1);
+  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
+  const Term_* const subtrahend =
+      terms.make_times(terms.make_number(-1), congruence->arg(1));
+  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
+  const Term_* const quotient =
+      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
+  return terms.make_equal(difference,
+                          terms.make_times(terms.make_number(modulus), quotient));
 }
 
 std::vector<const Term_*> floor_definitions(Terms& terms, const Term_* atom) {
