@@ -34,6 +34,10 @@ bool numerals_compare(const Term_* atom) {
   return a != b;
 }
 
+bool is_choice(const Term_* t) {
+  return Terms::kind_of(t) == Kind::ITE && Terms::sort_of(t) == Sort::BOOL;
+}
+
 using Truth = std::optional<bool>;
 
 // The truth values of formulas that are true, or false, whatever the values of their
@@ -59,7 +63,7 @@ class Folding {
  private:
   static bool is_connective(const Term_* t) {
     const Kind kind = Terms::kind_of(t);
-    return kind == Kind::NOT || kind == Kind::AND || kind == Kind::OR ||
+    return kind == Kind::NOT || kind == Kind::AND || kind == Kind::OR || is_choice(t) ||
            compares_formulas(t);
   }
 
@@ -72,6 +76,7 @@ class Folding {
       case Kind::NOT: return argument(0) ? Truth(!*argument(0)) : std::nullopt;
       case Kind::AND: return fold_connective(argument(0), argument(1), false);
       case Kind::OR: return fold_connective(argument(0), argument(1), true);
+      case Kind::ITE: return fold_choice(argument(0), argument(1), argument(2));
       case Kind::LEQ:
       case Kind::LT:
       case Kind::EQ:
@@ -93,6 +98,12 @@ class Folding {
   static Truth fold_connective(Truth a, Truth b, bool decisive) {
     if (a == decisive || b == decisive) return decisive;
     return a && b ? Truth(!decisive) : std::nullopt;
+  }
+
+  // What the condition chooses, or what both cases are.
+  static Truth fold_choice(Truth condition, Truth a, Truth b) {
+    if (condition) return *condition ? a : b;
+    return a == b ? a : std::nullopt;
   }
 
   std::unordered_map<const Term_*, Truth> values_;
@@ -127,6 +138,7 @@ class Decomposition {
       case Kind::NOT: stack_.push_back({t->arg(0), !goal.positive}); return true;
       case Kind::AND: return junction(goal, goal.positive);
       case Kind::OR: return junction(goal, !goal.positive);
+      case Kind::ITE: return choice(goal);
       case Kind::VARIABLE: return refuse("Boolean variable", goal);
       case Kind::CONGRUENCE: t = congruence_equality(terms_, t); break;
       default: break;
@@ -151,6 +163,14 @@ class Decomposition {
       return true;
     }
     return refuse("disjunction", goal);
+  }
+
+  // A choice whose condition is true or false.
+  bool choice(Goal goal) {
+    const Truth condition = folding_.value(goal.formula->arg(0));
+    if (!condition) return refuse("choice", goal);
+    stack_.push_back({goal.formula->arg(*condition ? 1 : 2), goal.positive});
+    return true;
   }
 
   // An equality between formulas of which one is true or false.
