@@ -49,6 +49,7 @@ void Interpreter::pop(const Command& command) {
   for (std::size_t i = 0; i < count; ++i)
     session_->pop();
   symbols_.pop(count, settings_.global_declarations);
+  lost_.pop_to(session_->levels());
   succeed();
 }
 
@@ -63,7 +64,12 @@ void Interpreter::reset(const Command& command) {
 void Interpreter::reset_assertions(const Command& command) {
   expect_operands(command, 0, 0);
   session_->reset_assertions();
-  if (!settings_.global_declarations) symbols_.clear();
+  if (settings_.global_declarations) {
+    lost_.reset_assertions();
+  } else {
+    symbols_.clear();
+    lost_.clear();
+  }
   succeed();
 }
 

@@ -1,3 +1,4 @@
+#include <cassert>
 #include <chrono>
 #include <sstream>
 
@@ -19,22 +20,29 @@ std::string value_text(TypedTerm t, const host::Model& model) {
 
 }  // namespace
 
+// The checks and texts of a proof that the options ask for.
+void Interpreter::look_at_proof(const Command& command) {
+  if (settings_.verify) session_->check_proof();
+  if (!settings_.dump_proof) return;
+  diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line << ": proof\n";
+  session_->dump_proof(diagnostics_);
+  diagnostics_.flush();
+}
+
 void Interpreter::check(const Command& command,
                         const std::vector<const Term_*>& assumptions) {
   const auto start = Clock::now();
   session_->set_method(settings_.method);
-  const Session::Verdict verdict = session_->check(assumptions);
-  if (settings_.verify && verdict == Session::Verdict::UNSAT) session_->check_proof();
-  if (settings_.dump_proof && verdict == Session::Verdict::UNSAT) {
-    diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
-                 << ": proof\n";
-    session_->dump_proof(diagnostics_);
-    diagnostics_.flush();
+  // No verdict could be answered; what a check finds is of no use then.
+  if (!lost_.forbid_unsat()) {
+    const Session::Verdict found = session_->check(assumptions);
+    if (found == Session::Verdict::UNSAT) look_at_proof(command);
+    if (found == Session::Verdict::UNKNOWN)
+      outcome_.limit_reached |= session_->reason_unknown() == "timeout";
   }
-  std::string text = "unknown";
-  if (verdict == Session::Verdict::SAT) text = "sat";
-  if (verdict == Session::Verdict::UNSAT) text = "unsat";
-  if (text == "unknown") outcome_.limit_reached |= session_->reason_unknown() == "timeout";
+  const auto verdict = last_verdict();
+  assert(verdict.has_value());
+  const std::string text = text_of(*verdict);
   report(command, text, std::chrono::duration<double>(Clock::now() - start).count());
   answer(text);
 }

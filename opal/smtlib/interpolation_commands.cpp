@@ -38,14 +38,20 @@ std::string list_of(const std::vector<const Term_*>& terms, Numbers numbers) {
 
 }  // namespace
 
+void Interpreter::expect_assertion(const Command& command, Node group,
+                                   const std::string& name) const {
+  const Definition* const definition = symbols_.find(name);
+  if (definition != nullptr && definition->named_formula) return;
+  std::string why = "no assertion is named " + host::symbol_text(name);
+  if (const std::string* const lost = lost_.find(name)) why += ": " + *lost;
+  fail_at(command, group, why);
+}
+
 InterpolationQuery Interpreter::query_of(const Command& command) const {
   GroupTree tree = parse_groups(command.source, Sexpr::ROOT);
   for (std::size_t g = 0; g < tree.names.size(); ++g)
-    for (const std::string& name : tree.names[g]) {
-      const Definition* definition = symbols_.find(name);
-      if (definition == nullptr || !definition->named_formula)
-        fail_at(command, tree.nodes[g], "no assertion is named " + host::symbol_text(name));
-    }
+    for (const std::string& name : tree.names[g])
+      expect_assertion(command, tree.nodes[g], name);
   InterpolationQuery query;
   query.groups = std::move(tree.names);
   query.first = std::move(tree.first);

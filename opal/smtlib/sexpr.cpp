@@ -95,6 +95,7 @@ std::size_t Sexpr::growth(std::string_view text) const {
 }
 
 const Sexpr* CommandReader::next() {
+  refused_name_.clear();
   if (!start_of_command()) return nullptr;
   const Position start = lexer_.position();
   command_.clear();
@@ -119,6 +120,9 @@ const Sexpr* CommandReader::next() {
         command_.add(token, lexer_.text(), lexer_.position());
       }
     } catch (...) {
+      constexpr Sexpr::Node head = Sexpr::ROOT + 1;
+      if (command_.size() > head && command_.is_symbol(head))
+        refused_name_ = command_.text(head);
       skip_open_lists();
       command_.clear();
       throw;

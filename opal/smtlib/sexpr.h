@@ -91,6 +91,9 @@ class CommandReader {
   /// behind its last parenthesis is read. Throws Error for what is no list, and what the
   /// watch throws, after the whole of the faulty command has been passed over.
   const Sexpr* next();
+  /// The name of the command that next() has just refused, or "" when what it refused did
+  /// not begin as a command.
+  [[nodiscard]] const std::string& refused_name() const { return refused_name_; }
 
  private:
   bool start_of_command();
@@ -99,8 +102,9 @@ class CommandReader {
   Lexer lexer_;
   const Watch watch_;
   Sexpr command_;
-  std::uint32_t rubbish_line_ =
-      0;  // the last line reported for what stands outside of lists
+  std::string refused_name_;
+  // The last line for which text outside of lists was reported, or 0.
+  std::uint32_t rubbish_line_ = 0;
 };
 
 }  // namespace opal::smtlib

@@ -14,11 +14,8 @@ using Clock = std::chrono::steady_clock;
 
 std::vector<std::string> Interpreter::group_of(const Command& command, Node n) const {
   std::vector<std::string> names = parse_group(command.source, n);
-  for (const std::string& name : names) {
-    const Definition* definition = symbols_.find(name);
-    if (definition == nullptr || !definition->named_formula)
-      fail_at(command, n, "no assertion is named " + host::symbol_text(name));
-  }
+  for (const std::string& name : names)
+    expect_assertion(command, n, name);
   return names;
 }
 
@@ -48,6 +45,8 @@ SharedTermQuery Interpreter::shared_term_query(const Command& command) {
 
 void Interpreter::get_shared_term(const Command& command) {
   expect_operands(command, 4, 4);
+  if (lost_.forbid_unsat())
+    fail(command, "the assertions are not those of the script: " + lost_.summary());
   const auto start = Clock::now();
   const SharedTermQuery query = shared_term_query(command);
   const host::SharedTerm shared = session_->shared_term(query);

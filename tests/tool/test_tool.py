@@ -67,7 +67,7 @@ class Pipes(unittest.TestCase):
             ("(declare-const x Real)", "success"),
             ("(assert (! (< x\n0) :named a))", "success"),
             ("(assert (< x y))", '(error "<stdin>:2:27: undeclared symbol: y")'),
-            ("(check-sat)", "sat"),
+            ("(check-sat)", "unknown"),
             ("(assert (! (> x 0) :named b))", "success"),
             ("(check-sat)", "unsat"),
             ("(get-interpolants a b)", "((< x 0.0))"),
@@ -105,11 +105,24 @@ class Files(unittest.TestCase):
             self.assertEqual([line["exit"] for line in lines], [0, 1, 1, 0])
             self.assertEqual([line["checks"] for line in lines], [1, 0, 0, 1])
 
+    def test_where_an_error_ends_the_input(self):
+        text = "(assert y)" + CONTRADICTION
+        with tempfile.TemporaryDirectory() as folder:
+            file = pathlib.Path(folder, "bad.smt2")
+            file.write_text(text)
+            for name, option, answers in [
+                    (file, "auto", 1), (file, "stop", 1), (file, "continue", 2),
+                    ("-", "auto", 2), ("-", "stop", 1), ("-", "continue", 2)]:
+                done = subprocess.run([OPAL, "--on-error", option, name], input=text,
+                                      capture_output=True, text=True, timeout=10)
+                self.assertEqual((done.returncode, done.stdout.count("\n")), (1, answers))
+
     def test_usage(self):
         for arguments, status, text in [
             (["--help"], 0, "Examples:"), (["--version"], 0, "opal "),
             (["--mode", "most"], 2, "sum, conj, dual or auto"), (["--no-such"], 2, "no-such"),
             (["--cuts", "round"], 2, "modular, floor or auto"),
+            (["--on-error", "halt"], 2, "auto, stop or continue"),
             (["--timeout", "soon"], 2, "number"), (["--stats=xml"], 2, "xml"),
         ]:
             done = run("", *arguments)
