@@ -2,6 +2,7 @@
 
 #include <cassert>
 
+#include "opal/host/printer.h"
 #include "opal/utils/qnumber.h"
 
 namespace opal::smtlib {
@@ -33,7 +34,8 @@ std::string parse_new_symbol(const Sexpr& source, Sexpr::Node n, const SymbolTab
                              Numbers numbers) {
   if (!source.is_symbol(n)) fail_at(source, n, "expected a symbol");
   const std::string_view name = source.text(n);
-  if (source.kind(n) == Token::SYMBOL && is_reserved(name)) {
+  // A symbol that was written without bars needs them only if it is a reserved word.
+  if (source.kind(n) == Token::SYMBOL && host::symbol_text(name) != name) {
     fail_at(source, n, "reserved word used as a symbol");
   }
   if (operator_of(name, numbers) || name == "true" || name == "false") {
