@@ -1,3 +1,9 @@
+// Checks, and the questions about what they found: models, values, cores.
+//
+// A verdict is answered only when no failed command could have made it another one (see
+// lost_commands.cpp): `sat` becomes `unknown` after any loss, and a question about a model
+// is then an error.
+
 #include <cassert>
 #include <chrono>
 #include <sstream>
@@ -14,6 +20,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 std::string value_text(TypedTerm t, const host::Model& model) {
+  assert(t.is_well_sorted());
   if (t.sort == Sort::BOOL) return host::holds(t.term, model) ? "true" : "false";
   return host::number_text(host::evaluate(t.term, model), t.sort);
 }
@@ -22,6 +29,7 @@ std::string value_text(TypedTerm t, const host::Model& model) {
 
 // The checks and texts of a proof that the options ask for.
 void Interpreter::look_at_proof(const Command& command) {
+  assert(session_->last_verdict() == Session::Verdict::UNSAT);
   if (settings_.verify) session_->check_proof();
   if (!settings_.dump_proof) return;
   diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line << ": proof\n";
@@ -66,6 +74,7 @@ void Interpreter::check_sat_assuming(const Command& command) {
     literals.push_back(parsed.term);
     assumptions.emplace_back(parsed.term, command.source.written(n));
   }
+  assert(literals.size() == assumptions.size());
   assumptions_ = std::move(assumptions);
   check(command, literals);
 }
@@ -77,6 +86,7 @@ void Interpreter::get_model(const Command& command) {
   out << "(\n";
   for (const Definition& definition : symbols_.definitions()) {
     if (!definition.declared) continue;
+    assert(definition.parameters.empty());
     const TypedTerm variable = definition.body;
     out << "  (define-fun " << host::symbol_text(definition.name) << " () "
         << to_string(variable.sort) << ' ' << value_text(variable, session_->model())

@@ -1,3 +1,9 @@
+// Interpolants: the query, its answer, and the checks and reports that options ask for.
+//
+// An answer is printed last. What verification does not confirm, and what cannot be drawn
+// or written, is an error in its place.
+
+#include <cassert>
 #include <chrono>
 #include <ostream>
 #include <sstream>
@@ -52,6 +58,7 @@ InterpolationQuery Interpreter::query_of(const Command& command) const {
   for (std::size_t g = 0; g < tree.names.size(); ++g)
     for (const std::string& name : tree.names[g])
       expect_assertion(command, tree.nodes[g], name);
+  assert(tree.is_normal());
   InterpolationQuery query;
   query.groups = std::move(tree.names);
   query.first = std::move(tree.first);
@@ -78,6 +85,7 @@ void Interpreter::report_steps(const Command& command,
   diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
                << ": proof checked, " << checked.steps
                << " step(s) confirmed by an outside solver";
+  assert(checked.handed_on <= checked.steps);
   if (checked.handed_on > 0)
     diagnostics_ << ", " << checked.handed_on << " of them not by the first one";
   diagnostics_ << '\n';
@@ -102,6 +110,7 @@ void Interpreter::get_interpolants(const Command& command) {
   const auto start = Clock::now();
   const InterpolationQuery query = query_of(command);
   const host::Interpolants interpolants = session_->interpolants(query);
+  assert(interpolants.terms.size() + 1 == query.groups.size());
   mention_background(command, query);
   if (settings_.verify) {
     report_steps(command, session_->verify(query, interpolants, settings_.verify_with));

@@ -8,6 +8,7 @@
 
 #include "opal/smtlib/interpreter.h"
 
+#include <cassert>
 #include <chrono>
 #include <cstdio>
 #include <new>
@@ -75,7 +76,7 @@ Interpreter::Handler Interpreter::handler_of(std::string_view name) {
       {"set-info", &Interpreter::set_info},
       {"set-logic", &Interpreter::set_logic},
       {"set-option", &Interpreter::set_option},
-      // Known to the standard, not to us.
+      // Commands of the standard that are not supported.
       {"declare-datatype", &Interpreter::unsupported_command},
       {"declare-datatypes", &Interpreter::unsupported_command},
       {"declare-sort", &Interpreter::unsupported_command},
@@ -111,6 +112,7 @@ Interpreter::Outcome Interpreter::run(Input& input) {
       at = input.position();
       problem = "out of memory";
     }
+    assert(!problem.empty());
     ++outcome_.errors;
     note_failure(reader, at);
     answer("(error " +
@@ -119,6 +121,7 @@ Interpreter::Outcome Interpreter::run(Input& input) {
            ")");
     if (on_error() == OnError::STOP) break;
   }
+  assert(running_ == nullptr && session_ != nullptr);
   at_work_ = nullptr;
   return outcome_;
 }
@@ -153,6 +156,7 @@ void Interpreter::execute(const Sexpr& source) {
   if (handler_of(command.name) == nullptr)
     throw Error(source.position(operands[0]),
                 "unknown command " + source.shortened(operands[0]));
+  assert(running_ == nullptr);
   start_limits();
   try {
     carry_out(command);
@@ -187,9 +191,13 @@ void Interpreter::carry_out(const Command& command) {
     fail(command, error.what());
   } catch (const SettingError& error) {
     fail(command, error.what());
-  } catch (const Exception& error) {
-    fail(command, std::string("internal error: ") + error.what());
-  } catch (const std::logic_error& error) {
+  } catch (const Error&) {
+    throw;
+  } catch (const OutputError&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
     fail(command, std::string("internal error: ") + error.what());
   }
 }
@@ -206,6 +214,7 @@ void Interpreter::start_limits() {
   } else {
     limits.set_deadline(std::nullopt);
   }
+  assert(settings_.timeout >= 0);
   running_ = &limits;
 }
 
@@ -240,7 +249,7 @@ void Interpreter::fail(const Command& command, const std::string& what) const {
 }
 
 void Interpreter::fail_at(const Command& command, Node n, const std::string& what) const {
-  throw Error(command.source.position(n), what);
+  smtlib::fail_at(command.source, n, what);
 }
 
 std::string Interpreter::shortened(std::string message) {
@@ -251,7 +260,9 @@ std::string Interpreter::shortened(std::string message) {
 
 void Interpreter::expect_operands(const Command& command, std::size_t least,
                                   std::size_t most) const {
+  assert(least <= most);
   const std::size_t count = command.operands.size();
+  assert(count + 1 == command.source.children(Sexpr::ROOT).size());
   if (least <= count && count <= most) return;
   std::string expected = std::to_string(least);
   if (most != least) expected += " to " + std::to_string(most);
@@ -261,6 +272,7 @@ void Interpreter::expect_operands(const Command& command, std::size_t least,
 
 std::optional<Session::Verdict> Interpreter::last_verdict() const {
   const auto verdict = session_->last_verdict();
+  assert(lost_.is_normal());
   const bool withheld =
       lost_.forbid_unsat() || (verdict == Session::Verdict::SAT && lost_.forbid_sat());
   return withheld ? Session::Verdict::UNKNOWN : verdict;

@@ -1,3 +1,6 @@
+// Logic, options and infos. What concerns the options of this system is in settings.cpp.
+
+#include <cassert>
 #include <optional>
 #include <sstream>
 
@@ -83,6 +86,7 @@ void Interpreter::get_option(const Command& command) {
 std::string Interpreter::reason_unknown() const {
   const bool own = session_->last_verdict() == host::Session::Verdict::UNKNOWN;
   if (own && !lost_.forbid_unsat()) return session_->reason_unknown();
+  assert(lost_.forbid_sat());
   return "(incomplete " + host::string_literal(lost_.summary()) + ")";
 }
 
