@@ -209,6 +209,41 @@ class Sorts(unittest.TestCase):
             self.assertEqual(answer, f"(({term} {value}))")
 
 
+class LostCommands(unittest.TestCase):
+    """Scripts of which a part is refused here, and nothing by z3."""
+
+    def script(self, rng):
+        lines = ["(declare-const x Int) (declare-const y Int) (declare-fun f (Int) Int)"]
+        atom = lambda: f"({rng.choice(['<=', '<', '='])} {rng.choice('xy')} {rng.randint(0, 4)})"
+        level = 0
+        for k in range(40):
+            kind = rng.choice(["push", "pop", "check", "check", "lost", "simple", "simple", "name"])
+            if kind == "pop" and level == 0:
+                continue
+            level += {"push": 1, "pop": -1}.get(kind, 0)
+            lines.append({
+                "push": "(push 1)", "pop": "(pop 1)", "check": "(check-sat)",
+                "lost": rng.choice([f"(assert (or {atom()} {atom()}))", "(assert (> (f x) x))",
+                                    f"(assert (! (or {atom()} {atom()}) :named n{k}))",
+                                    f"(define-fun n{k} () Int (f y)) (assert (> x n{k}))"]),
+                "simple": f"(assert {rng.choice([atom(), f'(not {atom()})'])})",
+                "name": f"(assert (! {atom()} :named n{k}))"}[kind])
+        return "\n".join(lines)
+
+    def test_no_answer_is_given_that_they_could_have_made_another(self):
+        rng, counts = random.Random(7), {}
+        for _ in range(60):
+            text = self.script(rng)
+            truth = subprocess.run(["z3", "-in"], input=text, capture_output=True, text=True,
+                                   timeout=60).stdout.split()
+            ours = [line for line in run(text).stdout.split("\n") if line and line[0] != "("]
+            self.assertEqual(len(ours), len(truth), text)
+            for answer, right in zip(ours, truth):
+                self.assertIn(answer, [right, "unknown"], text)
+                counts[answer] = counts.get(answer, 0) + 1
+        self.assertGreater(min(counts[a] for a in ("sat", "unsat", "unknown")), 20, counts)
+
+
 class HugeInputs(unittest.TestCase):
     def answers(self, text, status=0):
         done = run(text + "\n(echo \"alive\")", preexec_fn=small_stack)
