@@ -98,7 +98,7 @@ class Package(unittest.TestCase):
             with self.assertRaisesRegex(opal.Error, message):
                 action()
         with self.assertRaisesRegex(opal.Unsupported, "disjunction"):
-            s.add("A", ~((x == 1) & (n == 2)))
+            s.add("A", x > 1, ~((x == 1) & (n == 2)))  # neither: x > 1 would be unsat below
         with self.assertRaises(TypeError):
             x < "1"
         self.assertEqual((s.check(), s.value(3 * x + n) <= 1 + s.value(n)), ("sat", True))
