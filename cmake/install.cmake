@@ -67,9 +67,9 @@ endforeach()
 # --- the tool, the checker of its proofs, their manual pages and completions
 if(OPAL_BUILD_TOOL)
   install(TARGETS opal RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(PROGRAMS tools/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
-  # The script looks for its package in ../share/opal.
-  install(DIRECTORY tools/opal_check_proof DESTINATION share/opal
+  install(PROGRAMS checkers/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # The program looks for them in ../share/opal.
+  install(DIRECTORY checkers DESTINATION share/opal
     FILES_MATCHING PATTERN "*.py")
   install(FILES docs/opal.1 docs/opal-check-proof.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -16,7 +16,7 @@ for folder in opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib
   printf '%-16s %7d\n' "$folder" "$n"
   total=$((total + n))
 done
-for folder in tools python; do
+for folder in checkers python; do
   n=$(lines $folder '*.py')
   printf '%-16s %7d\n' $folder "$n"
   total=$((total + n))

@@ -120,7 +120,7 @@ class Example:
         with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
             file.write(script)
             file.flush()
-            checker = [sys.executable, str(ROOT / "tools" / "opal-check-proof"), file.name, "-"]
+            checker = [sys.executable, str(ROOT / "checkers" / "opal-check-proof"), file.name, "-"]
             check = subprocess.run(checker, input=run.stdout, capture_output=True, text=True)
         verdicts = check.stdout.splitlines()
         print("\n" + "\n".join(verdicts) + check.stderr)

@@ -19,7 +19,7 @@ from fractions import Fraction
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
-sys.path[:0] = [str(ROOT / "tests" / "random"), str(ROOT / "tools"), str(HERE)]
+sys.path[:0] = [str(ROOT / "tests" / "random"), str(ROOT / "checkers"), str(HERE)]
 
 import integer_problems  # noqa: E402
 import mixed_problems  # noqa: E402
@@ -161,7 +161,7 @@ def fault_of_wrong():
     with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
         file.write(script)
         file.flush()
-        command = [sys.executable, str(ROOT / "tools" / "opal-check-proof"), file.name, "-"]
+        command = [ROOT / "checkers" / "opal-check-proof", file.name, "-"]
         for text, status, answers in ((proofs, 1, expected), (proofs + WRONG[0][0], 2, expected),
                                       ("(la-hyp", 2, []), ("unsat", 2, [])):
             run = subprocess.run(command, input=text, capture_output=True, text=True)
