@@ -5,6 +5,8 @@ T ?= 5
 S ?= 60
 SINCE ?= HEAD~1
 SEED ?=
+# Of the scripts in Python.
+export PYTHONPATH := $(CURDIR)/python
 
 .PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count coverage docs pictures install deb clean
 
@@ -42,7 +44,7 @@ bench-change:
 	python3 bench/change.py build/since/opal build/release/opal --commit $(SINCE)
 
 # Random problems until N interpolants are confirmed; from SEED if given, else a fresh one.
-# With OF=splits, N problems with shared terms.
+# With OF=splits, N problems with shared terms; with OF=formulas, formulas with disjunctions.
 soak:
 	scripts/deps.sh demo
 	scripts/build.sh release

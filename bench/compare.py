@@ -19,9 +19,10 @@ from collections import defaultdict
 from dataclasses import dataclass
 
 import families
-import measure
 import page
-from problem import conjunction, parse_all
+from opal_lab import programs
+from opal_lab.formulas import conjunction
+from opal_lab.sexpr import parse_all, size
 
 PROGRAMS = ("opal", "z3", "cvc5")
 
@@ -33,41 +34,6 @@ class Outcome:
     size: int = 0  # of the interpolant
 
 
-def is_constant(expression):
-    if isinstance(expression, str):
-        return expression[0].isdigit()
-    return expression[0] in ("-", "/") and all(map(is_constant, expression[1:]))
-
-
-def size(term):
-    """The distinct sub-terms of a printed term, its `let`s expanded; a number is one, with
-    its sign and denominator."""
-    numbers = {}  # of the distinct sub-terms
-    scopes = []
-    values = []
-    work = [("read", term)]
-    while work:
-        action, item = work.pop()
-        if action == "make":
-            head, count = item
-            values[-count:] = [numbers.setdefault((head, *values[-count:]), len(numbers))]
-        elif action == "bind":
-            scopes.append(dict(zip(item, values[-len(item):])))
-            del values[-len(item):]
-        elif action == "unbind":
-            scopes.pop()
-        elif isinstance(item, str) or is_constant(item):
-            known = [s[item] for s in reversed(scopes) if isinstance(item, str) and item in s]
-            values.append(known[0] if known else numbers.setdefault(str(item), len(numbers)))
-        elif item[0] == "let":
-            work += [("unbind", None), ("read", item[2]), ("bind", [n for n, _ in item[1]])]
-            work += [("read", bound) for _, bound in reversed(item[1])]
-        else:
-            work.append(("make", (str(item[0]), len(item) - 1)))
-            work += [("read", argument) for argument in reversed(item[1:])]
-    return len(numbers)
-
-
 class Runs:
     """Runs one problem's questions from files in a folder."""
 
@@ -77,7 +43,7 @@ class Runs:
 
     def run(self, command, text):
         self.script.write_text(text)
-        return measure.run(command + [str(self.script)], self.timeout)
+        return programs.run(command + [str(self.script)], self.timeout)
 
     def decide(self, program, problem):
         """The verdict, and the better of two runs unless they are long."""
@@ -99,8 +65,8 @@ class Runs:
     def interpolate_cvc5(self, problem):
         command = self.deciders["cvc5"] + ["--produce-interpolants"]
         lines = problem.header()[1:]
-        lines += [f"(assert {formula})" for side, formula in problem.formulas if side == 0]
-        second = [formula for side, formula in problem.formulas if side == 1]
+        lines += [f"(assert {formula})" for side, formula in problem.assertions if side == 0]
+        second = [formula for side, formula in problem.assertions if side == 1]
         lines.append(f"(get-interpolant I (not {conjunction(second)}))\n")
         seconds = 0
         for logic in (problem.logic, "ALL"):
@@ -175,7 +141,7 @@ def main():
     options.add_argument("--family", action="append", choices=families.FAMILIES)
     options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    machine = measure.machine()
+    machine = programs.machine()
     lines = [f"{arguments.timeout:g} s a run, {arguments.seeds} problems a size; ratio: the "
              "median of time / Opal's time."]
     with tempfile.TemporaryDirectory() as folder:

@@ -19,8 +19,8 @@ from collections import defaultdict
 import chains
 import families
 import integer_sizes
-import measure
 import page
+from opal_lab import programs
 
 RIVALS = (["z3", "-smt2"], ["cvc5", "--lang", "smt2"])
 SEEDS = 3
@@ -158,7 +158,7 @@ class Case:
             for name, command in self.commands.items():
                 if turn and self.seconds[name] > 1:  # long runs vary little
                     continue
-                run = measure.run(command, TIMEOUT)
+                run = programs.run(command, TIMEOUT)
                 if name == "opal":
                     self.check(run)
                     if run.seconds < self.seconds.get(name, math.inf):
@@ -170,7 +170,7 @@ class Case:
             raise SystemExit(f"{self.name}: the programs disagree: {self.verdicts}")
         self.size_of_sum = None
         if self.verdicts["opal"] == "unsat":
-            run = measure.run([tool, "--stats", "json", str(self.files["sum"])], TIMEOUT)
+            run = programs.run([tool, "--stats", "json", str(self.files["sum"])], TIMEOUT)
             self.check(run)
             self.size_of_sum = run.statistics().get("interpolant-size")
 
@@ -272,7 +272,7 @@ def links_rows(tool):
         with tempfile.NamedTemporaryFile("w", suffix=".smt2") as script:
             script.write(families.problem(family, 100, 1).to_interpolate("auto"))
             script.flush()
-            run = measure.run([tool, "--stats", "json", script.name], TIMEOUT)
+            run = programs.run([tool, "--stats", "json", script.name], TIMEOUT)
         size = run.statistics().get("interpolant-size", math.inf)
         rows.append((f"size of the interpolant of {family} 100", "itself",
                      f"at most {most}", f"{size:.0f}", run.status == 0 and size <= most))
@@ -299,7 +299,7 @@ def main():
                          choices=["micro", "tool", "chains"])
     arguments = options.parse_args()
     tool = str((arguments.build / "opal").resolve())
-    machine = measure.machine()
+    machine = programs.machine()
     rows, parts = [], []
     if "micro" not in arguments.skip:
         micro = Micro()

@@ -19,8 +19,8 @@ import tempfile
 from dataclasses import dataclass
 
 import families
-import measure
 import page
+from opal_lab import programs
 
 TIMEOUT = 60
 FOLDER = pathlib.Path(__file__).resolve().parent
@@ -51,7 +51,7 @@ def points(tool, family, largest, timeout):
                                stdout=script, check=True, timeout=20 * timeout)
             except subprocess.TimeoutExpired:
                 return result, size
-            run = measure.run([tool, script.name], timeout)
+            run = programs.run([tool, script.name], timeout)
         if run.timed_out:
             return result, size
         if run.status or run.verdict() != "unsat":
@@ -167,7 +167,7 @@ def main():
     options.add_argument("--family", action="append", choices=FAMILIES)
     options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    machine, tool = measure.machine(), str(arguments.tool.resolve())
+    machine, tool = programs.machine(), str(arguments.tool.resolve())
     all_points, ends = {}, {}
     for family in arguments.family or FAMILIES:
         all_points[family], ends[family] = points(tool, family, arguments.largest,

@@ -17,13 +17,13 @@ def cut(checker, step):
     if not step.arguments:
         raise Wrong(step, "expected a divisor")
     k = number_of(step, 1, step.arguments[0])
-    pairs = pairs(step, step.arguments[1:])
-    if not pairs or pairs[-1][0] != 1 or not pairs[-1][1].is_inequality:
+    premises = pairs(step, step.arguments[1:])
+    if not premises or premises[-1][0] != 1 or not premises[-1][1].is_inequality:
         raise Wrong(step, "expected a conclusion at the end, an inequality with number 1")
     hypotheses = []
     summands = []
-    upward = pairs[-1][1].key() in checker.right_branches
-    for multiplier, literal in pairs:
+    upward = premises[-1][1].key() in checker.right_branches
+    for multiplier, literal in premises:
         normal = literal.normal()
         if normal.relation not in ("<=", "=") or not literal.is_integer:
             raise Wrong(step, "expected integer constraints, neither strict nor !=, found "
@@ -49,15 +49,15 @@ def equalities(checker, step):
         ------------------  sum of mi*ei: integer coefficients of integer variables,
               false         and a constant that is no integer
     """
-    pairs = pairs(step, step.arguments)
+    premises = pairs(step, step.arguments)
     step.open = set()
-    for multiplier, literal in pairs:
+    for multiplier, literal in premises:
         if literal.relation != "=" or not literal.is_integer:
             raise Wrong(step, f"expected an equality of integers, found {literal}")
         if not multiplier:
             raise Wrong(step, "expected multipliers other than 0")
         step.open.update(checker.opened(step, literal.key(), literal.normal()))
-    total = combined([(m, literal.normal()) for m, literal in pairs])
+    total = combined([(m, literal.normal()) for m, literal in premises])
     if any(c.denominator != 1 for c in total.sum.values()):
         raise Wrong(step, f"expected integer coefficients, found {sum_text(total.sum)}")
     if total.constant.denominator == 1:

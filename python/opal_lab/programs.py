@@ -1,8 +1,10 @@
-"""Runs of programs with their time and peak memory."""
+"""Programs as children: what they print, their time and peak memory, and an end to them."""
 
+import contextlib
 import json
 import os
 import platform
+import signal
 import subprocess
 import tempfile
 import threading
@@ -31,34 +33,49 @@ class Run:
         return first if first in ("sat", "unsat") and not self.timed_out else "none"
 
 
-def run(command, timeout):
-    with tempfile.TemporaryFile("w+") as output, tempfile.TemporaryFile("w+") as errors:
+def text_file():
+    return tempfile.TemporaryFile("w+", encoding="utf-8", errors="surrogateescape")
+
+
+def run(command, seconds=None, text="", **settings):
+    """Runs a command with a text on its standard input; it and all that it started end after
+    so many seconds."""
+    with text_file() as source, text_file() as output, text_file() as errors:
+        source.write(text)
+        source.seek(0)
         started = time.perf_counter()
-        child = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=errors)
+        child = subprocess.Popen(command, stdin=source, stdout=output, stderr=errors,
+                                 start_new_session=True, **settings)
         late = threading.Event()
 
         def end():
             late.set()
-            child.kill()
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(child.pid, signal.SIGKILL)
 
-        timer = threading.Timer(timeout, end)
-        timer.start()
-        _, status, usage = os.wait4(child.pid, 0)
-        seconds = time.perf_counter() - started
-        timer.cancel()
+        timer = threading.Timer(seconds or 0, end)
+        if seconds is not None:
+            timer.start()
+        try:
+            _, status, usage = os.wait4(child.pid, 0)
+        except BaseException:
+            end()
+            raise
+        finally:
+            timer.cancel()
+        elapsed = time.perf_counter() - started
         child.returncode = os.waitstatus_to_exitcode(status)
         output.seek(0)
         errors.seek(0)
-        return Run(seconds, usage.ru_maxrss / 1024, child.returncode, output.read(),
+        return Run(elapsed, usage.ru_maxrss / 1024, child.returncode, output.read(),
                    errors.read(), late.is_set())
 
 
 def first_line(command):
     try:
-        text = subprocess.run(command, capture_output=True, text=True).stdout.strip()
+        return run(command).output.strip().split("\n")[0]
     except OSError:
         return None
-    return text.split("\n")[0]
 
 
 def machine():
