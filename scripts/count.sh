@@ -16,12 +16,13 @@ for folder in opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib
   printf '%-16s %7d\n' "$folder" "$n"
   total=$((total + n))
 done
-for folder in checkers python; do
+for folder in checkers python/opal; do
   n=$(lines $folder '*.py')
   printf '%-16s %7d\n' $folder "$n"
   total=$((total + n))
 done
-programs=$(lines tests '*.h' '*.cpp' '*.c' '*.py')
+# python/opal_lab serves tests first, the measurements second.
+programs=$(($(lines tests '*.h' '*.cpp' '*.c' '*.py') + $(lines python/opal_lab '*.py')))
 scripts=$(lines tests '*.smt2' '*.expect')
 tests=$((programs + scripts))
 printf '%-16s %7d\n' code $total

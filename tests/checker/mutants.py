@@ -6,7 +6,7 @@ from math import lcm
 from opal_check_proof.formulas import literals
 from opal_lab import sexpr
 from opal_lab.formulas import decision, negation, number, numeral
-from opal_lab.judges import ask_cvc5, ask_z3
+from opal_lab.judges import ask_cvc5, ask_z3_about
 from opal_lab.sexpr import expanded, is_number
 
 RULES = ["la-hyp", "la-hyp-eq", "la-comb", "la-neq", "la-spliteq", "la-unit",
@@ -144,14 +144,13 @@ class Judge:
         self.groups.append(alternatives)
 
     def answer(self):
-        questions = [decision(formulas, self.names()) for group in self.groups
-                     for formulas in group]
-        answers = iter(zip(ask_z3(questions, 1), questions))
+        answers = iter(ask_z3_about(self.names(), [f for group in self.groups for f in group], 1))
         for group in self.groups:
             said = [next(answers) for _ in group]
-            if not any(verdict == "unsat" for verdict, _ in said) and not any(
-                    verdict == "unknown" and ask_cvc5(question, 5) == "unsat"
-                    for verdict, question in said):
+            if "unsat" not in said and not any(
+                    verdict == "unknown" and
+                    ask_cvc5(decision(formulas, self.names()), 5) == "unsat"
+                    for verdict, formulas in zip(said, group)):
                 return False
         return True
 
