@@ -3,10 +3,10 @@
 
     bench/compare.py TOOL [--timeout S] [--seeds N] [--family F ...] [--page]
 
-prints a table for each family, and with --page writes them into the page of results. Every program reads the same formulas and decides them. For
-interpolants Opal gets two groups; cvc5 gets A as assertions and the negation of B as the
-conjecture, first in the problem's logic, and once more without a logic when that ends in an
-error. z3 4.8 has no interpolation. All times include the start of the process; a run that
+prints a table for each family, and with --page writes them into the page of results. Every
+program reads the same formulas and decides them. For interpolants Opal gets two groups; cvc5
+gets A as assertions and the negation of B as the conjecture, first in the problem's logic, and
+once more without a logic when that ends in an error. z3 4.8 has no interpolation. All times include the start of the process; a run that
 gives no answer counts with the time limit.
 """
 
@@ -19,6 +19,7 @@ from collections import defaultdict
 from dataclasses import dataclass
 
 import families
+import machine
 import page
 from opal_lab import programs
 from opal_lab.formulas import conjunction
@@ -141,7 +142,7 @@ def main():
     options.add_argument("--family", action="append", choices=families.FAMILIES)
     options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    machine = programs.machine()
+    described = machine.description()
     lines = [f"{arguments.timeout:g} s a run, {arguments.seeds} problems a size; ratio: the "
              "median of time / Opal's time."]
     with tempfile.TemporaryDirectory() as folder:
@@ -151,7 +152,7 @@ def main():
             print("\n".join([f"\n### {family}\n"] + rows), flush=True)
             lines += ["", f"### {family}", ""] + rows
     if arguments.page:
-        page.write_part("rivals", machine, lines)
+        page.write_part("rivals", described, lines)
 
 
 if __name__ == "__main__":

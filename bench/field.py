@@ -28,7 +28,7 @@ from field_script import State, commands_of, halves, with_query, without_questio
 from opal_lab import judges
 from opal_lab.interpolation import steps_of
 from opal_lab.programs import run
-from opal_lab.sexpr import parse_all, show, size
+from opal_lab.sexpr import parse_all, size
 
 VERDICTS = ("sat", "unsat", "unknown")
 OUTCOMES = ("right", "not known", "wrong", "refused", "unknown", "out of time", "crashed")
@@ -64,8 +64,8 @@ class Answers:
         answers = command.name().startswith(("check-sat", "get-")) or command.name() == "echo"
         place = PLACE.match(reply[1].strip('"')) if is_error(reply) else None
         if place:
-            last = [c for c in self.commands if (c.line, c.column) <= tuple(map(int, place.groups()))]
-            return last[-1:] == [command]
+            at = int(place[1]), int(place[2])
+            return [c for c in self.commands if (c.line, c.column) <= at][-1:] == [command]
         return answers or reply == "unsupported" and command.name().startswith("set-")
 
     def said(self, command):

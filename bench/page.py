@@ -26,7 +26,7 @@ def heading(machine):
 
 
 def write_part(part, machine, lines, path=PAGE):
-    """Replaces one part of the page; `machine` is what programs.machine() said at the start."""
+    """Replaces one part of the page; `machine` is its description at the start."""
     known = parts_of(path.read_text()) if path.exists() else {}
     command, title = PARTS[part]
     known[part] = "\n".join([f"## {title}", "", f"Written by `{command}`.", ""]

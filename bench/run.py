@@ -19,6 +19,7 @@ from collections import defaultdict
 import chains
 import families
 import integer_sizes
+import machine
 import page
 from opal_lab import programs
 
@@ -299,7 +300,7 @@ def main():
                          choices=["micro", "tool", "chains"])
     arguments = options.parse_args()
     tool = str((arguments.build / "opal").resolve())
-    machine = programs.machine()
+    described = machine.description()
     rows, parts = [], []
     if "micro" not in arguments.skip:
         micro = Micro()
@@ -327,7 +328,7 @@ def main():
         parts += integer_sizes.table(tool)
     if "chains" not in arguments.skip:
         parts += ["", "### Very long chains (bench/chains.py)", ""] + chains.table(tool)
-    page.write_part("targets", machine, summary(rows) + parts)
+    page.write_part("targets", described, summary(rows) + parts)
     print("\n".join(summary(rows)))
 
 

@@ -19,6 +19,7 @@ import tempfile
 from dataclasses import dataclass
 
 import families
+import machine
 import page
 from opal_lab import programs
 
@@ -167,7 +168,7 @@ def main():
     options.add_argument("--family", action="append", choices=FAMILIES)
     options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    machine, tool = programs.machine(), str(arguments.tool.resolve())
+    described, tool = machine.description(), str(arguments.tool.resolve())
     all_points, ends = {}, {}
     for family in arguments.family or FAMILIES:
         all_points[family], ends[family] = points(tool, family, arguments.largest,
@@ -180,7 +181,7 @@ def main():
     lines += table(all_points, ends)
     print("\n".join(lines))
     if arguments.page:
-        page.write_part("growth", machine, lines)
+        page.write_part("growth", described, lines)
 
 
 if __name__ == "__main__":

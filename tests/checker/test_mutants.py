@@ -2,8 +2,9 @@
 """Mutation test of the checker of exported proofs.
 
 Each proof is accepted, and each of its mutants is rejected unless z3 confirms that it is
-right. Both forms of a proof that the tool makes, S-expression and JSON, say the same. The proofs are those that the tool gives for the problems in cases.py and for random
-ones, and those in cases.py that the tool does not make.
+right. Both forms of a proof that the tool makes, S-expression and JSON, say the same. The
+proofs are those that the tool gives for the problems in cases.py and for random ones, and
+those in cases.py that the tool does not make.
 """
 
 import argparse

@@ -243,11 +243,11 @@ class Drawing:
 def assertions_of(rng, drawing):
     """What a problem asserts: clauses of literals, or deep formulas, or both."""
     atoms = sum(map(len, drawing.variables.values()))
-    clauses = rng.choice([0, atoms, 2 * atoms, 3 * atoms])
+    clauses = rng.choice([0, atoms, atoms, 2 * atoms])
     for _ in range(clauses):
-        literals = [drawing.literal() for _ in range(rng.choice([1, 2, 2, 3, 3]))]
+        literals = [drawing.literal() for _ in range(rng.choice([1, 2, 2, 3, 3, 3]))]
         yield literals[0] if len(literals) == 1 else f"(or {' '.join(literals)})"
-    for _ in range(rng.randint(0 if clauses else 3, 4 if clauses else 9)):
+    for _ in range(rng.randint(0 if clauses else 3, 3 if clauses else 8)):
         yield drawing.formula(rng.randint(1, 3))
 
 

@@ -26,6 +26,7 @@ class Problem:
     def __init__(self, rng):
         self.rng = rng
         self.integers = rng.random() < 0.2
+        self.logic = "QF_LIA" if self.integers else "QF_LRA"
         self.number = numeral if self.integers else number
         self.point = {x: rng.randint(-9, 9) for x in SHARED}
         low = self.combination()
@@ -83,9 +84,8 @@ class Problem:
 
     def script(self):
         named = [f"(assert (! {g} :named {n}))" for g, n in zip(self.groups, "AB")]
-        logic = "QF_LIA" if self.integers else "QF_LRA"
         query = f"(get-shared-term A B {' '.join(self.sides)})"
-        return "\n".join([f"(set-logic {logic})"] + self.declarations() + named + [query])
+        return "\n".join([f"(set-logic {self.logic})"] + self.declarations() + named + [query])
 
     def claims(self, answer):
         """What z3 must say unsat to, what it must say sat to, and the kind of the answer."""
@@ -104,7 +104,7 @@ class Problem:
 def check(opal, problem, counts):
     done = run([opal, "--verify", "--stats", "json", "-"], 60, problem.script())
     unsat, sat, kind = problem.claims(sexpr.parse_all(done.output)[0])
-    said = verdicts([decision([f], problem.declarations()) for f in unsat + sat])
+    said = verdicts([decision([f], problem.declarations(), problem.logic) for f in unsat + sat])
     if said != ["unsat"] * len(unsat) + ["sat"] * len(sat):
         raise ValueError(f"{kind}, but z3 says {said}")
     counts[kind] = counts.get(kind, 0) + 1

@@ -1,7 +1,7 @@
 """What only integers allow: rounding a sum, and sums of equalities that are no integer."""
 
 from ..linear import content, sum_text
-from .steps import Derived, Wrong, arguments, combined, number_of, pairs
+from .steps import Derived, Wrong, combined, number_of, pairs
 
 
 def cut(checker, step):
