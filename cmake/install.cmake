@@ -34,12 +34,19 @@ endif()
 
 # --- the headers
 install(FILES opal/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal)
-install(DIRECTORY opal/utils opal/interfaces opal/la
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal FILES_MATCHING PATTERN "*.h")
+set(opal_header_parts engine)
 if(OPAL_BUILD_HOST)
-  install(DIRECTORY opal/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
-    FILES_MATCHING PATTERN "*.h")
+  list(APPEND opal_header_parts host)
 endif()
+foreach(part IN LISTS opal_header_parts)
+  file(STRINGS opal/layers.txt rooms REGEX "^${part} ")
+  foreach(room IN LISTS rooms)
+    string(REGEX MATCH "opal/[a-z/]+" folder "${room}")
+    file(GLOB headers CONFIGURE_DEPENDS ${folder}/*.h)
+    list(FILTER headers EXCLUDE REGEX "/session_impl\\.h$")
+    install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+  endforeach()
+endforeach()
 
 # --- how other builds find them
 configure_package_config_file(cmake/opalConfig.cmake.in
@@ -70,7 +77,7 @@ if(OPAL_BUILD_TOOL)
   install(PROGRAMS checkers/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
   # The program looks for them in ../share/opal.
   install(DIRECTORY checkers DESTINATION share/opal
-    FILES_MATCHING PATTERN "*.py")
+    FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
   install(FILES docs/opal.1 docs/opal-check-proof.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES tool/completions/opal.bash RENAME opal

@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "fuzz/mutation.h"
-#include "opal/host/evaluator.h"
-#include "opal/host/farkas.h"
-#include "opal/host/interpolation.h"
-#include "opal/host/literals.h"
-#include "opal/host/partition.h"
-#include "opal/host/proof_checker.h"
+#include "opal/checker/proof_checker.h"
+#include "opal/interpolate/interpolation.h"
+#include "opal/interpolate/partition.h"
+#include "opal/linear/literals.h"
+#include "opal/proofs/farkas.h"
+#include "opal/terms/evaluator.h"
+#include "opal/terms/print/printable_terms.h"
 
 namespace {
 
@@ -57,7 +58,7 @@ struct Problem {
   const Term_* number(long n) { return terms.make_number(QNumber(n)); }
 
   Sort sort;
-  host::Terms terms;
+  host::PrintableTerms terms;
   host::Limits limits;
   host::Mapper mapper{terms, limits};
   la::Solver solver{mapper, limits};

@@ -7,24 +7,25 @@ lines() {  # lines FOLDER PATTERN...
   local folder=$1 names=()
   shift
   for pattern in "$@"; do names+=(-o -name "$pattern"); done
-  find "$folder" \( "${names[@]:1}" \) -type f -print0 | xargs -0 -r cat | grep -c '[^[:space:]]' || true
+  find "$folder" -maxdepth "${depth:-9}" \( "${names[@]:1}" \) -type f -print0 | xargs -0 -r cat | grep -c '[^[:space:]]' || true
 }
 
 total=0
-for folder in opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib tool; do
-  n=$(lines $folder '*.h' '*.cpp')
-  printf '%-16s %7d\n' "$folder" "$n"
+# Each room by itself, as opal/layers.txt lists them; those inside a room are its own.
+for folder in $(awk '!/^#/ { print $2 }' opal/layers.txt); do
+  n=$(depth=1 lines $folder '*.h' '*.cpp')
+  printf '%-19s %7d\n' "$folder" "$n"
   total=$((total + n))
 done
 for folder in checkers python/opal; do
   n=$(lines $folder '*.py')
-  printf '%-16s %7d\n' $folder "$n"
+  printf '%-19s %7d\n' $folder "$n"
   total=$((total + n))
 done
 # python/opal_lab serves tests first, the measurements second.
 programs=$(($(lines tests '*.h' '*.cpp' '*.c' '*.py') + $(lines python/opal_lab '*.py')))
 scripts=$(lines tests '*.smt2' '*.expect')
 tests=$((programs + scripts))
-printf '%-16s %7d\n' code $total
-printf '%-16s %7d  (%d of them in .smt2 and .expect)\n' tests $tests "$scripts"
-awk -v t=$tests -v c=$total 'BEGIN { if (c) printf "%-16s %7.2f\n", "tests / code", t / c }'
+printf '%-19s %7d\n' code $total
+printf '%-19s %7d  (%d of them in .smt2 and .expect)\n' tests $tests "$scripts"
+awk -v t=$tests -v c=$total 'BEGIN { if (c) printf "%-19s %7.2f\n", "tests / code", t / c }'

@@ -14,7 +14,7 @@ lines=build/coverage/lines.json
 gcovr --root . --object-directory build/coverage --exclude-directories '.*/(package|CompilerIdCXX)' \
   --filter 'opal/' --filter 'tool/' --json "$lines" build/coverage
 report() { gcovr --root . --add-tracefile "$lines" "$@"; }
-for folder in opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib tool; do
-  printf '%-16s %s\n' $folder "$(report --filter "$folder/" --txt | awk '$1 == "TOTAL" { print $4 }')"
+for folder in $(awk '!/^#/ { print $2 }' opal/layers.txt); do
+  printf '%-19s %s\n' $folder "$(report --filter "$folder/[^/]*$" --txt | awk '$1 == "TOTAL" { print $4 }')"
 done
 report --filter 'opal/(utils|interfaces|la)/' --txt --fail-under-line 95

@@ -10,8 +10,8 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "opal/host/printer.h"
 #include "opal/smtlib/interpreter.h"
+#include "opal/terms/print/printer.h"
 #include "opal/version.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <iostream>
 
-#include "opal/host/session.h"
+#include "opal/session/session.h"
 
 int main() {
   using namespace opal::host;

@@ -25,12 +25,13 @@
 #include <variant>
 #include <vector>
 
-#include "opal/host/equality_split.h"
-#include "opal/host/interpolation.h"
-#include "opal/host/linear_form.h"
-#include "opal/host/literals.h"
-#include "opal/host/printer.h"
-#include "opal/host/solver.h"
+#include "opal/arith/solver.h"
+#include "opal/interpolate/equality_split.h"
+#include "opal/interpolate/interpolation.h"
+#include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
+#include "opal/terms/print/printable_terms.h"
+#include "opal/terms/print/printer.h"
 
 using opal::Term_;
 using opal::proof::ProofRef;
@@ -73,7 +74,7 @@ class Arithmetic {
     return engine_.interpolants(proof.get(), task).terms.at(0);
   }
 
-  host::Terms terms;
+  host::PrintableTerms terms;
   host::Limits limits;
   host::Mapper mapper{terms, limits};
 

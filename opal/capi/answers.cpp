@@ -2,7 +2,7 @@
 #include <sstream>
 
 #include "opal/capi/session.h"
-#include "opal/host/proof_text.h"
+#include "opal/proofs/proof_text.h"
 
 using namespace opal::capi;
 namespace host = opal::host;

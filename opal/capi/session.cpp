@@ -6,8 +6,8 @@
 #include <new>
 #include <optional>
 
-#include "opal/host/linear_form.h"
-#include "opal/host/literals.h"
+#include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "opal/version.h"
 
 namespace opal::capi {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "opal/capi/opal.h"
-#include "opal/host/session.h"
+#include "opal/session/session.h"
 
 /// A term as C has it: of one session, which owns it.
 struct opal_term {

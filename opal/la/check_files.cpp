@@ -20,9 +20,9 @@
 #include <cstdio>
 #include <fstream>
 
+#include "opal/interfaces/rule_cast.h"
 #include "opal/interfaces/term_printer.h"
 #include "opal/la/interpolator.h"
-#include "opal/la/rule_cast.h"
 #include "opal/utils/hash_set.h"
 
 namespace opal::la {

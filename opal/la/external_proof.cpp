@@ -29,8 +29,8 @@
 
 #include <array>
 
+#include "opal/interfaces/rule_cast.h"
 #include "opal/la/interpolator.h"
-#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 

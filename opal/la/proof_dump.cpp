@@ -10,8 +10,8 @@
 #include <iostream>
 #include <sstream>
 
+#include "opal/interfaces/rule_cast.h"
 #include "opal/la/interpolator.h"
-#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 

@@ -28,9 +28,9 @@
 #include <string>
 #include <typeinfo>
 
+#include "opal/interfaces/rule_cast.h"
 #include "opal/la/interpolator.h"
 #include "opal/la/long_list.h"
-#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 

@@ -47,8 +47,8 @@
 #include <string>
 #include <typeinfo>
 
+#include "opal/interfaces/rule_cast.h"
 #include "opal/la/interpolator.h"
-#include "opal/la/rule_cast.h"
 
 namespace opal::la {
 

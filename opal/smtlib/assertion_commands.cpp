@@ -1,8 +1,8 @@
 #include <sstream>
 
-#include "opal/host/linear_form.h"
-#include "opal/host/printer.h"
+#include "opal/linear/linear_form.h"
 #include "opal/smtlib/interpreter.h"
+#include "opal/terms/print/printer.h"
 
 namespace opal::smtlib {
 

@@ -1,8 +1,8 @@
 #include <chrono>
 #include <sstream>
 
-#include "opal/host/printer.h"
 #include "opal/smtlib/interpreter.h"
+#include "opal/terms/print/printer.h"
 
 namespace opal::smtlib {
 

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <system_error>
 
-#include "opal/host/child_process.h"
+#include "opal/verify/child_process.h"
 
 namespace opal::smtlib {
 

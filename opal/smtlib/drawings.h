@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "opal/host/limits.h"
+#include "opal/base/limits.h"
 
 namespace opal::smtlib {
 

@@ -6,9 +6,9 @@
 #include <ostream>
 #include <unordered_map>
 
-#include "opal/host/linear_form.h"
-#include "opal/host/printer.h"
-#include "opal/host/verification.h"
+#include "opal/linear/linear_form.h"
+#include "opal/terms/print/printer.h"
+#include "opal/verify/verification.h"
 
 namespace opal::smtlib {
 

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "opal/host/session.h"
+#include "opal/session/session.h"
 #include "opal/smtlib/drawings.h"
 #include "opal/smtlib/settings.h"
 #include "opal/smtlib/sexpr.h"

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "opal/host/terms.h"
 #include "opal/smtlib/sorts.h"
+#include "opal/terms/terms.h"
 
 namespace opal::smtlib {
 

@@ -1,8 +1,8 @@
 #include <optional>
 #include <sstream>
 
-#include "opal/host/printer.h"
 #include "opal/smtlib/interpreter.h"
+#include "opal/terms/print/printer.h"
 #include "opal/version.h"
 
 namespace opal::smtlib {

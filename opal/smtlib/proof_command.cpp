@@ -1,6 +1,6 @@
 #include <ostream>
 
-#include "opal/host/proof_text.h"
+#include "opal/proofs/proof_text.h"
 #include "opal/smtlib/interpreter.h"
 
 namespace opal::smtlib {

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "opal/host/printer.h"
+#include "opal/terms/print/printer.h"
 
 namespace opal::smtlib {
 

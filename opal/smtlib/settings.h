@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "opal/host/session.h"
+#include "opal/session/session.h"
 
 namespace opal::smtlib {
 
@@ -17,7 +17,7 @@ class SettingError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// How a proof is printed (see opal/host/proof_text.h and proof_drawing.h).
+/// How a proof is printed (see opal/proofs/proof_text.h and proof_drawing.h).
 enum class ProofFormat : std::uint8_t { SEXP, JSON, DOT };
 
 /// What a user can choose, on the command line or by (set-option :opal-... value).

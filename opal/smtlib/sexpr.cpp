@@ -3,7 +3,7 @@
 #include <cassert>
 #include <limits>
 
-#include "opal/host/printer.h"
+#include "opal/terms/print/printer.h"
 
 namespace opal::smtlib {
 

@@ -2,9 +2,9 @@
 #include <ostream>
 #include <sstream>
 
-#include "opal/host/printer.h"
 #include "opal/smtlib/group_parser.h"
 #include "opal/smtlib/interpreter.h"
+#include "opal/terms/print/printer.h"
 
 namespace opal::smtlib {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "opal/host/terms.h"
+#include "opal/terms/terms.h"
 
 namespace opal::smtlib {
 

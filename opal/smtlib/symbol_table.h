@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "opal/host/hash_index.h"
-#include "opal/host/terms.h"
+#include "opal/base/hash_index.h"
 #include "opal/smtlib/sorts.h"
+#include "opal/terms/terms.h"
 
 namespace opal::smtlib {
 

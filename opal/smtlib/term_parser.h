@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "opal/host/terms.h"
 #include "opal/smtlib/operators.h"
 #include "opal/smtlib/sexpr.h"
 #include "opal/smtlib/symbol_table.h"
+#include "opal/terms/terms.h"
 
 namespace opal::smtlib {
 

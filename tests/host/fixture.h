@@ -13,8 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "opal/host/evaluator.h"
-#include "opal/host/mapper.h"
+#include "opal/linear/mapper.h"
+#include "opal/terms/evaluator.h"
+#include "opal/terms/print/printable_terms.h"
 
 namespace opal::host {
 
@@ -109,7 +110,7 @@ class Builder {
 };
 
 struct OwnTerms {
-  Terms own_terms;
+  PrintableTerms own_terms;
 };
 
 class HostTest : public testing::Test, private OwnTerms, protected Builder {

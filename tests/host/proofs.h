@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "opal/host/partition.h"
-#include "opal/host/proof_checker.h"
+#include "opal/checker/proof_checker.h"
 #include "opal/interfaces/la_proof.h"
 #include "opal/interfaces/laz_proof.h"
+#include "opal/interpolate/partition.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

@@ -1,13 +1,13 @@
 // Certificates are added up again here, and whether there must be any is decided by a
 // textbook reduction to Hermite normal form.
 
-#include "opal/host/diophantine.h"
+#include "opal/arith/integer/diophantine.h"
 
 #include <algorithm>
 #include <map>
 
-#include "opal/host/cuts.h"
-#include "opal/host/solution_lattice.h"
+#include "opal/arith/integer/cuts.h"
+#include "opal/arith/integer/solution_lattice.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

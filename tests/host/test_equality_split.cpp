@@ -1,11 +1,11 @@
 // Equalities between A and B whose proofs are split. What random ones give is judged in
 // tests/random/splits.py.
 
-#include "opal/host/equality_split.h"
+#include "opal/interpolate/equality_split.h"
 
-#include "opal/host/literals.h"
-#include "opal/host/printer.h"
-#include "opal/host/solver.h"
+#include "opal/arith/solver.h"
+#include "opal/linear/literals.h"
+#include "opal/terms/print/printer.h"
 #include "tests/host/proofs.h"
 
 namespace opal::host {

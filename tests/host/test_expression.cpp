@@ -1,6 +1,6 @@
 // Expressions and groups: values against arithmetic, and every misuse with its message.
 
-#include "opal/host/session.h"
+#include "opal/session/session.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

@@ -8,9 +8,9 @@
 #include <new>
 #include <sstream>
 
-#include "opal/host/printer.h"
-#include "opal/host/proof_text.h"
-#include "opal/host/session.h"
+#include "opal/proofs/proof_text.h"
+#include "opal/session/session.h"
+#include "opal/terms/print/printer.h"
 #include "tests/engine/random_problem.h"
 #include "tests/host/fixture.h"
 

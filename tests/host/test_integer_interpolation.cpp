@@ -1,12 +1,12 @@
 // What is asked of the engine about integer proofs. Interpolants of random ones, in all
 // modes and styles, are judged by outside solvers in tests/random.
 
-#include "opal/host/cut_styles.h"
-#include "opal/host/farkas.h"
-#include "opal/host/integer_steps.h"
-#include "opal/host/interpolation.h"
-#include "opal/host/printer.h"
-#include "opal/host/trimming.h"
+#include "opal/interpolate/cut_styles.h"
+#include "opal/interpolate/interpolation.h"
+#include "opal/interpolate/trimming.h"
+#include "opal/proofs/branch_steps.h"
+#include "opal/proofs/farkas.h"
+#include "opal/terms/print/printer.h"
 #include "tests/host/proofs.h"
 
 namespace opal::host {

@@ -1,6 +1,6 @@
 // Proofs over integers: each promise of docs/proofs.md about them, broken, is refused.
 
-#include "opal/host/linear_form.h"
+#include "opal/linear/linear_form.h"
 #include "tests/host/proofs.h"
 
 namespace opal::host {

@@ -1,8 +1,8 @@
 // Verdicts over integers are compared with what all points of a box say, and refutations
 // go to the proof checker. An outside solver judges larger problems in tests/random.
 
-#include "opal/host/session.h"
 #include "opal/interfaces/laz_proof.h"
+#include "opal/session/session.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

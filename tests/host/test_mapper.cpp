@@ -1,9 +1,9 @@
 #include <set>
 
-#include "opal/host/integer_constraints.h"
-#include "opal/host/linear_form.h"
-#include "opal/host/literals.h"
 #include "opal/la/interpolator.h"
+#include "opal/linear/integer_constraints.h"
+#include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "tests/host/proofs.h"
 
 namespace opal::host {

@@ -1,11 +1,11 @@
 // Partial interpolants of random proofs, in all modes and styles, judged by outside solvers
 // step by step.
 
-#include "opal/host/infix.h"
-#include "opal/host/partial_interpolants.h"
-#include "opal/host/printer.h"
-#include "opal/host/session.h"
-#include "opal/host/verification.h"
+#include "opal/explain/partial_interpolants.h"
+#include "opal/session/session.h"
+#include "opal/terms/print/infix.h"
+#include "opal/terms/print/printer.h"
+#include "opal/verify/verification.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

@@ -1,6 +1,6 @@
 // The colours of symbols and atoms in the partitions of a tree of groups.
 
-#include "opal/host/partition.h"
+#include "opal/interpolate/partition.h"
 
 #include <map>
 #include <memory>

@@ -1,10 +1,10 @@
-#include "opal/host/printer.h"
+#include "opal/terms/print/printer.h"
 
 #include <chrono>
 #include <sstream>
 
-#include "opal/host/verification.h"
 #include "opal/interfaces/term_printer.h"
+#include "opal/verify/verification.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

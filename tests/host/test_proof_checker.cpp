@@ -1,4 +1,4 @@
-#include "opal/host/farkas.h"
+#include "opal/proofs/farkas.h"
 #include "tests/host/proofs.h"
 
 namespace opal::host {

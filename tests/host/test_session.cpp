@@ -1,8 +1,8 @@
-#include "opal/host/session.h"
+#include "opal/session/session.h"
 
-#include "opal/host/printer.h"
-#include "opal/host/simplifier.h"
-#include "opal/host/verification.h"
+#include "opal/simplify/simplifier.h"
+#include "opal/terms/print/printer.h"
+#include "opal/verify/verification.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

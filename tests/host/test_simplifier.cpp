@@ -1,9 +1,9 @@
-#include "opal/host/simplifier.h"
+#include "opal/simplify/simplifier.h"
 
 #include <sstream>
 
-#include "opal/host/printer.h"
-#include "opal/host/verification.h"
+#include "opal/terms/print/printer.h"
+#include "opal/verify/verification.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

@@ -2,15 +2,15 @@
 // arithmetic of its own, and a model by the constraints that it satisfies. So random
 // problems need no other solver to compare with.
 
-#include "opal/host/solver.h"
+#include "opal/arith/solver.h"
 
 #include <chrono>
 #include <map>
 #include <set>
 
-#include "opal/host/farkas.h"
-#include "opal/host/proof_checker.h"
+#include "opal/checker/proof_checker.h"
 #include "opal/interfaces/la_proof.h"
+#include "opal/proofs/farkas.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

@@ -3,10 +3,10 @@
 #include <sstream>
 #include <tuple>
 
-#include "opal/host/hash_index.h"
-#include "opal/host/linear_form.h"
-#include "opal/host/literals.h"
-#include "opal/host/partition.h"
+#include "opal/base/hash_index.h"
+#include "opal/interpolate/partition.h"
+#include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "tests/host/fixture.h"
 
 namespace opal::host {

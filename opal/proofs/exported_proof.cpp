@@ -1,0 +1,49 @@
+#include "opal/proofs/exported_proof.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace opal::host {
+
+ExternalProof* ExternalProofs::find_in_cache(proof::Proof* p) {
+  const auto it = cache_.find(p);
+  return it == cache_.end() ? nullptr : it->second.exported;
+}
+
+void ExternalProofs::store_in_cache(proof::Proof* p, ExternalProof* exported) {
+  assert(p != nullptr && exported != nullptr);
+  cache_.insert_or_assign(p, Entry{proof::ProofRef(proof::Proof::retain(p)), exported});
+}
+
+ExternalProof* ExternalProofs::new_ExternalProof(const char* rule, std::size_t count,
+                                                 ExternalProof** children) {
+  return &nodes_.emplace_back(nodes_.size() + 1, rule,
+                              std::vector<ExternalProof*>(children, children + count));
+}
+
+ExternalProof* ExternalProofs::get_term_proof(const Term_* term) {
+  assert(term != nullptr);
+  ExternalProof*& leaf = leaves_[term];
+  if (leaf == nullptr) leaf = &nodes_.emplace_back(nodes_.size() + 1, term);
+  return leaf;
+}
+
+std::vector<const ExternalProof*> nodes_of(const ExternalProof& root) {
+  std::vector<const ExternalProof*> by_id(root.id() + 1);
+  std::vector<const ExternalProof*> waiting{&root};
+  by_id[root.id()] = &root;
+  while (!waiting.empty()) {
+    const ExternalProof* const p = waiting.back();
+    waiting.pop_back();
+    for (const ExternalProof* child : p->children()) {
+      assert(child->id() < p->id());
+      if (by_id[child->id()] != nullptr) continue;
+      by_id[child->id()] = child;
+      waiting.push_back(child);
+    }
+  }
+  by_id.erase(std::remove(by_id.begin(), by_id.end(), nullptr), by_id.end());
+  return by_id;
+}
+
+}  // namespace opal::host

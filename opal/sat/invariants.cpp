@@ -1,0 +1,62 @@
+// The check that everything in the engine agrees, for debug builds and tests.
+
+#include <algorithm>
+
+#include "opal/sat/engine.h"
+
+namespace opal::sat {
+
+bool Search::Engine::is_normal() {
+  return level() == 0 && conflict_in_use_ == NO_REF && gifts_.empty() && implied_.empty() &&
+         heap_.is_normal() && (inconsistent_ || is_trail_normal()) &&
+         are_clauses_normal() && (!is_recording() || proofs_.is_normal());
+}
+
+bool Search::Engine::is_trail_normal() const {
+  if (head_ > trail_.size() || theory_head_ > trail_.size()) return false;
+  for (std::size_t i = 0; i < trail_.size(); i++) {
+    const VariableState& state = variables_[trail_[i].variable()];
+    if (truth(trail_[i]) != 1 || truth(~trail_[i]) != -1) return false;
+    if (state.position != i || state.level != 0 || state.reason != NO_REF) return false;
+  }
+  const auto assigned = std::count_if(values_.begin(), values_.end(),
+                                      [](std::int8_t value) { return value != 0; });
+  return static_cast<std::size_t>(assigned) == 2 * trail_.size() &&
+         std::all_of(marks_.begin(), marks_.end(),
+                     [](std::uint8_t mark) { return mark == 0; });
+}
+
+// Whether counts, watches and the heap follow from the clauses.
+bool Search::Engine::are_clauses_normal() {
+  std::vector<std::uint32_t> occurrences(variable_count(), 0);
+  std::size_t clauses = 0;
+  std::size_t learned = 0;
+  bool watched = true;
+  arena_.for_each([&](ClauseRef ref) {
+    Clause clause = arena_[ref];
+    clauses++;
+    if (clause.kind() == ClauseKind::LEARNED) learned++;
+    auto& lists = clause.size() == 2 ? binaries_ : watches_;
+    for (std::uint32_t i = 0; i < 2; i++) {
+      const auto& list = lists[clause[i].code()];
+      watched &= std::count_if(list.begin(), list.end(), [&](const Watch& watch) {
+                   return watch.clause == ref;
+                 }) == 1;
+    }
+    if (clause.kind() == ClauseKind::KEPT || clause.kind() == ClauseKind::LEMMA)
+      for (const Literal literal : clause)
+        occurrences[literal.variable()]++;
+  });
+  std::size_t watches = 0;
+  for (const auto& list : watches_)
+    watches += list.size();
+  for (const auto& list : binaries_)
+    watches += list.size();
+  for (Variable variable = 0; variable < variable_count(); variable++)
+    if (occurrences_[variable] > 0 && truth(Literal(variable)) == 0 && !heap_.has(variable))
+      return false;
+  return watched && watches == 2 * clauses && clauses == clause_count_ &&
+         learned == learned_count_ && occurrences == occurrences_;
+}
+
+}  // namespace opal::sat
