@@ -24,10 +24,11 @@ import tempfile
 from collections import Counter
 from functools import partial
 
-from field_script import State, commands_of, halves, with_query, without_questions
+from field_script import halves, with_query, without_questions
 from opal_lab import judges
 from opal_lab.interpolation import steps_of
 from opal_lab.programs import run
+from opal_lab.scripts import State, commands_of
 from opal_lab.sexpr import parse_all, size
 
 VERDICTS = ("sat", "unsat", "unknown")
@@ -186,7 +187,7 @@ def examine(path, arguments, wanted):
     record["queries"] = list(queries("asked", answers))
     asks = bool(record["queries"])
     if answers.verdicts() == ["unsat"] and answers.refusal() is None:
-        for kind, wished, groups in (("halves", arguments.halves and not asks, halves),
+        for kind, wished, groups in (("halves", arguments.halves, halves),
                                      ("sequence", arguments.sequence and asks, " ".join)):
             script = with_query(commands, groups) if wished else None
             if script:

@@ -20,7 +20,8 @@ import tempfile
 from opal_lab.formulas import conjunction
 from opal_lab.interpolation import steps_of
 from opal_lab.judges import LENIENT, ask_z3, not_confirmed
-from opal_lab.sexpr import atoms, parse_all, show
+from opal_lab.scripts import State, commands_of
+from opal_lab.sexpr import parse_all, show
 
 CHECKER = pathlib.Path(__file__).resolve().parent.parent / "checkers" / "opal-check-proof"
 
@@ -30,8 +31,7 @@ class Example:
 
     def __init__(self, path):
         self.text = path.read_text()
-        self.declarations, self.assertions, self.marks = [], [], []
-        self.symbols = set()
+        self.state = State()
         self.confirmed = self.refused = self.proofs = 0
 
     def story(self):
@@ -40,32 +40,20 @@ class Example:
     def check(self, answers):
         """Prints each answer with z3's verdict on it."""
         answers = iter(answers)
-        for command in parse_all(self.text):
-            name, arguments = command[0], command[1:]
-            if name in ("declare-fun", "declare-const", "define-fun"):
-                self.declarations.append(show(command))
-                if name != "define-fun":
-                    self.symbols.add(arguments[0])
-            elif name == "assert":
-                term = arguments[0]
-                named = isinstance(term, list) and term[0] == "!"
-                label = term[term.index(":named") + 1] if named else None
-                self.assertions.append((label, show(term[1] if named else term)))
-            elif name == "push":
-                self.marks.append(len(self.assertions))
-            elif name == "pop":
-                del self.assertions[self.marks.pop():]
-            elif name in ("check-sat", "get-value", "get-model", "get-unsat-core"):
+        for command in commands_of(self.text):
+            self.state.take(command)
+            name, arguments = command.name(), command.expression[1:]
+            if name in ("check-sat", "get-value", "get-model", "get-unsat-core"):
                 self.print_answer(command, [show(next(answers))])
             elif name == "get-interpolants":
                 interpolants = next(answers)
                 self.print_answer(command, map(show, interpolants))
-                steps = steps_of(arguments, interpolants, self.assertions, self.symbols_in)
-                self.judge(steps, interpolants)
+                self.judge(steps_of(arguments, interpolants, self.state.assertions(),
+                                    self.state.symbols_in()), interpolants)
             elif name == "get-shared-term":
                 term = show(next(answers))
                 self.print_answer(command, [term])
-                groups = conjunction([formula for _, formula in self.assertions])
+                groups = conjunction([formula for _, formula in self.state.assertions()])
                 denials = [f"(and {groups} (distinct {show(side)} {term}))"
                            for side in arguments[2:]]
                 self.judge(denials, [term])
@@ -86,15 +74,12 @@ class Example:
 
     @staticmethod
     def print_answer(command, lines):
-        print(f"\n{show(command)}")
+        print(f"\n{show(command.expression)}")
         for line in lines:
             print(f"    {line}")
 
-    def symbols_in(self, texts):
-        return atoms(parse_all(" ".join(texts))) & self.symbols
-
     def judge(self, steps, answers):
-        verdicts = ask_z3(["\n".join([*self.declarations, f"(assert {step})", "(check-sat)\n"])
+        verdicts = ask_z3(["\n".join([*self.state.declarations(), f"(assert {step})", "(check-sat)\n"])
                            for step in steps], 60, LENIENT)
         right = all(v == "unsat" for v in verdicts)
         self.confirmed += len(answers) if right else 0
