@@ -15,6 +15,8 @@ import time
 import unittest
 import xml.etree.ElementTree
 
+from opal_lab.judges import not_confirmed
+
 OPAL = ""
 CONTRADICTION = """(declare-const x Real)
 (assert (! (<= x 1) :named a)) (assert (! (> x 1) :named b)) (check-sat)
@@ -147,10 +149,7 @@ class CheckFiles(unittest.TestCase):
             self.assertEqual(sorted(f.name for f in made.iterdir()),
                              sorted(f"{stem}.{number:03}.smt2" for stem in stems
                                     for number in range(1, count + 1)))
-            for file in [*made.glob("la_a_imp_itp.*"), *made.glob("la_b_and_itp.*")]:
-                for solver in [["z3", "-T:10"], ["cvc5", "--tlimit=5000"]]:
-                    judged = subprocess.run([*solver, file], capture_output=True, text=True)
-                    self.assertEqual(judged.stdout, "unsat\n", f"{solver}: {file.read_text()}")
+            self.assertEqual(not_confirmed(made), ([], 2 * count))
 
     def test_what_cannot_be_written_is_named(self):
         with tempfile.TemporaryDirectory() as folder:
