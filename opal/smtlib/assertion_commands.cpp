@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "opal/smtlib/interpreter.h"
 #include "opal/terms/print/printer.h"
 

@@ -16,6 +16,7 @@
 #include <unordered_map>
 
 #include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "opal/terms/print/printer.h"
 #include "opal/verify/verification.h"
 

@@ -15,7 +15,7 @@
 
 #include <cassert>
 
-#include "opal/host/printer.h"
+#include "opal/terms/print/printer.h"
 #include "opal/utils/qnumber.h"
 
 namespace opal::smtlib {
