@@ -139,6 +139,8 @@ int run(const Options& options) {
     check("proof", proof, formula);
     if (options.reduction > 0) {
       const Clock::time_point begin = Clock::now();
+      check("recycled", resolution::recycle_pivots(proof,nullptr), formula);
+      check("lowered", resolution::lower_units(proof,nullptr), formula);
       const ClauseProof small = resolution::reduced(proof, options.reduction, nullptr);
       std::cout << "c reduced in " << since(begin) << " s\n";
       check("reduced", small, formula);
