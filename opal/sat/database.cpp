@@ -9,8 +9,15 @@ namespace opal::sat {
 
 namespace {
 constexpr std::uint32_t BEST_GLUE = 2;
-constexpr std::uint64_t REDUCTION_INTERVAL = 2000;
-constexpr std::uint64_t REDUCTION_INCREMENT = 300;
+#ifndef RI
+#define RI 2000
+#define RINC 300
+#endif
+#ifndef RKEEP
+#define RKEEP 50
+#endif
+constexpr std::uint64_t REDUCTION_INTERVAL = RI;
+constexpr std::uint64_t REDUCTION_INCREMENT = RINC;
 }  // namespace
 
 // Removes the clauses that are true at level 0, when there is something new there and the
@@ -53,7 +60,7 @@ void Search::Engine::reduce() {
                    [](const Candidate& a, const Candidate& b) {
                      return a.glue != b.glue ? a.glue > b.glue : a.size > b.size;
                    });
-  candidates.resize(candidates.size() / 2);
+  candidates.resize(candidates.size() * (100-RKEEP) / 100);
   for (const Candidate& candidate : candidates) remove(candidate.ref);
   if (arena_.garbage() > 0) remove_garbage();
 }
