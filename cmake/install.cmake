@@ -37,7 +37,7 @@ install(FILES opal/version.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal)
 install(DIRECTORY opal/utils opal/interfaces opal/la
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal FILES_MATCHING PATTERN "*.h")
 if(OPAL_BUILD_HOST)
-  install(DIRECTORY opal/host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
+  install(DIRECTORY opal/host opal/proofs opal/sat opal/checker DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/opal
     FILES_MATCHING PATTERN "*.h")
 endif()
 

@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-order="opal opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib tool"
+order="opal opal/utils opal/interfaces opal/la opal/host opal/proofs/resolution opal/sat opal/checker opal/capi opal/smtlib tool"
 engine="opal opal/utils opal/interfaces opal/la"
 
 find opal tool \( -name '*.h' -o -name '*.cpp' \) | LC_ALL=C sort | xargs awk \

@@ -11,7 +11,7 @@ lines() {  # lines FOLDER PATTERN...
 }
 
 total=0
-for folder in opal/utils opal/interfaces opal/la opal/host opal/capi opal/smtlib tool; do
+for folder in opal/utils opal/interfaces opal/la opal/host opal/proofs opal/sat opal/checker opal/capi opal/smtlib tool; do
   n=$(lines $folder '*.h' '*.cpp')
   printf '%-16s %7d\n' "$folder" "$n"
   total=$((total + n))

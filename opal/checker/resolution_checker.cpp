@@ -36,7 +36,8 @@ class Run {
         in_clause_(std::size_t{2} * proof.variable_end(), false) {}
 
   std::optional<std::string> fault() {
-    if (proof_.empty()) return "the proof has no nodes; its last node has to prove the claim";
+    if (proof_.empty())
+      return "the proof has no nodes; its last node has to prove the claim";
     for (NodeIndex node = 0; node < proof_.size(); node++)
       if (proof_.kind(node) == NodeKind::CHAIN && !count_uses(node)) return fault_;
     uses_[proof_.root()]++;
@@ -90,7 +91,8 @@ class Run {
   }
 
   bool check_chain(NodeIndex node) {
-    for (const Literal literal : clauses_[proof_.first(node)]) add(literal);
+    for (const Literal literal : clauses_[proof_.first(node)])
+      add(literal);
     end_use(proof_.first(node));
     for (const Step& step : proof_.steps(node))
       if (!check_step(node, step)) return false;
@@ -146,9 +148,9 @@ class Run {
   const ClauseProof& proof_;
   LiteralSpan claim_;
   const LeafJudges& judges_;
-  std::vector<std::uint32_t> uses_;             // by node: uses that are still to come
-  std::vector<std::vector<Literal>> clauses_;   // by node, from its making to its last use
-  std::vector<bool> in_clause_;                 // by literal: is in the running clause
+  std::vector<std::uint32_t> uses_;            // by node: uses that are still to come
+  std::vector<std::vector<Literal>> clauses_;  // by node, from its making to its last use
+  std::vector<bool> in_clause_;                // by literal: is in the running clause
   std::vector<Literal> running_;  // the running clause, with what was resolved away
   std::string fault_;
 };

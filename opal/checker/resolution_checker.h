@@ -9,9 +9,9 @@
 //     that is the only variable on which the two clash,
 //   - what is proved at the end is a part of the clause that is claimed.
 //
-// It derives every clause anew from the leaves with tables of its own. A clause is forgotten
-// after its last use. Time is linear in the sizes of the clauses used, memory in the proof
-// and the clauses that wait for their last use.
+// It derives every clause anew from the leaves with tables of its own. A clause is
+// forgotten after its last use. Time is linear in the sizes of the clauses used, memory in
+// the proof and the clauses that wait for their last use.
 
 #ifndef OPAL_CHECKER_RESOLUTION_CHECKER_H
 #define OPAL_CHECKER_RESOLUTION_CHECKER_H

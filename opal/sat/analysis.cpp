@@ -1,9 +1,9 @@
 // Learning from a conflict.
 //
-// All literals of the conflict are false. Those of the present level are resolved with their
-// reasons, the latest first, until one is left: the first unique implication point, whose
-// negation the learned clause implies after the way back. (Zhang and others, "Efficient
-// conflict driven learning", 2001.)
+// All literals of the conflict are false. Those of the present level are resolved with
+// their reasons, the latest first, until one is left: the first unique implication point,
+// whose negation the learned clause implies after the way back. (Zhang and others,
+// "Efficient conflict driven learning", 2001.)
 //
 //   level 1: a         level 2: b, then c by {~b, c}, then d by {~a, ~c, d}
 //   conflict {~c, ~d}  with d by {~a, ~c, d}:  {~a, ~c}, one literal of level 2: learned;
@@ -20,8 +20,8 @@
 namespace opal::sat {
 
 namespace {
-constexpr std::uint32_t BEST_GLUE = 2;   // clauses up to here are kept for good
-constexpr std::uint32_t GOOD_GLUE = 6;   // clauses up to here are kept longer when used
+constexpr std::uint32_t BEST_GLUE = 2;  // clauses up to here are kept for good
+constexpr std::uint32_t GOOD_GLUE = 6;  // clauses up to here are kept longer when used
 constexpr double DECAY = 0.95;
 }  // namespace
 
@@ -175,7 +175,8 @@ void Search::Engine::learn() {
 }
 
 void Search::Engine::clear_marks() {
-  for (const Variable variable : marked_) marks_[variable] = 0;
+  for (const Variable variable : marked_)
+    marks_[variable] = 0;
   marked_.clear();
 }
 

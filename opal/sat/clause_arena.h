@@ -30,8 +30,9 @@ constexpr ClauseRef NO_REF = 0xFFFFFFFFU;
 /// Stands for the reason of a literal that the theory implied and has not explained.
 constexpr ClauseRef THEORY_REF = 0xFFFFFFFEU;
 
-/// What a clause is there for. A LEMMA is KEPT too, until it is asked away. An EXPLANATION is the reason of one literal, is watched by
-/// nothing and goes when the literal loses its value.
+/// What a clause is there for. A LEMMA is KEPT too, until it is asked away. An EXPLANATION
+/// is the reason of one literal, is watched by nothing and goes when the literal loses its
+/// value.
 enum class ClauseKind : std::uint8_t { KEPT, LEMMA, LEARNED, EXPLANATION };
 
 class Clause {
@@ -85,7 +86,8 @@ class ClauseArena {
     words_.push_back(static_cast<std::uint32_t>(literals.size()));
     words_.push_back(static_cast<std::uint32_t>(kind) | (glue << Clause::GLUE_SHIFT));
     words_.push_back(id);
-    for (const Literal literal : literals) words_.push_back(literal.code());
+    for (const Literal literal : literals)
+      words_.push_back(literal.code());
     return static_cast<ClauseRef>(ref);
   }
 
@@ -121,7 +123,8 @@ class ClauseArena {
     if ((words_[ref + 1] & Clause::MOVED) != 0) return words_[ref + 2];
     const std::uint32_t* const begin = &words_[ref];
     const auto moved = static_cast<ClauseRef>(target.words_.size());
-    target.words_.insert(target.words_.end(), begin, begin + Clause::HEADER + clause.size());
+    target.words_.insert(target.words_.end(), begin,
+                         begin + Clause::HEADER + clause.size());
     words_[ref + 1] |= Clause::MOVED;
     words_[ref + 2] = moved;
     return moved;

@@ -9,15 +9,8 @@ namespace opal::sat {
 
 namespace {
 constexpr std::uint32_t BEST_GLUE = 2;
-#ifndef RI
-#define RI 2000
-#define RINC 300
-#endif
-#ifndef RKEEP
-#define RKEEP 50
-#endif
-constexpr std::uint64_t REDUCTION_INTERVAL = RI;
-constexpr std::uint64_t REDUCTION_INCREMENT = RINC;
+constexpr std::uint64_t REDUCTION_INTERVAL = 300;
+constexpr std::uint64_t REDUCTION_INCREMENT = 100;
 }  // namespace
 
 // Removes the clauses that are true at level 0, when there is something new there and the
@@ -60,8 +53,9 @@ void Search::Engine::reduce() {
                    [](const Candidate& a, const Candidate& b) {
                      return a.glue != b.glue ? a.glue > b.glue : a.size > b.size;
                    });
-  candidates.resize(candidates.size() * (100-RKEEP) / 100);
-  for (const Candidate& candidate : candidates) remove(candidate.ref);
+  candidates.resize(candidates.size() / 2);
+  for (const Candidate& candidate : candidates)
+    remove(candidate.ref);
   if (arena_.garbage() > 0) remove_garbage();
 }
 
@@ -90,7 +84,8 @@ void Search::Engine::remove_garbage() {
         return arena_[watch.clause].is_garbage();
       };
       list.erase(std::remove_if(list.begin(), list.end(), is_garbage), list.end());
-      for (Watch& watch : list) watch.clause = arena_.move(watch.clause, target);
+      for (Watch& watch : list)
+        watch.clause = arena_.move(watch.clause, target);
     }
   // Reasons that nothing watches are moved here.
   for (const Literal literal : trail_) {

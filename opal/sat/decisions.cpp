@@ -64,8 +64,8 @@ void Search::Engine::backtrack(std::uint32_t target) {
 void Search::Engine::restart() {
   statistics_.restarts++;
   restarts_.restarted();
-  backtrack(static_cast<std::uint32_t>(
-      std::min<std::size_t>(level(), assumptions_.size())));
+  backtrack(
+      static_cast<std::uint32_t>(std::min<std::size_t>(level(), assumptions_.size())));
 }
 
 }  // namespace opal::sat

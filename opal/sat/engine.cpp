@@ -91,7 +91,8 @@ Value Search::Engine::model_value(Literal literal) const {
   return static_cast<Value>(-static_cast<int>(value));
 }
 
-// The contradiction without assumptions, proved by `id`, which the engine holds from now on.
+// The contradiction without assumptions, proved by `id`, which the engine holds from now
+// on.
 void Search::Engine::become_inconsistent(ClauseId id) {
   assert(!inconsistent_);
   inconsistent_ = true;

@@ -47,19 +47,25 @@ class Search::Engine final : private Consequences {
   // invariants.cpp
   [[nodiscard]] bool is_normal();
 
-  enum class State : std::uint8_t { EDITING, SEARCHING, SATISFIABLE, UNSATISFIABLE, UNKNOWN };
+  enum class State : std::uint8_t {
+    EDITING,
+    SEARCHING,
+    SATISFIABLE,
+    UNSATISFIABLE,
+    UNKNOWN
+  };
 
   // What was asked and answered.
   const Recording recording_;
   host::Limits* const limits_;
   Theory* theory_ = nullptr;
   State state_ = State::EDITING;
-  bool inconsistent_ = false;                 // contradiction without assumptions
-  std::vector<Literal> assumptions_;          // of the present solve()
+  bool inconsistent_ = false;         // contradiction without assumptions
+  std::vector<Literal> assumptions_;  // of the present solve()
   std::vector<Literal> failed_assumptions_;
-  std::vector<Value> model_;                  // by variable
-  ClauseId final_clause_ = NO_CLAUSE;         // held
-  ClauseId empty_clause_ = NO_CLAUSE;         // held, once inconsistent_
+  std::vector<Value> model_;           // by variable
+  ClauseId final_clause_ = NO_CLAUSE;  // held
+  ClauseId empty_clause_ = NO_CLAUSE;  // held, once inconsistent_
   std::string reason_unknown_;
   Statistics statistics_;
   ProofStore proofs_;
@@ -83,11 +89,11 @@ class Search::Engine final : private Consequences {
   };
   // Marks of variables during an analysis.
   enum Mark : std::uint8_t {
-    IN_CLAUSE = 1,   // in the clause that is being learned
-    REDUNDANT = 2,   // implied false by the clause's literals
-    ESSENTIAL = 4,   // not so
-    RESOLVED = 8,    // resolved away when the minimised clause is derived
-    UNIT = 16        // of level 0, in units_
+    IN_CLAUSE = 1,  // in the clause that is being learned
+    REDUNDANT = 2,  // implied false by the clause's literals
+    ESSENTIAL = 4,  // not so
+    RESOLVED = 8,   // resolved away when the minimised clause is derived
+    UNIT = 16       // of level 0, in units_
   };
   // A clause or literal from the theory, taken up when its call has returned.
   enum class GiftKind : std::uint8_t { CONFLICT, LEMMA, REDUCIBLE_LEMMA, TAKEN };
@@ -107,7 +113,8 @@ class Search::Engine final : private Consequences {
   }
   [[nodiscard]] Literal true_literal(Variable variable) const {
     assert(truth(Literal(variable)) != 0);
-    return Literal(variable, truth(Literal(variable)) > 0 ? Sign::POSITIVE : Sign::NEGATIVE);
+    return Literal(variable,
+                   truth(Literal(variable)) > 0 ? Sign::POSITIVE : Sign::NEGATIVE);
   }
   [[nodiscard]] bool is_recording() const { return recording_ == Recording::ON; }
 
@@ -203,16 +210,16 @@ class Search::Engine final : private Consequences {
   // Variables.
   std::vector<VariableState> variables_;
   std::vector<VariableKind> kinds_;
-  std::vector<Sign> phases_;                 // the sign to decide next
-  std::vector<std::uint32_t> occurrences_;   // in clauses that are kept
-  std::vector<ClauseId> unit_ids_;           // held; NO_CLAUSE where nothing is proved
-  std::vector<std::uint8_t> is_explained_;   // whether the reason is an EXPLANATION
-  std::vector<std::uint8_t> marks_;          // Mark, all 0 between analyses
+  std::vector<Sign> phases_;                // the sign to decide next
+  std::vector<std::uint32_t> occurrences_;  // in clauses that are kept
+  std::vector<ClauseId> unit_ids_;          // held; NO_CLAUSE where nothing is proved
+  std::vector<std::uint8_t> is_explained_;  // whether the reason is an EXPLANATION
+  std::vector<std::uint8_t> marks_;         // Mark, all 0 between analyses
   VariableHeap heap_;  // every unassigned variable with occurrences, and perhaps others
   std::size_t atom_count_ = 0;
 
   // Assignment.
-  std::vector<std::int8_t> values_;          // by literal: 1 true, -1 false, 0 unassigned
+  std::vector<std::int8_t> values_;  // by literal: 1 true, -1 false, 0 unassigned
   std::vector<Literal> trail_;
   std::vector<std::uint32_t> trail_limits_;  // where on the trail each level begins
   std::size_t head_ = 0;
@@ -224,25 +231,25 @@ class Search::Engine final : private Consequences {
   std::vector<std::vector<Watch>> watches_;   // by literal; the clauses of 3 and more
   std::vector<std::vector<Watch>> binaries_;  // by literal; blocker is the other literal
   std::size_t learned_count_ = 0;
-  std::size_t simplified_trail_ = 0;          // the trail at level 0 when last simplified
-  std::uint64_t next_simplification_ = 0;     // by propagations
-  std::uint64_t next_reduction_ = 300;       // by conflicts
+  std::size_t simplified_trail_ = 0;       // the trail at level 0 when last simplified
+  std::uint64_t next_simplification_ = 0;  // by propagations
+  std::uint64_t next_reduction_ = 300;     // by conflicts
   Restarts restarts_;
 
   // Analysis: working lists.
-  std::vector<Literal> learned_;      // the clause that is being learned
-  std::vector<Variable> marked_;      // variables with marks to clear
-  std::vector<Variable> units_;       // those with the mark UNIT
-  std::vector<Literal> removed_;      // left out of the learned clause as redundant
-  std::vector<Variable> resolved_;    // resolved away for their sake
-  Chain chain_;                       // the derivation of the learned clause
+  std::vector<Literal> learned_;             // the clause that is being learned
+  std::vector<Variable> marked_;             // variables with marks to clear
+  std::vector<Variable> units_;              // those with the mark UNIT
+  std::vector<Literal> removed_;             // left out of the learned clause as redundant
+  std::vector<Variable> resolved_;           // resolved away for their sake
+  Chain chain_;                              // the derivation of the learned clause
   std::vector<std::uint64_t> level_stamps_;  // by level, for counting levels
   std::uint64_t stamp_ = 0;
   struct Frame {
     Variable variable;
     std::uint32_t next;  // the next literal of its reason to look at
   };
-  std::vector<Frame> frames_;         // of is_redundant()
+  std::vector<Frame> frames_;  // of is_redundant()
 
   ClauseRef conflict_in_use_ = NO_REF;  // of the theory, an EXPLANATION of nothing yet
 

@@ -9,8 +9,7 @@ namespace opal::sat {
 bool Search::Engine::is_normal() {
   return level() == 0 && conflict_in_use_ == NO_REF && gifts_.empty() && implied_.empty() &&
          heap_.is_normal() && (inconsistent_ || is_trail_normal()) &&
-         are_clauses_normal() &&
-         (!is_recording() || proofs_.is_normal());
+         are_clauses_normal() && (!is_recording() || proofs_.is_normal());
 }
 
 bool Search::Engine::is_trail_normal() const {
@@ -23,7 +22,8 @@ bool Search::Engine::is_trail_normal() const {
   const auto assigned = std::count_if(values_.begin(), values_.end(),
                                       [](std::int8_t value) { return value != 0; });
   return static_cast<std::size_t>(assigned) == 2 * trail_.size() &&
-         std::all_of(marks_.begin(), marks_.end(), [](std::uint8_t mark) { return mark == 0; });
+         std::all_of(marks_.begin(), marks_.end(),
+                     [](std::uint8_t mark) { return mark == 0; });
 }
 
 // Whether counts, watches and the heap follow from the clauses.
@@ -44,11 +44,14 @@ bool Search::Engine::are_clauses_normal() {
                  }) == 1;
     }
     if (clause.kind() == ClauseKind::KEPT || clause.kind() == ClauseKind::LEMMA)
-      for (const Literal literal : clause) occurrences[literal.variable()]++;
+      for (const Literal literal : clause)
+        occurrences[literal.variable()]++;
   });
   std::size_t watches = 0;
-  for (const auto& list : watches_) watches += list.size();
-  for (const auto& list : binaries_) watches += list.size();
+  for (const auto& list : watches_)
+    watches += list.size();
+  for (const auto& list : binaries_)
+    watches += list.size();
   for (Variable variable = 0; variable < variable_count(); variable++)
     if (occurrences_[variable] > 0 && truth(Literal(variable)) == 0 && !heap_.has(variable))
       return false;

@@ -1,8 +1,8 @@
 // Leaves literals out of a learned clause that its other literals imply.
 //
-// The literal l, false by the reason {~l, r1, ..., rn}, is redundant in a clause when each ri
-// is in the clause or is redundant itself: resolving with the reasons then takes l away and
-// brings nothing new. What was found out about a variable is marked, so that each is
+// The literal l, false by the reason {~l, r1, ..., rn}, is redundant in a clause when each
+// ri is in the clause or is redundant itself: resolving with the reasons then takes l away
+// and brings nothing new. What was found out about a variable is marked, so that each is
 // looked into once. (Soerensson and Biere, "Minimizing learned clauses", 2009.)
 //
 //   learned {a, b, c}, c false by {~c, a, d}, d false by {~d, b}:  c goes, {a, b} is left;
@@ -45,7 +45,8 @@ bool Search::Engine::is_redundant(Literal literal) {
       if ((marks_[variable] & (IN_CLAUSE | REDUNDANT)) != 0) continue;
       if ((marks_[variable] & ESSENTIAL) != 0 || !has_known_reason(variable) ||
           level_stamps_[its_level] != stamp_) {
-        for (const Frame& frame : frames_) add_mark(frame.variable, ESSENTIAL);
+        for (const Frame& frame : frames_)
+          add_mark(frame.variable, ESSENTIAL);
         frames_.clear();
         return false;
       }

@@ -93,7 +93,8 @@ ClauseRef Search::Engine::propagate_long(Literal falsified) {
     }
     Literal* const last = clause.end();
     Literal* other_watch = literals + 2;
-    while (other_watch != last && values[other_watch->code()] < 0) other_watch++;
+    while (other_watch != last && values[other_watch->code()] < 0)
+      other_watch++;
     if (other_watch == last) {
       if (other_value == 0) {
         assign(other, watch.clause);
@@ -112,7 +113,8 @@ ClauseRef Search::Engine::propagate_long(Literal falsified) {
     }
   }
   if (to != from) {
-    while (from != end) *to++ = *from++;
+    while (from != end)
+      *to++ = *from++;
     list.resize(static_cast<std::size_t>(to - list.data()));
   }
   return conflict;

@@ -2,8 +2,8 @@
 //
 // Two ways take turns. While the search is focused, it restarts whenever the clauses it has
 // learned lately have a larger glue than those it learned on the whole: the search has got
-// into a region where it learns little. While it is stable, it restarts after 1, 1, 2, 1, 1,
-// 2, 4, ... times a unit of conflicts, and has time to complete a model. (Audemard and
+// into a region where it learns little. While it is stable, it restarts after 1, 1, 2, 1,
+// 1, 2, 4, ... times a unit of conflicts, and has time to complete a model. (Audemard and
 // Simon, 2009; Luby, Sinclair, Zuckerman, 1993; Oh, "Between SAT and UNSAT", 2015.)
 
 #ifndef OPAL_SAT_RESTARTS_H

@@ -19,7 +19,9 @@ void Search::suggest_phase(Variable variable, Sign sign) {
   engine_->edit();
   engine_->set_phase(variable, sign);
 }
-void Search::add_clause(LiteralSpan literals, Tag tag) { engine_->add_clause(literals, tag); }
+void Search::add_clause(LiteralSpan literals, Tag tag) {
+  engine_->add_clause(literals, tag);
+}
 void Search::release_activation(Variable activation) {
   engine_->release_activation(activation);
 }

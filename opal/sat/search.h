@@ -1,10 +1,10 @@
 // A search for a model of clauses, with a theory under it and a proof when there is none.
 //
 // Conflict-driven clause learning: decide a literal, propagate what follows; at a conflict
-// learn a clause that says why, go back to where it implies something, go on. (Marques-Silva
-// and Sakallah, "GRASP", 1999; Moskewicz and others, "Chaff", 2001; Een and Soerensson, "An
-// extensible SAT-solver", 2003; Audemard and Simon, "Predicting learnt clauses quality in
-// modern SAT solvers", 2009.)
+// learn a clause that says why, go back to where it implies something, go on.
+// (Marques-Silva and Sakallah, "GRASP", 1999; Moskewicz and others, "Chaff", 2001; Een and
+// Soerensson, "An extensible SAT-solver", 2003; Audemard and Simon, "Predicting learnt
+// clauses quality in modern SAT solvers", 2009.)
 //
 //     Search search(Recording::ON);
 //     Variable a = search.make_variable(), b = search.make_variable();
@@ -31,10 +31,11 @@
 //
 // solve() may be called in every state. While it searches, only the theory speaks with the
 // search, through Consequences (theory.h). Queries of a state are errors of the caller
-// elsewhere, found by assertions. Once the clauses contradict each other without assumptions
-// the search is inconsistent for good: is_inconsistent().
+// elsewhere, found by assertions. Once the clauses contradict each other without
+// assumptions the search is inconsistent for good: is_inconsistent().
 //
-// Levels that are popped. Clauses cannot be taken back, but a clause can be given a condition:
+// Levels that are popped. Clauses cannot be taken back, but a clause can be given a
+// condition:
 //
 //     push:    Variable k = search.make_variable();          // "level k stands"
 //     assert:  search.add_clause({not k or c1 or ... or cn}, tag);
@@ -86,7 +87,7 @@ struct Statistics {
   std::uint64_t decisions = 0;
   std::uint64_t propagations = 0;
   std::uint64_t restarts = 0;
-  std::uint64_t reductions = 0;       // of the database of learned clauses
+  std::uint64_t reductions = 0;  // of the database of learned clauses
   std::uint64_t learned_literals = 0;
   std::uint64_t minimised_literals = 0;  // left out of learned clauses
   std::uint64_t theory_conflicts = 0;
@@ -152,7 +153,8 @@ class Search {
   /// The bytes that the proof store holds; 0 when nothing is recorded.
   [[nodiscard]] std::size_t proof_bytes() const;
 
-  /// Whether watches, trail, reasons, levels and counts of occurrences agree. Between calls.
+  /// Whether watches, trail, reasons, levels and counts of occurrences agree. Between
+  /// calls.
   [[nodiscard]] bool is_normal() const;
 
  private:

@@ -33,7 +33,8 @@ Answer Search::Engine::solve(LiteralSpan assumptions) {
 void Search::Engine::abandon() {
   backtrack(0);
   clear_marks();
-  for (const Variable variable : units_) marks_[variable] = 0;
+  for (const Variable variable : units_)
+    marks_[variable] = 0;
   units_.clear();
   frames_.clear();
   if (conflict_in_use_ != NO_REF) remove(conflict_in_use_);
@@ -81,8 +82,8 @@ bool Search::Engine::propagate() {
   }
 }
 
-// All literals of the clause `conflict` are false. Learns from it, goes back and assigns what
-// the learned clause implies. False when the clauses are inconsistent.
+// All literals of the clause `conflict` are false. Learns from it, goes back and assigns
+// what the learned clause implies. False when the clauses are inconsistent.
 bool Search::Engine::handle_conflict(ClauseRef conflict) {
   statistics_.conflicts++;
   if (limits_ != nullptr) limits_->look();

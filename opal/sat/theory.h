@@ -7,8 +7,8 @@
 //   propagate     after the clauses have nothing more to propagate: a conflict, implied
 //                 literals, lemmas, or nothing. May be incomplete.
 //   explain       the clause  literal or not r1 or ... or not rn  for a literal that
-//                 propagate() implied. Asked for only when a conflict is analysed (and, with
-//                 a proof recorded, for literals that are implied at level 0).
+//                 propagate() implied. Asked for only when a conflict is analysed (and,
+//                 with a proof recorded, for literals that are implied at level 0).
 //   final_check   when every variable that matters has a value: consistent, or not, or not
 //                 known. Must be complete: its CONSISTENT is believed.
 //
@@ -26,10 +26,11 @@
 // Literals asserted at level 0 hold for good, across calls of solve(). While the theory is
 // in one of these calls, it may make variables and read values, but it may not call
 // anything else of the search. After a call of propagate() or final_check() that gave
-// clauses, the search may backtrack before the theory sees the literals these clauses imply.
+// clauses, the search may backtrack before the theory sees the literals these clauses
+// imply.
 //
-// A theory may throw: LimitReached ends solve() with UNKNOWN; whatever else it throws leaves
-// solve(). Either way backtrack(0) is called first, and must succeed from any state.
+// A theory may throw: LimitReached ends solve() with UNKNOWN; whatever else it throws
+// leaves solve(). Either way backtrack(0) is called first, and must succeed from any state.
 
 #ifndef OPAL_SAT_THEORY_H
 #define OPAL_SAT_THEORY_H
@@ -57,7 +58,8 @@ enum class VariableKind : std::uint8_t { PLAIN, ATOM };
 /// whenever clauses are thrown out; its unassigned variables are not decided for its sake.
 enum class Retention : std::uint8_t { KEPT, REDUCIBLE };
 
-/// Where a theory puts its answers. The search takes them up when the theory's call returns.
+/// Where a theory puts its answers. The search takes them up when the theory's call
+/// returns.
 class Consequences {
  public:
   virtual ~Consequences() = default;

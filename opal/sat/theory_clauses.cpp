@@ -1,8 +1,8 @@
 // Between the search and its theory.
 //
 // What the theory gives during one of its calls is put aside and taken up when the call has
-// returned: implied literals first, then lemmas and the conflict. A clause of the theory may
-// have any mixture of values and levels; add_theory_clause() says what becomes of it.
+// returned: implied literals first, then lemmas and the conflict. A clause of the theory
+// may have any mixture of values and levels; add_theory_clause() says what becomes of it.
 
 #include <algorithm>
 
@@ -29,7 +29,9 @@ void Search::Engine::add_lemma(LiteralSpan clause, Tag tag, Retention retention)
 
 Variable Search::Engine::make_variable(VariableKind kind) { return add_variable(kind); }
 
-void Search::Engine::suggest_phase(Variable variable, Sign sign) { set_phase(variable, sign); }
+void Search::Engine::suggest_phase(Variable variable, Sign sign) {
+  set_phase(variable, sign);
+}
 
 Value Search::Engine::value(Literal literal) const {
   return static_cast<Value>(truth(literal));
@@ -57,8 +59,8 @@ FinalCheck Search::Engine::final_check() {
   return result;
 }
 
-// Lemmas first, so that none is lost to what a conflict does; their own conflicts are learned
-// from as they come. False when the clauses are found inconsistent.
+// Lemmas first, so that none is lost to what a conflict does; their own conflicts are
+// learned from as they come. False when the clauses are found inconsistent.
 bool Search::Engine::take_up_gifts() {
   bool consistent = take_up_implications();
   const auto is_conflict = [](const Gift& gift) { return gift.kind == GiftKind::CONFLICT; };
@@ -193,7 +195,8 @@ ClauseRef Search::Engine::explained_reason(Literal literal) {
   explanation_.erase(std::unique(explanation_.begin(), explanation_.end()),
                      explanation_.end());
   assert(std::all_of(explanation_.begin(), explanation_.end(), [&](Literal other) {
-    return other == literal || (truth(other) < 0 && variables_[other.variable()].position <
+    return other == literal ||
+           (truth(other) < 0 && variables_[other.variable()].position <
                                     variables_[literal.variable()].position);
   }));
   ClauseId id = NO_CLAUSE;

@@ -1,7 +1,7 @@
 // The variables that may be decided, most active first.
 //
-// A binary heap by activity, with the place of each variable in it. An activity grows by the
-// present increment each time the variable has part in a conflict; the increment itself
+// A binary heap by activity, with the place of each variable in it. An activity grows by
+// the present increment each time the variable has part in a conflict; the increment itself
 // grows, which lets older parts fade. (Een and Soerensson's form of the order of Chaff.)
 
 #ifndef OPAL_SAT_VARIABLE_HEAP_H
@@ -94,7 +94,8 @@ class VariableHeap {
     places_[variable] = place;
   }
   void rescale() {
-    for (double& activity : activities_) activity /= LARGEST;
+    for (double& activity : activities_)
+      activity /= LARGEST;
     increment_ /= LARGEST;
   }
 

@@ -58,7 +58,8 @@ Formula read(const std::string& name) {
   std::vector<Literal> clause;
   for (const char* at = text.c_str(); *at != '\0';) {
     if (*at == 'c' || *at == 'p') {
-      while (*at != '\0' && *at != '\n') at++;
+      while (*at != '\0' && *at != '\n')
+        at++;
     } else if (*at <= ' ') {
       at++;
     } else {
@@ -118,9 +119,11 @@ int run(const Options& options) {
   const Formula formula = read(options.file);
   host::Limits limits;
   const Clock::time_point start = Clock::now();
-  if (options.seconds > 0) limits.set_deadline(start + std::chrono::seconds(options.seconds));
+  if (options.seconds > 0)
+    limits.set_deadline(start + std::chrono::seconds(options.seconds));
   sat::Search search(options.record ? sat::Recording::ON : sat::Recording::OFF, &limits);
-  for (sat::Variable i = 0; i < formula.variables; i++) search.make_variable();
+  for (sat::Variable i = 0; i < formula.variables; i++)
+    search.make_variable();
   for (std::size_t i = 0; i < formula.clauses.size(); i++)
     search.add_clause(formula.clauses[i], static_cast<sat::Tag>(i));
   const sat::Answer answer = search.solve();
@@ -139,8 +142,6 @@ int run(const Options& options) {
     check("proof", proof, formula);
     if (options.reduction > 0) {
       const Clock::time_point begin = Clock::now();
-      check("recycled", resolution::recycle_pivots(proof,nullptr), formula);
-      check("lowered", resolution::lower_units(proof,nullptr), formula);
       const ClauseProof small = resolution::reduced(proof, options.reduction, nullptr);
       std::cout << "c reduced in " << since(begin) << " s\n";
       check("reduced", small, formula);

@@ -41,9 +41,9 @@ Literal literal(int dimacs) {
 }
 
 // A theory of 24 worlds: an atom is true in some of them, literals are consistent when they
-// have a world in common, a clause holds when each world has one of its literals. It is lazy
-// and moody: it propagates at times only, gives lemmas nobody needs, makes new atoms, says
-// the same as a conflict or as a lemma, and now and then runs into a limit.
+// have a world in common, a clause holds when each world has one of its literals. It is
+// lazy and moody: it propagates at times only, gives lemmas nobody needs, makes new atoms,
+// says the same as a conflict or as a lemma, and now and then runs into a limit.
 class WorldTheory final : public Theory {
  public:
   explicit WorldTheory(Random& random) : random_(random) {}
@@ -58,7 +58,8 @@ class WorldTheory final : public Theory {
   }
   [[nodiscard]] bool holds(LiteralSpan clause) const {
     Worlds covered = 0;
-    for (const Literal l : clause) covered |= worlds(l);
+    for (const Literal l : clause)
+      covered |= worlds(l);
     return covered == ALL;
   }
 
@@ -106,7 +107,8 @@ class WorldTheory final : public Theory {
   bool one_in(unsigned n) { return random_() % n == 0; }
   [[nodiscard]] Worlds common(const Clause& literals) const {
     Worlds left = ALL;
-    for (const Literal l : literals) left &= worlds(l);
+    for (const Literal l : literals)
+      left &= worlds(l);
     return left;
   }
   // The negations of a smallest part of `literals` that leaves no world outside `goal`.
@@ -117,7 +119,8 @@ class WorldTheory final : public Theory {
       less.erase(less.begin() + static_cast<std::ptrdiff_t>(i));
       if ((common(less) & ~goal) == 0) literals = less;
     }
-    for (Literal& l : literals) l = ~l;
+    for (Literal& l : literals)
+      l = ~l;
     return literals;
   }
   void give_conflict(Consequences& consequences) {
@@ -149,7 +152,6 @@ class WorldTheory final : public Theory {
   std::map<std::uint32_t, Clause> implied_by_;  // by code: what was asserted then
 };
 
-void dumpp(const ClauseProof& p) { for (NodeIndex n=0;n<p.size();n++){ std::cerr<<n<<": "; if(p.kind(n)==NodeKind::CHAIN){ std::cerr<<p.first(n); for(auto&s:p.steps(n)) std::cerr<<" ("<<(s.pivot.is_negative()?"-":"")<<s.pivot.variable()<<","<<s.antecedent<<")";} else for(auto l:p.literals(n)) std::cerr<<(l.is_negative()?"-":"")<<l.variable()<<" "; std::cerr<<"\n";} }
 // A search with clauses under activation literals, beside a list of the same clauses.
 class Problem {
  public:
@@ -157,7 +159,8 @@ class Problem {
       : random_(seed), theory_(random_), search_(recording) {
     search_.set_theory(&theory_);
     const unsigned plain = 2 + random_() % 4;
-    for (unsigned i = 0; i < plain; i++) plain_.push_back(search_.make_variable());
+    for (unsigned i = 0; i < plain; i++)
+      plain_.push_back(search_.make_variable());
     const unsigned atoms = random_() % 7;
     for (unsigned i = 0; i < atoms; i++) {
       const Variable atom = search_.make_variable(VariableKind::ATOM);
@@ -179,9 +182,11 @@ class Problem {
       active_.pop_back();
       if (random_() % 2 == 0) search_.remove_lemmas();
     }
-    for (unsigned more = random_() % 9; more > 0; more--) add_clause();
+    for (unsigned more = random_() % 9; more > 0; more--)
+      add_clause();
     Clause assumptions;
-    for (const Variable variable : active_) assumptions.emplace_back(variable);
+    for (const Variable variable : active_)
+      assumptions.emplace_back(variable);
     for (unsigned more = random_() % 4; more > 0; more--)
       assumptions.push_back(random_literal());
     EXPECT_TRUE(search_.is_normal());
@@ -216,7 +221,8 @@ class Problem {
   // Whether some world and values of the plain variables make clauses and assumptions true.
   bool is_satisfiable(const Clause& assumptions) {
     std::vector<Clause> clauses = clauses_;
-    for (const Literal l : assumptions) clauses.push_back({l});
+    for (const Literal l : assumptions)
+      clauses.push_back({l});
     for (unsigned i = 0; i < WORLDS << plain_.size(); i++) {
       const auto is_true = [&](Literal l) {
         const auto atom = theory_.atoms.find(l.variable());
@@ -240,8 +246,10 @@ class Problem {
       return false;
     };
     for (const Clause& clause : clauses_)
-      EXPECT_TRUE(is_tautology(clause) || std::any_of(clause.begin(), clause.end(), is_true));
-    for (const Literal l : assumptions) EXPECT_TRUE(is_true(l));
+      EXPECT_TRUE(is_tautology(clause) ||
+                  std::any_of(clause.begin(), clause.end(), is_true));
+    for (const Literal l : assumptions)
+      EXPECT_TRUE(is_true(l));
     for (const auto& [atom, worlds] : theory_.atoms)
       for (const Sign sign : {Sign::POSITIVE, Sign::NEGATIVE})
         EXPECT_TRUE(!is_true({atom, sign}) ||
@@ -260,7 +268,8 @@ class Problem {
       return failed.size();
     }
     Clause claim;
-    for (const Literal l : failed) claim.push_back(~l);
+    for (const Literal l : failed)
+      claim.push_back(~l);
     LeafJudges judges;
     judges.is_input = [&](LiteralSpan leaf, Tag tag) {
       const Clause& clause = clauses_.at(tag);
@@ -269,17 +278,17 @@ class Problem {
     judges.is_lemma = [&](LiteralSpan leaf, Tag) { return theory_.holds(leaf); };
     const ClauseProof proof = search_.proof();
     EXPECT_EQ(fault_of_resolution_proof(proof, claim, judges), std::nullopt);
- if (getenv("DUMP")) {std::cerr<<"PROOF\n"; dumpp(proof); std::cerr<<"LU\n"; dumpp(lower_units(proof,nullptr));}
-    for (const ClauseProof& smaller : {lower_units(proof, nullptr),
-                                       recycle_pivots(proof, nullptr),
-                                       reduced(proof, 1, nullptr)})
+    for (const ClauseProof& smaller :
+         {lower_units(proof, nullptr), recycle_pivots(proof, nullptr),
+          reduced(proof, 1, nullptr)})
       EXPECT_EQ(fault_of_resolution_proof(smaller, claim, judges), std::nullopt);
     check_mutants(proof, claim, judges);
     return failed.size();
   }
   // One change to a proof, always for the worse: a pivot negated, the root's last step left
   // out, a leaf's last literal left out, a leaf without a judge who knows it.
-  void check_mutants(const ClauseProof& proof, const Clause& claim, const LeafJudges& judges) {
+  void check_mutants(const ClauseProof& proof, const Clause& claim,
+                     const LeafJudges& judges) {
     const NodeIndex target = random_() % proof.size();
     ClauseProof mutant;
     bool changed = false;
@@ -299,7 +308,8 @@ class Problem {
         if (node == target && node == proof.root() && i + 1 == size)
           changed = true;
         else
-          mutant.add_step(node == target && i == 0 ? ~step.pivot : step.pivot, step.antecedent);
+          mutant.add_step(node == target && i == 0 ? ~step.pivot : step.pivot,
+                          step.antecedent);
       }
       changed |= node == target && size > 0;
     }
@@ -318,13 +328,13 @@ class Problem {
   std::vector<Clause> clauses_;
 };
 
-
 TEST(Sat, AnswersModelsCoresAndProofsAgreeWithBruteForce) {
   std::map<std::string, int> answers;
   for (unsigned seed = 0; seed < 400; seed++) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     Problem problem(seed, seed % 5 == 0 ? Recording::OFF : Recording::ON);
-    for (int i = 0; i < 8; i++) answers[problem.step()]++;
+    for (int i = 0; i < 8; i++)
+      answers[problem.step()]++;
     if (HasFailure()) return;
   }
   for (const char* answer : {"sat", "unsat0", "unsat1", "unsat2", "unknown"})
@@ -345,13 +355,16 @@ TEST(Sat, TheSameProblemIsSolvedInTheSameWay) {
 // n + 1 pigeons in n holes: enough conflicts to restart, reduce and move clauses.
 void add_pigeons(Search& search, int n) {
   const auto in = [n](int pigeon, int hole) { return literal(pigeon * n + hole + 1); };
-  for (int i = 0; i < n * (n + 1); i++) search.make_variable();
+  for (int i = 0; i < n * (n + 1); i++)
+    search.make_variable();
   for (int p = 0; p <= n; p++) {
     Clause somewhere;
-    for (int h = 0; h < n; h++) somewhere.push_back(in(p, h));
+    for (int h = 0; h < n; h++)
+      somewhere.push_back(in(p, h));
     search.add_clause(somewhere);
     for (int h = 0; h < n; h++)
-      for (int q = 0; q < p; q++) search.add_clause(Clause{~in(p, h), ~in(q, h)});
+      for (int q = 0; q < p; q++)
+        search.add_clause(Clause{~in(p, h), ~in(q, h)});
   }
 }
 
@@ -388,8 +401,10 @@ TEST(Sat, LimitsEndTheSearchAndItCanGoOn) {
 TEST(Sat, AMillionNodesInARowNeedNoRecursion) {
   constexpr int LENGTH = 500000;
   Search search(Recording::ON);
-  for (int i = 0; i < LENGTH; i++) search.make_variable();
-  for (int i = 1; i < LENGTH; i++) search.add_clause(Clause{literal(-i), literal(i + 1)});
+  for (int i = 0; i < LENGTH; i++)
+    search.make_variable();
+  for (int i = 1; i < LENGTH; i++)
+    search.add_clause(Clause{literal(-i), literal(i + 1)});
   search.add_clause(Clause{literal(-LENGTH)});
   search.add_clause(Clause{literal(1)});
   EXPECT_EQ(search.solve(), Answer::UNSATISFIABLE);
@@ -418,8 +433,8 @@ TEST(ProofStore, KeepsWhatIsHeldAndNothingElse) {
       store.release(start);
       held.erase(start);
       held[made] = v;
-      const auto victim = std::next(held.begin(), static_cast<std::ptrdiff_t>(
-                                                      random() % held.size()));
+      const auto victim =
+          std::next(held.begin(), static_cast<std::ptrdiff_t>(random() % held.size()));
       store.release(victim->first);
       held.erase(victim);
     }
@@ -429,7 +444,8 @@ TEST(ProofStore, KeepsWhatIsHeldAndNothingElse) {
       ASSERT_EQ(conclusion(store.extract(id)), Clause{Literal(variable)});
   }
   EXPECT_LT(store.bytes(), 1000000U);
-  for (const auto& [id, variable] : held) store.release(id);
+  for (const auto& [id, variable] : held)
+    store.release(id);
   EXPECT_EQ(store.size(), 0U);
 }
 
@@ -454,12 +470,15 @@ TEST(ResolutionChecker, RefusesWhatIsNoResolution) {
     ClauseProof proof;
     const auto clause = [](const std::vector<int>& numbers) {
       Clause result;
-      for (const int number : numbers) result.push_back(literal(number));
+      for (const int number : numbers)
+        result.push_back(literal(number));
       return result;
     };
-    for (const auto& leaf : c.leaves) proof.add_leaf(NodeKind::INPUT, clause(leaf), 0);
+    for (const auto& leaf : c.leaves)
+      proof.add_leaf(NodeKind::INPUT, clause(leaf), 0);
     proof.begin_chain(0);
-    for (const auto& [pivot, antecedent] : c.steps) proof.add_step(literal(pivot), antecedent);
+    for (const auto& [pivot, antecedent] : c.steps)
+      proof.add_step(literal(pivot), antecedent);
     const auto fault = fault_of_resolution_proof(proof, clause(c.claim), ANY_INPUT);
     ASSERT_EQ(fault.has_value(), c.fault != nullptr) << fault.value_or("accepted");
     EXPECT_TRUE(!fault || fault->find(c.fault) != std::string::npos) << *fault;

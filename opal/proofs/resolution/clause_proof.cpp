@@ -13,7 +13,8 @@ namespace {
 // Ranges are kept as 32-bit numbers.
 std::uint32_t index_of_end(std::size_t size) {
   if (size >= std::numeric_limits<std::uint32_t>::max())
-    throw std::length_error("the proof of the clauses has more than 2^32 steps or literals");
+    throw std::length_error(
+        "the proof of the clauses has more than 2^32 steps or literals");
   return static_cast<std::uint32_t>(size);
 }
 
@@ -68,7 +69,8 @@ ClauseProof trimmed(const ClauseProof& proof, NodeIndex root) {
   for (NodeIndex node = root + 1; node-- > 0;) {
     if (!needed[node] || proof.kind(node) != NodeKind::CHAIN) continue;
     needed[proof.first(node)] = true;
-    for (const Step& step : proof.steps(node)) needed[step.antecedent] = true;
+    for (const Step& step : proof.steps(node))
+      needed[step.antecedent] = true;
   }
   ClauseProof result;
   std::vector<NodeIndex> moved(proof.size(), 0);

@@ -36,7 +36,8 @@ class ProofStore::Reader {
   }
   ClauseId header() {
     ClauseId id = 0;
-    for (unsigned shift = 0; shift < 32; shift += 8) id |= std::uint32_t{byte()} << shift;
+    for (unsigned shift = 0; shift < 32; shift += 8)
+      id |= std::uint32_t{byte()} << shift;
     return id;
   }
   // The record's size and kind, which stand behind its header.
@@ -264,7 +265,8 @@ ClauseId ProofStore::begin_record() {
   }
   assert(entries_[id].holds == 0);
   entries_[id] = {end_, 1};
-  for (std::size_t i = 0; i < HEADER_SIZE; i++) put_byte(0);
+  for (std::size_t i = 0; i < HEADER_SIZE; i++)
+    put_byte(0);
   put_header(entries_[id].record, id);
   held_++;
   return id;
@@ -273,8 +275,7 @@ ClauseId ProofStore::begin_record() {
 void ProofStore::put_byte(std::uint8_t byte) {
   const std::size_t block = end_ >> BLOCK_BITS;
   assert(block <= blocks_.size());
-  if (block == blocks_.size())
-    blocks_.emplace_back(new std::uint8_t[BLOCK_SIZE]);
+  if (block == blocks_.size()) blocks_.emplace_back(new std::uint8_t[BLOCK_SIZE]);
   blocks_[block][end_ & (BLOCK_SIZE - 1)] = byte;
   end_++;
 }

@@ -13,7 +13,8 @@
 //     store.release(ab);                                              // b_ still holds it
 //     ClauseProof proof = store.extract(b_);
 //
-// Layout. Records of bytes, one after the other, in blocks of 64 KiB that records may cross:
+// Layout. Records of bytes, one after the other, in blocks of 64 KiB that records may
+// cross:
 //
 //   leaf    header  size  tag  code code ...            literals sorted, as differences
 //   chain   header  size  first  (pivot antecedent) ...
@@ -22,8 +23,8 @@
 // five bytes. The header is the id, or NO_CLAUSE when the record is waste; it always takes
 // four bytes.
 //
-// Cost: adding is linear in the record; releasing is linear in what goes, without recursion;
-// compaction is linear in the store and paid for by the waste that it takes up.
+// Cost: adding is linear in the record; releasing is linear in what goes, without
+// recursion; compaction is linear in the store and paid for by the waste that it takes up.
 
 #ifndef OPAL_PROOFS_RESOLUTION_PROOF_STORE_H
 #define OPAL_PROOFS_RESOLUTION_PROOF_STORE_H
@@ -42,7 +43,7 @@ constexpr ClauseId NO_CLAUSE = 0xFFFFFFFFU;
 /// A derivation on its way into the store, in the order in which it resolves.
 struct Chain {
   struct Link {
-    Literal pivot;        // in the antecedent; the clause so far has its negation
+    Literal pivot;  // in the antecedent; the clause so far has its negation
     ClauseId antecedent;
   };
   ClauseId first = NO_CLAUSE;
@@ -102,7 +103,7 @@ class ProofStore {
   void compact();
 
   std::vector<std::unique_ptr<std::uint8_t[]>> blocks_;  // the records
-  Offset end_ = 0;                // behind the last record
+  Offset end_ = 0;                                       // behind the last record
   Offset waste_ = 0;              // bytes of records that nobody holds
   std::vector<Entry> entries_;    // by id
   std::vector<ClauseId> free_;    // ids without a clause

@@ -19,7 +19,8 @@ Rebuild::Rebuild(const ClauseProof& old, host::Limits* limits)
     if (old.kind(node) != NodeKind::CHAIN) continue;
     steps += old.steps(node).size();
     uses_[old.first(node)]++;
-    for (const Step& step : old.steps(node)) uses_[step.antecedent]++;
+    for (const Step& step : old.steps(node))
+      uses_[step.antecedent]++;
   }
   uses_[old.root()]++;
 }
@@ -44,7 +45,8 @@ void Rebuild::run() {
     if (clauses_[made].size() == 1) units_[node] = clauses_[made][0];
     if (old_.kind(node) != NodeKind::CHAIN) continue;
     end_use(old_.first(node));
-    for (const Step& step : old_.steps(node)) end_use(step.antecedent);
+    for (const Step& step : old_.steps(node))
+      end_use(step.antecedent);
   }
   last_ = new_node_[old_.root()];
 }
@@ -56,13 +58,12 @@ const std::vector<Literal>& Rebuild::clause(NodeIndex node) const {
 
 void Rebuild::append(NodeIndex first, const std::vector<Step>& steps) {
   start(new_node_[first]);
-  for (const Step& step : steps) resolve(step.pivot, new_node_[step.antecedent], Cut::NONE);
+  for (const Step& step : steps)
+    resolve(step.pivot, new_node_[step.antecedent], Cut::NONE);
   last_ = finish();
 }
 
-ClauseProof Rebuild::result() const {
-  return trimmed(made_, last_);
-}
+ClauseProof Rebuild::result() const { return trimmed(made_, last_); }
 
 void Rebuild::add_leaf(NodeIndex node) {
   const LiteralSpan literals = old_.literals(node);
@@ -82,11 +83,13 @@ void Rebuild::add_chain(NodeIndex node) {
 
 // Begins the chain that is being built, or begins it again, with the new node `made`.
 void Rebuild::start(NodeIndex made) {
-  for (const Literal literal : running_) marks_[literal.code()] = 0;
+  for (const Literal literal : running_)
+    marks_[literal.code()] = 0;
   running_.clear();
   steps_.clear();
   start_ = made;
-  for (const Literal literal : clauses_[made]) add_literal(literal);
+  for (const Literal literal : clauses_[made])
+    add_literal(literal);
 }
 
 void Rebuild::resolve(Literal pivot, NodeIndex made, Cut cut) {
@@ -112,12 +115,14 @@ void Rebuild::resolve(Literal pivot, NodeIndex made, Cut cut) {
   steps_.push_back({pivot, made});
 }
 
-// Ends the chain that is being built. A chain without steps is the node that it starts with.
+// Ends the chain that is being built. A chain without steps is the node that it starts
+// with.
 NodeIndex Rebuild::finish() {
   NodeIndex made = start_;
   if (!steps_.empty()) {
     made = made_.begin_chain(start_);
-    for (const Step& step : steps_) made_.add_step(step.pivot, step.antecedent);
+    for (const Step& step : steps_)
+      made_.add_step(step.pivot, step.antecedent);
     std::vector<Literal>& clause = clauses_.emplace_back();
     pending_.push_back(0);
     for (const Literal literal : running_) {
@@ -128,7 +133,8 @@ NodeIndex Rebuild::finish() {
     std::sort(clause.begin(), clause.end());
     clause.shrink_to_fit();
   }
-  for (const Literal literal : running_) marks_[literal.code()] = 0;
+  for (const Literal literal : running_)
+    marks_[literal.code()] = 0;
   running_.clear();
   steps_.clear();
   assert(clauses_.size() == made_.size() && pending_.size() == made_.size());

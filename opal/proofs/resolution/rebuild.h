@@ -64,21 +64,22 @@ class Rebuild {
 
   const ClauseProof& old_;
   host::Limits* limits_;
-  ClauseProof made_;                     // the proof being built
-  std::vector<std::size_t> first_cut_;   // by old chain: where its steps' cuts begin
-  std::vector<Cut> cuts_;                // by old step; empty when nothing is cut
-  std::vector<std::uint32_t> uses_;      // by old node: how often chains use it
-  std::vector<NodeIndex> new_node_;      // by old node: the node that serves for it
-  std::vector<std::vector<Literal>> clauses_;  // by new node: its clause, until its last use
-  std::vector<std::uint32_t> pending_;   // by new node: uses of its clause that may come
-  std::vector<Literal> units_;           // by old node
-  NodeIndex last_ = 0;                   // the new node that is the root
+  ClauseProof made_;                    // the proof being built
+  std::vector<std::size_t> first_cut_;  // by old chain: where its steps' cuts begin
+  std::vector<Cut> cuts_;               // by old step; empty when nothing is cut
+  std::vector<std::uint32_t> uses_;     // by old node: how often chains use it
+  std::vector<NodeIndex> new_node_;     // by old node: the node that serves for it
+  std::vector<std::vector<Literal>>
+      clauses_;                         // by new node: its clause, until its last use
+  std::vector<std::uint32_t> pending_;  // by new node: uses of its clause that may come
+  std::vector<Literal> units_;          // by old node
+  NodeIndex last_ = 0;                  // the new node that is the root
 
   // The chain that is being built.
   NodeIndex start_ = 0;
   std::vector<Step> steps_;
-  std::vector<Literal> running_;      // its clause, with literals that have gone and repeats
-  std::vector<std::uint8_t> marks_;   // by literal: whether it is in the clause
+  std::vector<Literal> running_;     // its clause, with literals that have gone and repeats
+  std::vector<std::uint8_t> marks_;  // by literal: whether it is in the clause
 };
 
 }  // namespace opal::resolution

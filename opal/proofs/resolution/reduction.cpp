@@ -16,7 +16,8 @@ std::vector<NodeIndex> units_to_lower(const ClauseProof& proof, const Rebuild& d
   for (NodeIndex node = 0; node < proof.size(); node++) {
     if (proof.kind(node) != NodeKind::CHAIN) continue;
     uses[proof.first(node)]++;
-    for (const Step& step : proof.steps(node)) uses[step.antecedent]++;
+    for (const Step& step : proof.steps(node))
+      uses[step.antecedent]++;
   }
   std::vector<bool> taken(proof.variable_end(), false);
   for (const Literal literal : derivation.clause(proof.root()))
@@ -31,8 +32,8 @@ std::vector<NodeIndex> units_to_lower(const ClauseProof& proof, const Rebuild& d
   return lowered;
 }
 
-// Cuts the steps of the chain `node` with lowered units. When the chain starts with one, the
-// first antecedent that is none of them is the start instead.
+// Cuts the steps of the chain `node` with lowered units. When the chain starts with one,
+// the first antecedent that is none of them is the start instead.
 void leave_out_units(const ClauseProof& proof, NodeIndex node,
                      const std::vector<bool>& is_lowered, Rebuild& rebuild) {
   const StepSpan steps = proof.steps(node);
@@ -64,7 +65,8 @@ ClauseProof lower_units(const ClauseProof& proof, host::Limits* limits) {
     rebuild.keep_clause(node);
   }
   for (NodeIndex node = 0; node < proof.size(); node++)
-    if (proof.kind(node) == NodeKind::CHAIN) leave_out_units(proof, node, is_lowered, rebuild);
+    if (proof.kind(node) == NodeKind::CHAIN)
+      leave_out_units(proof, node, is_lowered, rebuild);
   rebuild.run();
   std::vector<Step> steps;
   for (auto node = lowered.rbegin(); node != lowered.rend(); ++node)
@@ -93,11 +95,13 @@ class SafeLiterals {
   // Makes the set of `node`, which no use adds to any more, the current one.
   void enter(NodeIndex node) {
     assert(current_.empty());
-    for (const Literal literal : sets_[node]) add(literal);
+    for (const Literal literal : sets_[node])
+      add(literal);
     std::vector<Literal>().swap(sets_[node]);
   }
   void leave() {
-    for (const Literal literal : current_) marks_[literal.code()] = 0;
+    for (const Literal literal : current_)
+      marks_[literal.code()] = 0;
     current_.clear();
   }
   void add(Literal literal) {
@@ -190,8 +194,9 @@ class NearerDeadline {
   NearerDeadline(host::Limits& limits, double seconds)
       : limits_(limits), deadline_(limits.deadline()) {
     const host::Limits::Clock::time_point end =
-        host::Limits::Clock::now() + std::chrono::duration_cast<host::Limits::Clock::duration>(
-                                         std::chrono::duration<double>(seconds));
+        host::Limits::Clock::now() +
+        std::chrono::duration_cast<host::Limits::Clock::duration>(
+            std::chrono::duration<double>(seconds));
     if (!deadline_ || end < *deadline_) limits_.set_deadline(end);
   }
   ~NearerDeadline() { limits_.set_deadline(deadline_); }

@@ -19,8 +19,8 @@
 
 namespace opal::resolution {
 
-/// `proof` with units resolved at the end. `limits` may be null; LimitReached is thrown when
-/// one of them ends the work.
+/// `proof` with units resolved at the end. `limits` may be null; LimitReached is thrown
+/// when one of them ends the work.
 [[nodiscard]] ClauseProof lower_units(const ClauseProof& proof, host::Limits* limits);
 
 /// `proof` without steps on literals that are resolved again on every way to the root.
