@@ -184,27 +184,28 @@ void Search::Engine::clear_marks() {
 // alone: the final clause.
 void Search::Engine::analyse_failed_assumption(Literal failed) {
   assert(truth(failed) < 0 && marked_.empty() && units_.empty());
-  chain_.clear();
-  marks_[failed.variable()] |= ESSENTIAL;  // here: a failed assumption
-  marked_.push_back(failed.variable());
   const VariableState& state = variables_[failed.variable()];
-  // Whether its negation is an assumption as well.
-  const bool is_contradictory = state.level > 0 && state.reason == NO_REF;
   if (state.level == 0) {
-    if (is_recording()) final_clause_ = unit_ids_[failed.variable()];
+    failed_assumptions_ = {failed};
+    if (!is_recording()) return;
+    final_clause_ = unit_ids_[failed.variable()];
     if (final_clause_ != NO_CLAUSE) proofs_.hold(final_clause_);
-  } else if (!is_contradictory) {
+  } else if (state.reason == NO_REF) {  // its negation is an assumption, too
+    failed_assumptions_ = {~failed, failed};
+  } else {
     resolve_to_assumptions(~failed);
     if (is_recording()) final_clause_ = proofs_.add_chain(chain_);
+    add_mark(failed.variable(), ESSENTIAL);
+    for (const Literal assumption : assumptions_) {
+      std::uint8_t& mark = marks_[assumption.variable()];
+      if ((mark & ESSENTIAL) == 0) continue;
+      const bool is_of_failed = assumption.variable() == failed.variable();
+      if (is_of_failed ? assumption != failed : truth(assumption) < 0) continue;
+      failed_assumptions_.push_back(assumption);
+      mark = IN_CLAUSE;  // named once
+    }
+    clear_marks();
   }
-  for (const Literal assumption : assumptions_) {
-    std::uint8_t& mark = marks_[assumption.variable()];
-    const bool is_needed = truth(assumption) > 0 || assumption == failed;
-    if ((mark & ESSENTIAL) == 0 || !is_needed) continue;
-    failed_assumptions_.push_back(assumption);
-    if (!is_contradictory) mark = 0;  // named once
-  }
-  clear_marks();
 }
 
 // Begins chain_ with the reason of `implied` and resolves until decisions only are left,
@@ -223,6 +224,7 @@ void Search::Engine::resolve_to_assumptions(Literal implied) {
     }
   };
   const ClauseRef first = explained_reason(implied);
+  chain_.clear();
   chain_.first = arena_[first].id();
   take(first, implied);
   for (std::size_t i = variables_[implied.variable()].position; i-- > trail_limits_[0];) {

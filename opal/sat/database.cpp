@@ -9,8 +9,8 @@ namespace opal::sat {
 
 namespace {
 constexpr std::uint32_t BEST_GLUE = 2;
-constexpr std::uint64_t REDUCTION_INTERVAL = 2000;
-constexpr std::uint64_t REDUCTION_INCREMENT = 300;
+constexpr std::uint64_t REDUCTION_INTERVAL = 300;
+constexpr std::uint64_t REDUCTION_INCREMENT = 100;
 }  // namespace
 
 // Removes the clauses that are true at level 0, when there is something new there and the

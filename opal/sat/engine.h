@@ -235,7 +235,7 @@ class Search::Engine final : private Consequences {
   std::size_t learned_count_ = 0;
   std::size_t simplified_trail_ = 0;       // the trail at level 0 when last simplified
   std::uint64_t next_simplification_ = 0;  // by propagations
-  std::uint64_t next_reduction_ = 2000;    // by conflicts
+  std::uint64_t next_reduction_ = 300;     // by conflicts
   Restarts restarts_;
 
   // Analysis: working lists.

@@ -93,14 +93,22 @@ void Rebuild::start(NodeIndex made) {
 }
 
 void Rebuild::resolve(Literal pivot, NodeIndex made, Cut cut) {
-  if (cut == Cut::SKIP || marks_[(~pivot).code()] == 0) return;
   const std::vector<Literal>& clause = clauses_[made];
-  const bool has_pivot = std::find(clause.begin(), clause.end(), pivot) != clause.end();
-  if (cut == Cut::RESTART || !has_pivot || marks_[pivot.code()] != 0) {
+  const auto has = [&](Literal literal) {
+    return std::find(clause.begin(), clause.end(), literal) != clause.end();
+  };
+  // Cuts go first: whoever made them has not seen to it that the other premise may serve.
+  if (cut == Cut::SKIP) return;
+  if (cut == Cut::RESTART) {
     start(made);
     return;
   }
-  if (std::find(clause.begin(), clause.end(), ~pivot) != clause.end()) return;
+  if (marks_[(~pivot).code()] == 0) return;
+  if (marks_[pivot.code()] != 0 || !has(pivot)) {
+    start(made);
+    return;
+  }
+  if (has(~pivot)) return;
   marks_[(~pivot).code()] = 0;
   for (const Literal literal : clause)
     if (literal != pivot) add_literal(literal);
