@@ -201,7 +201,8 @@ Literal Atoms::canonical_variable(const CanonicalLiteral& canonical,
 // `atom` was not seen; when it is not the canonical one, that one was.
 void Atoms::remember(const Term_* atom, Literal literal) {
   assert(literal.is_valid());
-  if (atom->id() >= literals_.size()) literals_.resize(terms_.size() + terms_.size() / 4 + 64);
+  if (atom->id() >= literals_.size())
+    literals_.resize(terms_.size() + terms_.size() / 4 + 64);
   literals_[atom->id()] = literal;
   const Variable variable = literal.variable();
   if (literal.is_negative() || variable == TRUE_LITERAL.variable()) return;

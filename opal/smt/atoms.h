@@ -13,8 +13,8 @@
 //     2y < 1                       over Reals   not 1/2 <= y
 //     2x - 4x' = 3                 over Ints    false
 //
-// A canonical atom has exactly the symbols whose coefficients do not cancel out. Floor terms
-// count as variables; what they mean is for the clausifier to say.
+// A canonical atom has exactly the symbols whose coefficients do not cancel out. Floor
+// terms count as variables; what they mean is for the clausifier to say.
 
 #ifndef OPAL_SMT_ATOMS_H
 #define OPAL_SMT_ATOMS_H
@@ -48,9 +48,10 @@ struct CanonicalLiteral {
 [[nodiscard]] CanonicalLiteral canonical_literal(host::Terms& terms, host::LinearForm form,
                                                  int relation);
 
-/// Called when an arithmetic atom is made: `variable` stands for the constraint `positive` of
-/// the mapper, its negation for the constraint `negative`.
-using AtomObserver = std::function<void(sat::Variable variable, int positive, int negative)>;
+/// Called when an arithmetic atom is made: `variable` stands for the constraint `positive`
+/// of the mapper, its negation for the constraint `negative`.
+using AtomObserver =
+    std::function<void(sat::Variable variable, int positive, int negative)>;
 
 class Atoms final : public BoundAtoms {
  public:

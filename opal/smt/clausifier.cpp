@@ -1,8 +1,8 @@
 // Chains of `and` and `or`, and the clauses made of them.
 //
 // The operands of a chain are found with a stack. A task makes the clauses of one polarity
-// of an auxiliary variable: with the guard ~p those that say p implies the sub-formula, with
-// the guard p those that say ~p implies its negation.
+// of an auxiliary variable: with the guard ~p those that say p implies the sub-formula,
+// with the guard p those that say ~p implies its negation.
 
 #include "opal/smt/clausifier.h"
 
@@ -257,7 +257,9 @@ void Clausifier::end_clause() {
 
 // The literal that stands for a goal. An auxiliary one gets clauses for this polarity.
 Literal Clausifier::literal_of(Goal goal) {
-  const auto with_sign = [&](Literal literal) { return goal.positive ? literal : ~literal; };
+  const auto with_sign = [&](Literal literal) {
+    return goal.positive ? literal : ~literal;
+  };
   switch (shape_of(goal)) {
     case Shape::CONSTANT:
       return with_sign(Terms::kind_of(goal.term) == Kind::TRUE ? TRUE_LITERAL

@@ -11,9 +11,10 @@
 //
 // Chains of `and` and of `or` are taken as one, whatever they are nested like, also through
 // negations. In a clause of few literals a conjunction is distributed: a or (b and c) is
-// {a, b}, {a, c}. A sub-formula that stands in one place of a chain is part of it; one that is
-// shared has a variable of its own, so that the clauses grow with the number of different
-// sub-formulas only. Conjunctions on top become separate clauses, disjunctions there one.
+// {a, b}, {a, c}. A sub-formula that stands in one place of a chain is part of it; one that
+// is shared has a variable of its own, so that the clauses grow with the number of
+// different sub-formulas only. Conjunctions on top become separate clauses, disjunctions
+// there one.
 //
 // Auxiliary variables and fresh constants belong to one assertion each, whatever its
 // sub-formulas share with others. The atoms are everybody's (atoms.h). Floors in the atoms
@@ -140,21 +141,21 @@ class Clausifier {
   host::Terms& terms_;
   Atoms& atoms_;
   sat::Search& search_;
-  std::vector<resolution::Meaning> meanings_;         // by variable
-  std::vector<resolution::Definition> definitions_;   // of all assertions
-  std::vector<std::uint8_t> has_case_;                // by id of a term: 0 not known, 1 no, 2 yes
+  std::vector<resolution::Meaning> meanings_;        // by variable
+  std::vector<resolution::Definition> definitions_;  // of all assertions
+  std::vector<std::uint8_t> has_case_;  // by id of a term: 0 not known, 1 no, 2 yes
 
   // The assertion at hand.
   std::uint32_t assertion_ = 0;
-  sat::Literal level_;   // in every clause, unless invalid
-  sat::Literal guard_;   // in every clause of the task at hand, unless invalid
+  sat::Literal level_;  // in every clause, unless invalid
+  sat::Literal guard_;  // in every clause of the task at hand, unless invalid
   std::uint32_t stamp_ = 0;
   std::vector<Node> nodes_;  // by id of a term
   std::vector<Task> tasks_;
-  std::vector<Goal> stack_;  // of flatten(), empty between calls
-  std::vector<Goal> operands_;      // of the conjunction at hand
-  std::vector<Goal> disjuncts_;     // of the clause at hand
-  std::vector<Goal> distributed_;   // of a conjunction in the clause at hand
+  std::vector<Goal> stack_;        // of flatten(), empty between calls
+  std::vector<Goal> operands_;     // of the conjunction at hand
+  std::vector<Goal> disjuncts_;    // of the clause at hand
+  std::vector<Goal> distributed_;  // of a conjunction in the clause at hand
   std::vector<sat::Literal> clause_;
   bool clause_is_true_ = false;
   ClauseList clauses_;

@@ -57,7 +57,7 @@ class FormulaSolver::Impl {
   const sat::Recording recording;
   std::unique_ptr<GuardedSolver> solver;  // null or broken: to be made from the assertions
   std::vector<NumberedFormula> assertions;
-  std::vector<Level> levels{Level()};  // level 0 has no guard
+  std::vector<Level> levels{Level()};   // level 0 has no guard
   std::vector<Assumption> assumptions;  // of the last check
   std::string reason_unknown;
   std::optional<ClauseRefutation> refuted;  // after refutation() of the last check
@@ -190,8 +190,8 @@ QNumber FormulaSolver::value(const Term_* variable) const {
     return number == 0 ? QNumber() : impl_->solver->theory().value(number);
   }
   const Literal literal = impl_->solver->atoms().known_literal(variable);
-  const bool truth = literal.is_valid() &&
-                     impl_->solver->search().value(literal) == sat::Value::TRUE;
+  const bool truth =
+      literal.is_valid() && impl_->solver->search().value(literal) == sat::Value::TRUE;
   return QNumber(truth ? 1 : 0);
 }
 
@@ -251,9 +251,9 @@ void FormulaSolver::Impl::resolve_assumptions(ClauseProof& proof,
         assumptions.begin(), assumptions.end(),
         [&](const Assumption& assumption) { return assumption.literal == ~literal; });
     assert(found != assumptions.end());
-    steps.push_back({~literal, proof.add_leaf(NodeKind::INPUT,
-                                              std::vector<Literal>{~literal},
-                                              found->number)});
+    steps.push_back(
+        {~literal,
+         proof.add_leaf(NodeKind::INPUT, std::vector<Literal>{~literal}, found->number)});
   }
   if (steps.empty()) return;
   proof.begin_chain(proved);

@@ -106,7 +106,8 @@ struct CoreEffort {
 /// Of assertions that contradict each other, some that still do, by their numbers,
 /// ascending: each assertion is left out in turn and stays out when the others contradict
 /// each other without it. When that is done within the effort, no assertion of the answer
-/// can be left out. Throws host::LimitReached when `limits` end the work, not for the effort.
+/// can be left out. Throws host::LimitReached when `limits` end the work, not for the
+/// effort.
 [[nodiscard]] std::vector<std::uint32_t> minimised_core(
     host::Terms& terms, host::Mapper& mapper, host::Limits& limits,
     const std::vector<NumberedFormula>& assertions, CoreEffort effort = {});

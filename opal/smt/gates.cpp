@@ -133,8 +133,8 @@ const Term_* Clausifier::without_cases(const Term_* t) {
       for (const Term_* argument : *top)
         if (has_case(argument) && replaced_.count(argument) == 0) stack.push_back(argument);
     if (stack.size() > below) continue;
-    replaced_[top] = Terms::kind_of(top) == Kind::ITE ? constant_for(top)
-                                                      : with_arguments_replaced(top);
+    replaced_[top] =
+        Terms::kind_of(top) == Kind::ITE ? constant_for(top) : with_arguments_replaced(top);
     stack.pop_back();
   }
   return replaced_.at(t);
