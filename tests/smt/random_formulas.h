@@ -42,8 +42,9 @@ class RandomFormulas {
   /// A formula, which shares parts with earlier ones.
   const Term_* formula(int depth) {
     if (depth == 0 || below(8) == 0)
-      return below(3) == 0 ? atom() : formulas_[static_cast<std::size_t>(
-                                          below(static_cast<int>(formulas_.size())))];
+      return below(3) == 0 ? atom()
+                           : formulas_[static_cast<std::size_t>(
+                                 below(static_cast<int>(formulas_.size())))];
     const Term_* const a = formula(depth - 1);
     const Term_* const b = formula(depth - 1);
     const Term_* made = nullptr;
