@@ -3,10 +3,13 @@ PREFIX ?= /usr/local
 N ?= 20000
 T ?= 5
 S ?= 60
+J ?= 2
 SINCE ?= HEAD~1
 SEED ?=
+# Of the scripts in Python.
+export PYTHONPATH := $(CURDIR)/python
 
-.PHONY: demo check bench bench-compare bench-scaling bench-change soak fuzz format lint count coverage docs pictures install deb clean
+.PHONY: demo check field bench bench-compare bench-scaling bench-change soak fuzz format lint count coverage docs pictures install deb clean
 
 demo:
 	scripts/deps.sh demo
@@ -41,8 +44,18 @@ bench-change:
 	scripts/build_commit.sh $(SINCE) build/since
 	python3 bench/change.py build/since/opal build/release/opal --commit $(SINCE)
 
+# The tool on every script of the folder DIR, T seconds each. HALVES=1 asks for interpolants of
+# their halves, SEQUENCE=1 for sequences, RIVALS=1 measures z3 and cvc5 too; ONLY=pattern chooses
+# scripts, EXPECT= says the verdict where nothing else does, OUT= is a file of JSON lines.
+field:
+	scripts/deps.sh demo
+	scripts/build.sh release
+	python3 bench/field.py build/release/opal $(DIR) --timeout $(T) --jobs $(J) \
+	  $(if $(HALVES),--halves) $(if $(SEQUENCE),--sequence) $(if $(RIVALS),--rivals) \
+	  $(if $(ONLY),--only '$(ONLY)') $(if $(EXPECT),--expect $(EXPECT)) $(if $(OUT),--out $(OUT))
+
 # Random problems until N interpolants are confirmed; from SEED if given, else a fresh one.
-# With OF=splits, N problems with shared terms.
+# With OF=splits, N problems with shared terms; with OF=formulas, formulas with disjunctions.
 soak:
 	scripts/deps.sh demo
 	scripts/build.sh release

@@ -13,7 +13,7 @@ import random
 import sys
 import tempfile
 
-import measure
+from opal_lab import programs
 
 
 def edges(literals, alternating):
@@ -46,7 +46,7 @@ def measured(tool, literals, alternating, simplex, mode="auto", timeout=600):
     with tempfile.NamedTemporaryFile("w", suffix=".smt2", delete=False) as script:
         write_chain(script, literals, alternating, simplex)
     try:
-        run = measure.run([tool, "--mode", mode, "--stats", "json", script.name], timeout)
+        run = programs.run([tool, "--mode", mode, "--stats", "json", script.name], timeout)
     finally:
         os.unlink(script.name)
     split = "blocks of ten" if alternating else "the middle"

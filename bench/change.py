@@ -15,8 +15,9 @@ import tempfile
 
 import chains
 import families
-import measure
+import machine
 import page
+from opal_lab import programs
 
 SEEDS = 3
 
@@ -40,7 +41,7 @@ def best(tools, script, timeout):
     runs = [[] for _ in tools]
     for _ in range(3):
         for tool, done in zip(tools, runs):
-            done.append(measure.run([tool, "--stats", "json", str(script)], timeout))
+            done.append(programs.run([tool, "--stats", "json", str(script)], timeout))
         if max(r[-1].seconds for r in runs) > 2:
             break
     return [min(done, key=lambda r: r.seconds) for done in runs]
@@ -82,12 +83,12 @@ def main():
     options.add_argument("--timeout", type=float, default=30)
     options.add_argument("--commit", default="another build", help="what OLD was built from")
     arguments = options.parse_args()
-    machine = measure.machine()
+    described = machine.description()
     lines = [f"Before is {arguments.commit}. Both builds run each problem in turns, at most "
              f"{arguments.timeout:g} s; a ratio above 1 says that the later one is faster. "
              f"{SEEDS} problems a size. All times include the start of the process.", ""]
     lines += table([str(tool.resolve()) for tool in arguments.tools], arguments.timeout)
-    page.write_part("change", machine, lines)
+    page.write_part("change", described, lines)
 
 
 if __name__ == "__main__":

@@ -3,10 +3,10 @@
 
     bench/compare.py TOOL [--timeout S] [--seeds N] [--family F ...] [--page]
 
-prints a table for each family, and with --page writes them into the page of results. Every program reads the same formulas and decides them. For
-interpolants Opal gets two groups; cvc5 gets A as assertions and the negation of B as the
-conjecture, first in the problem's logic, and once more without a logic when that ends in an
-error. z3 4.8 has no interpolation. All times include the start of the process; a run that
+prints a table for each family, and with --page writes them into the page of results. Every
+program reads the same formulas and decides them. For interpolants Opal gets two groups; cvc5
+gets A as assertions and the negation of B as the conjecture, first in the problem's logic, and
+once more without a logic when that ends in an error. z3 4.8 has no interpolation. All times include the start of the process; a run that
 gives no answer counts with the time limit.
 """
 
@@ -19,9 +19,11 @@ from collections import defaultdict
 from dataclasses import dataclass
 
 import families
-import measure
+import machine
 import page
-from problem import conjunction, parse_all
+from opal_lab import programs
+from opal_lab.formulas import conjunction
+from opal_lab.sexpr import parse_all, size
 
 PROGRAMS = ("opal", "z3", "cvc5")
 
@@ -33,41 +35,6 @@ class Outcome:
     size: int = 0  # of the interpolant
 
 
-def is_constant(expression):
-    if isinstance(expression, str):
-        return expression[0].isdigit()
-    return expression[0] in ("-", "/") and all(map(is_constant, expression[1:]))
-
-
-def size(term):
-    """The distinct sub-terms of a printed term, its `let`s expanded; a number is one, with
-    its sign and denominator."""
-    numbers = {}  # of the distinct sub-terms
-    scopes = []
-    values = []
-    work = [("read", term)]
-    while work:
-        action, item = work.pop()
-        if action == "make":
-            head, count = item
-            values[-count:] = [numbers.setdefault((head, *values[-count:]), len(numbers))]
-        elif action == "bind":
-            scopes.append(dict(zip(item, values[-len(item):])))
-            del values[-len(item):]
-        elif action == "unbind":
-            scopes.pop()
-        elif isinstance(item, str) or is_constant(item):
-            known = [s[item] for s in reversed(scopes) if isinstance(item, str) and item in s]
-            values.append(known[0] if known else numbers.setdefault(str(item), len(numbers)))
-        elif item[0] == "let":
-            work += [("unbind", None), ("read", item[2]), ("bind", [n for n, _ in item[1]])]
-            work += [("read", bound) for _, bound in reversed(item[1])]
-        else:
-            work.append(("make", (str(item[0]), len(item) - 1)))
-            work += [("read", argument) for argument in reversed(item[1:])]
-    return len(numbers)
-
-
 class Runs:
     """Runs one problem's questions from files in a folder."""
 
@@ -77,7 +44,7 @@ class Runs:
 
     def run(self, command, text):
         self.script.write_text(text)
-        return measure.run(command + [str(self.script)], self.timeout)
+        return programs.run(command + [str(self.script)], self.timeout)
 
     def decide(self, program, problem):
         """The verdict, and the better of two runs unless they are long."""
@@ -99,8 +66,8 @@ class Runs:
     def interpolate_cvc5(self, problem):
         command = self.deciders["cvc5"] + ["--produce-interpolants"]
         lines = problem.header()[1:]
-        lines += [f"(assert {formula})" for side, formula in problem.formulas if side == 0]
-        second = [formula for side, formula in problem.formulas if side == 1]
+        lines += [f"(assert {formula})" for side, formula in problem.assertions if side == 0]
+        second = [formula for side, formula in problem.assertions if side == 1]
         lines.append(f"(get-interpolant I (not {conjunction(second)}))\n")
         seconds = 0
         for logic in (problem.logic, "ALL"):
@@ -175,7 +142,7 @@ def main():
     options.add_argument("--family", action="append", choices=families.FAMILIES)
     options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    machine = measure.machine()
+    described = machine.description()
     lines = [f"{arguments.timeout:g} s a run, {arguments.seeds} problems a size; ratio: the "
              "median of time / Opal's time."]
     with tempfile.TemporaryDirectory() as folder:
@@ -185,7 +152,7 @@ def main():
             print("\n".join([f"\n### {family}\n"] + rows), flush=True)
             lines += ["", f"### {family}", ""] + rows
     if arguments.page:
-        page.write_part("rivals", machine, lines)
+        page.write_part("rivals", described, lines)
 
 
 if __name__ == "__main__":

@@ -11,7 +11,9 @@ import random
 from fractions import Fraction
 
 from integer_families import INTEGER_FAMILIES
-from problem import Problem, halves, number, row
+from opal_lab.formulas import number
+from opal_lab.problems import Problem
+from rows import halves, row
 
 
 def four_digits(rng):
@@ -26,7 +28,7 @@ def half_spaces(size, rng, rows, narrowest, widest):
         chosen = rng.sample(range(size), rng.randint(narrowest, widest))
         relation = rng.choice(["<=", "<", ">=", ">"])
         formulas.append(row({i: four_digits(rng) for i in chosen}, relation, four_digits(rng)))
-    return Problem("QF_LRA", halves(formulas))
+    return "QF_LRA", halves(formulas)
 
 
 def sparse(size, rng):
@@ -43,7 +45,7 @@ def dense(size, rng):
     for _ in range(3 * size):
         coefficients = {i: rng.choice([-1, 1]) * rng.randint(1, 9) for i in range(size)}
         formulas.append(row(coefficients, rng.choice(["<=", ">="]), rng.randint(-20, 20)))
-    return Problem("QF_LRA", halves(formulas))
+    return "QF_LRA", halves(formulas)
 
 
 def chain(size, rng):
@@ -55,7 +57,7 @@ def chain(size, rng):
         formulas.append(row({i: a, i + 1: -b}, "<=", -c))
         least = (a * least + c) / b
     formulas.append(row({size: 1}, "<", least.__floor__()))
-    return Problem("QF_LRA", halves(formulas))
+    return "QF_LRA", halves(formulas)
 
 
 def mixture(size, rng):
@@ -75,7 +77,7 @@ def mixture(size, rng):
             value.append(sum(q * value[j] for j, q in chosen.items()))
             formulas.append(row({i: -1, **chosen}, "=", 0))
     formulas.append(row({size - 1: 1}, "<", value[-1]))
-    return Problem("QF_LRA", halves(formulas))
+    return "QF_LRA", halves(formulas)
 
 
 def cycle(size, rng, side_of):
@@ -88,7 +90,7 @@ def cycle(size, rng, side_of):
         j = rng.randrange(size)
         if i != j:
             result.append((side_of(i), f"(<= (- x{i} x{j}) {100 * size}.0)"))
-    return Problem("QF_RDL", result)
+    return "QF_RDL", result
 
 
 def cycle_blocks(size, rng):
@@ -113,7 +115,8 @@ FAMILIES = {
 
 
 def problem(family, size, seed):
-    return FAMILIES[family][0](size, random.Random(f"{family}-{size}-{seed}"))
+    drawn = FAMILIES[family][0](size, random.Random(f"{family}-{size}-{seed}"))
+    return Problem(family, *drawn)
 
 
 def main():

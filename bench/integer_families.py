@@ -1,7 +1,8 @@
 """Families over integers, alone and with reals. All problems are without solution, by
-construction or nearly always."""
+construction or nearly always. A family draws a logic and the formulas, each of side 0 (A) or 1
+(B)."""
 
-from problem import Problem, halves, integer_row, mixed_row
+from rows import halves, integer_row, mixed_row
 
 
 def parity_chain(size, rng):
@@ -15,7 +16,7 @@ def parity_chain(size, rng):
                                     2 * rng.randint(-9, 9) + flip))
     formulas.insert(0, integer_row({0: 1, fresh + size: -2}, "=", 0))
     formulas.append(integer_row({size: 1, fresh + size + 1: -2}, "=", 1 - odd))
-    return Problem("QF_LIA", halves(formulas))
+    return "QF_LIA", halves(formulas)
 
 
 def diophantine(size, rng):
@@ -38,7 +39,7 @@ def diophantine(size, rng):
     rows.insert(rng.randrange(size), (total, constant))
     formulas = [integer_row({i: q for i, q in enumerate(row) if q} or {0: 0}, "=", c)
                 for row, c in rows]
-    return Problem("QF_LIA", halves(formulas))
+    return "QF_LIA", halves(formulas)
 
 
 def knapsack(size, rng):
@@ -54,7 +55,7 @@ def knapsack(size, rng):
             formulas.append((side, integer_row({i: 1}, ">=", 0)))
             formulas.append((side, integer_row({i: 1}, "<=", 1 if i == counts[0] else 2)))
         formulas.append((side, integer_row({**weights, total: -1}, "=", -3 * side)))
-    return Problem("QF_LIA", formulas)
+    return "QF_LIA", formulas
 
 
 def polygon(size, rng):
@@ -67,9 +68,9 @@ def polygon(size, rng):
     def sheared(p, q, relation, constant):
         return integer_row({i: p * x[i] + q * y[i] for i in (0, 1)}, relation, constant)
 
-    return Problem("QF_LIA", [(0, sheared(-2 * size, 1, "<=", 0)),
-                              (1, sheared(2 * size, 1, "<=", 2 * size)),
-                              (1, sheared(0, 1, ">=", 1))])
+    return "QF_LIA", [(0, sheared(-2 * size, 1, "<=", 0)),
+                      (1, sheared(2 * size, 1, "<=", 2 * size)),
+                      (1, sheared(0, 1, ">=", 1))]
 
 
 def scheduling(size, rng):
@@ -85,7 +86,7 @@ def scheduling(size, rng):
         hours += -(-quarters // 4) if k < size - 1 else 0
         formulas.append(f"(>= {start} 0)")
     formulas.append(f"(<= i{size - 1} {hours - 1})")
-    return Problem("QF_LIRA", halves(formulas))
+    return "QF_LIRA", halves(formulas)
 
 
 INTEGER_FAMILIES = {

@@ -8,8 +8,8 @@ import sys
 import tempfile
 
 import families
-import measure
 from integer_families import INTEGER_FAMILIES
+from opal_lab import programs
 
 STYLES = ("modular", "floor", "auto")
 SEEDS = 3
@@ -21,7 +21,7 @@ def interpolated(tool, drawn, cuts):
     with tempfile.NamedTemporaryFile("w", suffix=".smt2") as script:
         script.write(drawn.to_interpolate("auto", cuts))
         script.flush()
-        run = measure.run([tool, "--stats", "json", "--timeout", str(TIMEOUT), script.name],
+        run = programs.run([tool, "--stats", "json", "--timeout", str(TIMEOUT), script.name],
                           2 * TIMEOUT)
     if run.verdict() == "unsat" and run.status == 0:
         return run

@@ -5,8 +5,6 @@ import datetime
 import pathlib
 import re
 
-import measure
-
 PAGE = pathlib.Path(__file__).with_name("RESULTS.md")
 PARTS = {  # in the order of the page: the command that writes it, and its title
     "targets": ("make bench", "Against the targets"),
@@ -28,7 +26,7 @@ def heading(machine):
 
 
 def write_part(part, machine, lines, path=PAGE):
-    """Replaces one part of the page; `machine` is what measure.machine() said at the start."""
+    """Replaces one part of the page; `machine` is its description at the start."""
     known = parts_of(path.read_text()) if path.exists() else {}
     command, title = PARTS[part]
     known[part] = "\n".join([f"## {title}", "", f"Written by `{command}`.", ""]

@@ -19,8 +19,9 @@ from collections import defaultdict
 import chains
 import families
 import integer_sizes
-import measure
+import machine
 import page
+from opal_lab import programs
 
 RIVALS = (["z3", "-smt2"], ["cvc5", "--lang", "smt2"])
 SEEDS = 3
@@ -158,7 +159,7 @@ class Case:
             for name, command in self.commands.items():
                 if turn and self.seconds[name] > 1:  # long runs vary little
                     continue
-                run = measure.run(command, TIMEOUT)
+                run = programs.run(command, TIMEOUT)
                 if name == "opal":
                     self.check(run)
                     if run.seconds < self.seconds.get(name, math.inf):
@@ -170,7 +171,7 @@ class Case:
             raise SystemExit(f"{self.name}: the programs disagree: {self.verdicts}")
         self.size_of_sum = None
         if self.verdicts["opal"] == "unsat":
-            run = measure.run([tool, "--stats", "json", str(self.files["sum"])], TIMEOUT)
+            run = programs.run([tool, "--stats", "json", str(self.files["sum"])], TIMEOUT)
             self.check(run)
             self.size_of_sum = run.statistics().get("interpolant-size")
 
@@ -272,7 +273,7 @@ def links_rows(tool):
         with tempfile.NamedTemporaryFile("w", suffix=".smt2") as script:
             script.write(families.problem(family, 100, 1).to_interpolate("auto"))
             script.flush()
-            run = measure.run([tool, "--stats", "json", script.name], TIMEOUT)
+            run = programs.run([tool, "--stats", "json", script.name], TIMEOUT)
         size = run.statistics().get("interpolant-size", math.inf)
         rows.append((f"size of the interpolant of {family} 100", "itself",
                      f"at most {most}", f"{size:.0f}", run.status == 0 and size <= most))
@@ -299,7 +300,7 @@ def main():
                          choices=["micro", "tool", "chains"])
     arguments = options.parse_args()
     tool = str((arguments.build / "opal").resolve())
-    machine = measure.machine()
+    described = machine.description()
     rows, parts = [], []
     if "micro" not in arguments.skip:
         micro = Micro()
@@ -327,7 +328,7 @@ def main():
         parts += integer_sizes.table(tool)
     if "chains" not in arguments.skip:
         parts += ["", "### Very long chains (bench/chains.py)", ""] + chains.table(tool)
-    page.write_part("targets", machine, summary(rows) + parts)
+    page.write_part("targets", described, summary(rows) + parts)
     print("\n".join(summary(rows)))
 
 

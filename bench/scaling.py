@@ -19,8 +19,9 @@ import tempfile
 from dataclasses import dataclass
 
 import families
-import measure
+import machine
 import page
+from opal_lab import programs
 
 TIMEOUT = 60
 FOLDER = pathlib.Path(__file__).resolve().parent
@@ -51,7 +52,7 @@ def points(tool, family, largest, timeout):
                                stdout=script, check=True, timeout=20 * timeout)
             except subprocess.TimeoutExpired:
                 return result, size
-            run = measure.run([tool, script.name], timeout)
+            run = programs.run([tool, script.name], timeout)
         if run.timed_out:
             return result, size
         if run.status or run.verdict() != "unsat":
@@ -167,7 +168,7 @@ def main():
     options.add_argument("--family", action="append", choices=FAMILIES)
     options.add_argument("--page", action="store_true")
     arguments = options.parse_args()
-    machine, tool = measure.machine(), str(arguments.tool.resolve())
+    described, tool = machine.description(), str(arguments.tool.resolve())
     all_points, ends = {}, {}
     for family in arguments.family or FAMILIES:
         all_points[family], ends[family] = points(tool, family, arguments.largest,
@@ -180,7 +181,7 @@ def main():
     lines += table(all_points, ends)
     print("\n".join(lines))
     if arguments.page:
-        page.write_part("growth", machine, lines)
+        page.write_part("growth", described, lines)
 
 
 if __name__ == "__main__":

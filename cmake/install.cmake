@@ -74,10 +74,10 @@ endforeach()
 # --- the tool, the checker of its proofs, their manual pages and completions
 if(OPAL_BUILD_TOOL)
   install(TARGETS opal RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(PROGRAMS tools/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
-  # The script looks for its package in ../share/opal.
-  install(DIRECTORY tools/opal_check_proof DESTINATION share/opal
-    FILES_MATCHING PATTERN "*.py")
+  install(PROGRAMS checkers/opal-check-proof DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # The program looks for them in ../share/opal.
+  install(DIRECTORY checkers DESTINATION share/opal
+    FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
   install(FILES docs/opal.1 docs/opal-check-proof.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES tool/completions/opal.bash RENAME opal

@@ -17,12 +17,13 @@ for folder in $(awk '!/^#/ { print $2 }' opal/layers.txt); do
   printf '%-19s %7d\n' "$folder" "$n"
   total=$((total + n))
 done
-for folder in tools python; do
+for folder in checkers python/opal; do
   n=$(lines $folder '*.py')
   printf '%-19s %7d\n' $folder "$n"
   total=$((total + n))
 done
-programs=$(lines tests '*.h' '*.cpp' '*.c' '*.py')
+# python/opal_lab serves tests first, the measurements second.
+programs=$(($(lines tests '*.h' '*.cpp' '*.c' '*.py') + $(lines python/opal_lab '*.py')))
 scripts=$(lines tests '*.smt2' '*.expect')
 tests=$((programs + scripts))
 printf '%-19s %7d\n' code $total

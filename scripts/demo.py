@@ -17,59 +17,13 @@ import subprocess
 import sys
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(ROOT / "tests" / "random"))
-import sexpr  # noqa: E402
+from opal_lab.formulas import conjunction
+from opal_lab.interpolation import steps_of
+from opal_lab.judges import LENIENT, ask_z3, not_confirmed
+from opal_lab.scripts import State, commands_of
+from opal_lab.sexpr import parse_all, show
 
-
-def show(expression):
-    return sexpr.show(expression).replace("( ", "(").replace(" )", ")")
-
-
-def as_conjunction(formulas):
-    return f"(and true {' '.join(formulas)})"
-
-
-def groups_of(arguments):
-    """The nodes of a query in post-order: (names, children), the root last."""
-    nodes = []
-
-    def visit(items):
-        below = []
-        for item in items:
-            if isinstance(item, list) and item[0] != "and":
-                below += visit(item)
-            else:
-                nodes.append((item[1:] if isinstance(item, list) else [item], below))
-                below = [len(nodes) - 1]
-        return below
-
-    visit(arguments)
-    return nodes
-
-
-def steps_of(arguments, interpolants, assertions):
-    """What must be unsatisfiable for an answer to be right, one formula a step."""
-    nodes = groups_of(arguments)
-    if len(interpolants) != len(nodes) - 1:
-        raise ValueError("wrong number of interpolants")
-    mentioned = {name for names, _ in nodes for name in names}
-    background = [f for name, f in assertions if name not in mentioned]
-    formula = {name: f for name, f in assertions}
-    steps = []
-    for i, (names, children) in enumerate(nodes):
-        premises = background + [formula[name] for name in names]
-        premises += [interpolants[c] for c in children]
-        if i < len(interpolants):
-            premises.append(f"(not {interpolants[i]})")
-        steps.append(as_conjunction(premises))
-    return steps
-
-
-def ask_z3(declarations, formula):
-    script = "\n".join(declarations + [f"(assert {formula})", "(check-sat)"])
-    run = subprocess.run(["z3", "-in", "-smt2"], input=script, capture_output=True, text=True)
-    return run.stdout.strip().split("\n")[-1]
+CHECKER = pathlib.Path(__file__).resolve().parent.parent / "checkers" / "opal-check-proof"
 
 
 class Example:
@@ -77,7 +31,7 @@ class Example:
 
     def __init__(self, path):
         self.text = path.read_text()
-        self.declarations, self.assertions, self.marks = [], [], []
+        self.state = State()
         self.confirmed = self.refused = self.proofs = 0
 
     def story(self):
@@ -86,29 +40,20 @@ class Example:
     def check(self, answers):
         """Prints each answer with z3's verdict on it."""
         answers = iter(answers)
-        for command in sexpr.parse_all(self.text):
-            name, arguments = command[0], command[1:]
-            if name in ("declare-fun", "declare-const", "define-fun"):
-                self.declarations.append(show(command))
-            elif name == "assert":
-                term = arguments[0]
-                named = isinstance(term, list) and term[0] == "!"
-                label = term[term.index(":named") + 1] if named else None
-                self.assertions.append((label, show(term[1] if named else term)))
-            elif name == "push":
-                self.marks.append(len(self.assertions))
-            elif name == "pop":
-                del self.assertions[self.marks.pop():]
-            elif name in ("check-sat", "get-value", "get-model", "get-unsat-core"):
+        for command in commands_of(self.text):
+            self.state.take(command)
+            name, arguments = command.name(), command.expression[1:]
+            if name in ("check-sat", "get-value", "get-model", "get-unsat-core"):
                 self.print_answer(command, [show(next(answers))])
             elif name == "get-interpolants":
-                interpolants = [show(i) for i in next(answers)]
-                self.print_answer(command, interpolants)
-                self.judge(steps_of(arguments, interpolants, self.assertions), interpolants)
+                interpolants = next(answers)
+                self.print_answer(command, map(show, interpolants))
+                self.judge(steps_of(arguments, interpolants, self.state.assertions(),
+                                    self.state.symbols_in()), interpolants)
             elif name == "get-shared-term":
                 term = show(next(answers))
                 self.print_answer(command, [term])
-                groups = as_conjunction([formula for _, formula in self.assertions])
+                groups = conjunction([formula for _, formula in self.state.assertions()])
                 denials = [f"(and {groups} (distinct {show(side)} {term}))"
                            for side in arguments[2:]]
                 self.judge(denials, [term])
@@ -120,8 +65,8 @@ class Example:
         with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
             file.write(script)
             file.flush()
-            checker = [sys.executable, str(ROOT / "tools" / "opal-check-proof"), file.name, "-"]
-            check = subprocess.run(checker, input=run.stdout, capture_output=True, text=True)
+            check = subprocess.run([CHECKER, file.name, "-"], input=run.stdout,
+                                   capture_output=True, text=True)
         verdicts = check.stdout.splitlines()
         print("\n" + "\n".join(verdicts) + check.stderr)
         self.proofs = sum(": verified" in verdict for verdict in verdicts)
@@ -129,12 +74,13 @@ class Example:
 
     @staticmethod
     def print_answer(command, lines):
-        print(f"\n{show(command)}")
+        print(f"\n{show(command.expression)}")
         for line in lines:
             print(f"    {line}")
 
     def judge(self, steps, answers):
-        verdicts = [ask_z3(self.declarations, step) for step in steps]
+        verdicts = ask_z3(["\n".join([*self.state.declarations(), f"(assert {step})", "(check-sat)\n"])
+                           for step in steps], 60, LENIENT)
         right = all(v == "unsat" for v in verdicts)
         self.confirmed += len(answers) if right else 0
         self.refused += 0 if right else len(answers)
@@ -144,16 +90,11 @@ class Example:
 
 def judge_files(folder):
     """Has both solvers judge the check files in a folder; how many answers are not unsat."""
-    files = sorted([*folder.glob("la_a_imp_itp.*"), *folder.glob("la_b_and_itp.*")])
-    refused = 0
-    for solver in [["z3", "-T:20"], ["cvc5", "--tlimit=20000"]]:
-        for file in files:
-            run = subprocess.run([*solver, file], capture_output=True, text=True)
-            refused += run.stdout.strip() != "unsat"
-    if files:
-        print(f"\n  z3 and cvc5 on the {len(files)} check files "
-              f"({f'{refused} answers NOT CONFIRMED' if refused else 'confirmed'})")
-    return refused
+    refused, count = not_confirmed(folder)
+    if count:
+        print(f"\n  z3 and cvc5 on the {count} check files "
+              f"({f'{len(refused)} answers NOT CONFIRMED' if refused else 'confirmed'})")
+    return len(refused)
 
 
 def main():
@@ -170,7 +111,7 @@ def main():
                 print(f"exit status {run.returncode}\n{run.stdout}{run.stderr}")
                 faults += 1
                 continue
-            example.check(sexpr.parse_all(run.stdout))
+            example.check(parse_all(run.stdout))
             faults += example.refused + judge_files(pathlib.Path(files))
         if "(get-interpolants" in example.text and not example.check_proofs(tool):
             faults += 1

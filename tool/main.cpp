@@ -134,6 +134,11 @@ void describe(CLI::App& app, Options& options) {
               "write each interpolant's conditions into a folder, as scripts for other "
               "solvers")
       ->type_name("DIR");
+  add_setting(app, options, "--on-error", "opal-on-error",
+              "after an error: stop ends the file, continue carries out the next command, "
+              "auto stops in files and continues on standard input")
+      ->type_name("WHAT")
+      ->default_str("auto");
   app.add_flag("--stats{text}", options.statistics,
                "statistics on standard error, as text or as one line of JSON a file")
       ->check(CLI::IsMember({"text", "json"}));

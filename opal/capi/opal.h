@@ -21,10 +21,11 @@
  *
  * Errors. A function that returns a status says by it what went wrong; one that returns a
  * pointer returns NULL. Either way opal_error() has the reason in words, and the session is
- * as it was before the call. Arguments that are NULL are errors as well, also terms that a
- * failed call has returned, so that the results of a nested expression need not be checked
- * one by one: the assertion reports it. No exception leaves these functions, and none of
- * them ends the process, but for an allocation of GMP's that fails.
+ * as it was before the call: a later opal_check() answers for exactly the assertions whose
+ * status was OPAL_OK, so look at each. Arguments that are NULL are errors as well, also
+ * terms that a failed call has returned, so that the results of a nested expression need
+ * not be checked one by one: the assertion reports it. No exception leaves these functions,
+ * and none of them ends the process, but for an allocation of GMP's that fails.
  *
  * Ownership. A session owns its terms, which stay valid until it is freed; equal terms have
  * one address. Results of type char* are the caller's, to be given back by

@@ -37,7 +37,8 @@ namespace opal::host {
 ///       std::cout << s.interpolant("A", "B");     // (<= 3.0 y)
 ///
 /// The operations on terms and on names of assertions below give more control. Errors are
-/// exceptions that say what is wrong, and leave the session as it was.
+/// exceptions that say what is wrong, and leave the session as it was: a later check()
+/// answers for exactly the assertions that were accepted.
 class Session {
  public:
   using Verdict = host::Verdict;

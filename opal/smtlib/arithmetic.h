@@ -10,8 +10,7 @@ namespace opal::smtlib {
 
 const Term_* sum(host::Terms& terms, Arguments args);
 const Term_* difference(host::Terms& terms, Arguments args);
-/// At most one factor may be no numeral, unless `products` is set.
-const Term_* product(host::Terms& terms, Arguments args, bool products);
+const Term_* product(host::Terms& terms, Arguments args, Products allowed);
 /// Of Reals, by numerals other than 0.
 const Term_* quotient(host::Terms& terms, Arguments args);
 

@@ -1,6 +1,14 @@
+// Commands that change the assertions and their levels.
+//
+// The session's levels and the scopes of the symbols move together. A formula is asserted
+// before its names are added, so that a formula which the session refuses leaves no name.
+// The place of a refused term within the formula is found by reading it a second time.
+
+#include <cassert>
 #include <sstream>
 
 #include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "opal/smtlib/interpreter.h"
 #include "opal/terms/print/printer.h"
 
@@ -23,6 +31,7 @@ void Interpreter::assert_term(const Command& command) {
   } catch (const host::NotLinear& error) {
     refuse(error.term, error.what());
   }
+  assert(parsed.name.empty() || !parsed.names.empty());
   for (const auto& [name, term] : parsed.names) {
     Definition definition;
     definition.name = name;
@@ -37,6 +46,7 @@ void Interpreter::push(const Command& command) {
   for (std::size_t count = count_operand(command, 1); count > 0; --count) {
     session_->push();
     symbols_.push();
+    assert(symbols_.levels() == session_->levels());
   }
   succeed();
 }
@@ -48,7 +58,9 @@ void Interpreter::pop(const Command& command) {
                       std::to_string(session_->levels()) + " are open");
   for (std::size_t i = 0; i < count; ++i)
     session_->pop();
-  symbols_.pop(count, settings_.global_declarations);
+  symbols_.pop(count, settings_.global_declarations ? AtPop::STAY : AtPop::END);
+  assert(symbols_.levels() == session_->levels());
+  lost_.pop_to(session_->levels());
   succeed();
 }
 
@@ -63,7 +75,15 @@ void Interpreter::reset(const Command& command) {
 void Interpreter::reset_assertions(const Command& command) {
   expect_operands(command, 0, 0);
   session_->reset_assertions();
-  if (!settings_.global_declarations) symbols_.clear();
+  assert(session_->levels() == 0 && session_->assertions().empty());
+  assert(symbols_.is_normal());
+  if (settings_.global_declarations) {
+    symbols_.end_levels();
+    lost_.reset_assertions();
+  } else {
+    symbols_.clear();
+    lost_.clear();
+  }
   succeed();
 }
 

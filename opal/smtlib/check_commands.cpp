@@ -1,3 +1,10 @@
+// Checks, and the questions about what they found: models, values, cores.
+//
+// A verdict is answered only when no failed command could have made it another one (see
+// lost_commands.cpp): `sat` becomes `unknown` after any loss, and a question about a model
+// is then an error.
+
+#include <cassert>
 #include <chrono>
 #include <sstream>
 
@@ -13,28 +20,37 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 std::string value_text(TypedTerm t, const host::Model& model) {
+  assert(t.is_well_sorted());
   if (t.sort == Sort::BOOL) return host::holds(t.term, model) ? "true" : "false";
   return host::number_text(host::evaluate(t.term, model), t.sort);
 }
 
 }  // namespace
 
+// The checks and texts of a proof that the options ask for.
+void Interpreter::look_at_proof(const Command& command) {
+  assert(session_->last_verdict() == Session::Verdict::UNSAT);
+  if (settings_.verify) session_->check_proof();
+  if (!settings_.dump_proof) return;
+  diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line << ": proof\n";
+  session_->dump_proof(diagnostics_);
+  diagnostics_.flush();
+}
+
 void Interpreter::check(const Command& command,
                         const std::vector<const Term_*>& assumptions) {
   const auto start = Clock::now();
   session_->set_method(settings_.method);
-  const Session::Verdict verdict = session_->check(assumptions);
-  if (settings_.verify && verdict == Session::Verdict::UNSAT) session_->check_proof();
-  if (settings_.dump_proof && verdict == Session::Verdict::UNSAT) {
-    diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
-                 << ": proof\n";
-    session_->dump_proof(diagnostics_);
-    diagnostics_.flush();
+  // No verdict could be answered; what a check finds is of no use then.
+  if (!lost_.forbid_unsat()) {
+    const Session::Verdict found = session_->check(assumptions);
+    if (found == Session::Verdict::UNSAT) look_at_proof(command);
+    if (found == Session::Verdict::UNKNOWN)
+      outcome_.limit_reached |= session_->reason_unknown() == "timeout";
   }
-  std::string text = "unknown";
-  if (verdict == Session::Verdict::SAT) text = "sat";
-  if (verdict == Session::Verdict::UNSAT) text = "unsat";
-  if (text == "unknown") outcome_.limit_reached |= session_->reason_unknown() == "timeout";
+  const auto verdict = last_verdict();
+  assert(verdict.has_value());
+  const std::string text = text_of(*verdict);
   report(command, text, std::chrono::duration<double>(Clock::now() - start).count());
   answer(text);
 }
@@ -58,6 +74,7 @@ void Interpreter::check_sat_assuming(const Command& command) {
     literals.push_back(parsed.term);
     assumptions.emplace_back(parsed.term, command.source.written(n));
   }
+  assert(literals.size() == assumptions.size());
   assumptions_ = std::move(assumptions);
   check(command, literals);
 }
@@ -69,6 +86,7 @@ void Interpreter::get_model(const Command& command) {
   out << "(\n";
   for (const Definition& definition : symbols_.definitions()) {
     if (!definition.declared) continue;
+    assert(definition.parameters.empty());
     const TypedTerm variable = definition.body;
     out << "  (define-fun " << host::symbol_text(definition.name) << " () "
         << to_string(variable.sort) << ' ' << value_text(variable, session_->model())

@@ -1,3 +1,9 @@
+// Declarations and definitions.
+//
+// A definition is a term with variables for its parameters, which no formula of the script
+// can name; an application replaces them. So a definition costs its text once.
+
+#include <cassert>
 #include <unordered_set>
 
 #include "opal/smtlib/interpreter.h"
@@ -6,6 +12,7 @@
 namespace opal::smtlib {
 
 using host::Sort;
+using host::Terms;
 
 void Interpreter::declare(const Command& command, Node name, Node sort) {
   session_->limits().look();
@@ -65,8 +72,11 @@ void Interpreter::define(const Command& command, Node sort, Node body,
     const std::string hidden = "|" + std::to_string(names.size()) + "|" + std::string(name);
     definition.parameters.push_back(session_->terms().make_variable(
         hidden, parse_sort(source, parameter + 2, numbers_)));
+    assert(Terms::sort_of(definition.parameters.back()) ==
+           parse_sort(source, parameter + 2, numbers_));
     parser.add_parameter(name, definition.parameters.back());
   }
+  assert(definition.parameters.size() == parameters.size());
   definition.body = parser.parse_body(body, parse_sort(source, sort, numbers_));
   symbols_.add(std::move(definition));
   succeed();

@@ -1,3 +1,5 @@
+// Drawings that accompany answers, where :opal-dot or :opal-svg asks for them.
+
 #include <ostream>
 #include <sstream>
 

@@ -1,5 +1,8 @@
+// The files that drawings go to, by number, and Graphviz for those that are pictures.
+
 #include "opal/smtlib/drawings.h"
 
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -16,6 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 fs::path numbered(const fs::path& path, std::size_t number) {
+  assert(number >= 1);
   if (number == 1) return path;
   fs::path result = path.parent_path() / path.stem();
   result += "-" + std::to_string(number);
@@ -68,6 +72,7 @@ void Drawings::want(const std::string& path) {
 }
 
 std::string Drawings::write_next(const std::string& path, const std::string& text) {
+  assert(!path.empty());
   std::size_t& count = written_[path];
   const fs::path file = numbered(path, count + 1);
   write_file(file, text);

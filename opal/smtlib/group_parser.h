@@ -15,10 +15,15 @@ namespace opal::smtlib {
 ///                           first = 0 0 2 2 0
 ///
 /// At each level of parentheses, a group adopts every tree that stands before it there.
+///
+/// Invariant (is_normal): the three lists are of one length, no group is without names, and
+/// sub-trees nest: each is a run of groups that its children's sub-trees and its root fill.
 struct GroupTree {
   std::vector<std::vector<std::string>> names;  // of each group
   std::vector<std::size_t> first;               // the leftmost group of each sub-tree
   std::vector<Sexpr::Node> nodes;               // where each group is written
+
+  [[nodiscard]] bool is_normal() const;
 };
 
 /// Reads the operands of a command: each a name, `(and name ...)`, or a list of operands,

@@ -1,7 +1,9 @@
 #ifndef OPAL_SMTLIB_INPUT_H
 #define OPAL_SMTLIB_INPUT_H
 
+#include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,6 +25,9 @@ class Input {
  public:
   static constexpr int END = -1;
 
+  /// Where the bytes come from. A file is closed with its input.
+  enum class Origin : std::uint8_t { FILE, STANDARD_INPUT, TEXT };
+
   /// Opens a file. Throws InputError, for a directory too.
   static Input file(const std::string& path);
   static Input standard_input();
@@ -35,6 +40,7 @@ class Input {
 
   /// What messages call this input.
   [[nodiscard]] const std::string& name() const { return name_; }
+  [[nodiscard]] Origin origin() const { return origin_; }
   /// The place of the next byte.
   [[nodiscard]] Position position() const { return position_; }
 
@@ -45,6 +51,7 @@ class Input {
   }
   /// Takes the next byte; peek() has just told that there is one.
   void take() {
+    assert(next_ < buffer_.size());
     if (buffer_[next_++] == '\n') {
       ++position_.line;
       position_.column = 1;
@@ -54,12 +61,14 @@ class Input {
   }
 
  private:
-  Input(std::string name, int descriptor, bool owned);
+  Input(std::string name, Origin origin, int descriptor);
   bool fill();
 
+  static constexpr int NONE = -1;
+
   std::string name_;
-  int descriptor_;  // -1 for a text
-  bool owned_;      // whether the descriptor is closed at the end
+  Origin origin_;
+  int descriptor_;  // NONE for a text, and when it has been moved to another input
   bool ended_ = false;
   std::vector<char> buffer_;
   std::size_t next_ = 0;  // in the buffer

@@ -1,3 +1,9 @@
+// Interpolants: the query, its answer, and the checks and reports that options ask for.
+//
+// An answer is printed last. What verification does not confirm, and what cannot be drawn
+// or written, is an error in its place.
+
+#include <cassert>
 #include <chrono>
 #include <ostream>
 #include <sstream>
@@ -38,14 +44,21 @@ std::string list_of(const std::vector<const Term_*>& terms, Numbers numbers) {
 
 }  // namespace
 
+void Interpreter::expect_assertion(const Command& command, Node group,
+                                   const std::string& name) const {
+  const Definition* const definition = symbols_.find(name);
+  if (definition != nullptr && definition->named_formula) return;
+  std::string why = "no assertion is named " + host::symbol_text(name);
+  if (const std::string* const lost = lost_.find(name)) why += ": " + *lost;
+  fail_at(command, group, why);
+}
+
 InterpolationQuery Interpreter::query_of(const Command& command) const {
   GroupTree tree = parse_groups(command.source, Sexpr::ROOT);
   for (std::size_t g = 0; g < tree.names.size(); ++g)
-    for (const std::string& name : tree.names[g]) {
-      const Definition* definition = symbols_.find(name);
-      if (definition == nullptr || !definition->named_formula)
-        fail_at(command, tree.nodes[g], "no assertion is named " + host::symbol_text(name));
-    }
+    for (const std::string& name : tree.names[g])
+      expect_assertion(command, tree.nodes[g], name);
+  assert(tree.is_normal());
   InterpolationQuery query;
   query.groups = std::move(tree.names);
   query.first = std::move(tree.first);
@@ -72,6 +85,7 @@ void Interpreter::report_steps(const Command& command,
   diagnostics_ << "opal: line " << command.source.position(Sexpr::ROOT).line
                << ": proof checked, " << checked.steps
                << " step(s) confirmed by an outside solver";
+  assert(checked.handed_on <= checked.steps);
   if (checked.handed_on > 0)
     diagnostics_ << ", " << checked.handed_on << " of them not by the first one";
   diagnostics_ << '\n';
@@ -96,6 +110,7 @@ void Interpreter::get_interpolants(const Command& command) {
   const auto start = Clock::now();
   const InterpolationQuery query = query_of(command);
   const host::Interpolants interpolants = session_->interpolants(query);
+  assert(interpolants.terms.size() + 1 == query.groups.size());
   mention_background(command, query);
   if (settings_.verify) {
     report_steps(command, session_->verify(query, interpolants, settings_.verify_with));

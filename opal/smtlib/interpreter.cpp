@@ -1,5 +1,14 @@
+// The loop over the commands of an input, and what all commands have in common: their
+// table, limits, errors and answers.
+//
+// An error has one of three ends. A mistake in the script, and a limit, become an
+// (error ...) with a place; what the engine or the session finds wrong with itself becomes
+// an (error ...) that begins with "internal error"; an input or an output that does not
+// work ends the run with an exception.
+
 #include "opal/smtlib/interpreter.h"
 
+#include <cassert>
 #include <chrono>
 #include <cstdio>
 #include <new>
@@ -7,6 +16,7 @@
 #include <unordered_map>
 
 #include "opal/linear/linear_form.h"
+#include "opal/linear/literals.h"
 #include "opal/terms/print/printer.h"
 #include "opal/verify/verification.h"
 
@@ -31,6 +41,7 @@ Interpreter::~Interpreter() = default;
 void Interpreter::start_session() {
   session_ = std::make_unique<Session>();
   symbols_.clear();
+  lost_.clear();
   assumptions_.clear();
   logic_.clear();
   numbers_ = Numbers::BOTH;
@@ -66,7 +77,7 @@ Interpreter::Handler Interpreter::handler_of(std::string_view name) {
       {"set-info", &Interpreter::set_info},
       {"set-logic", &Interpreter::set_logic},
       {"set-option", &Interpreter::set_option},
-      // Known to the standard, not to us.
+      // Commands of the standard that are not supported.
       {"declare-datatype", &Interpreter::unsupported_command},
       {"declare-datatypes", &Interpreter::unsupported_command},
       {"declare-sort", &Interpreter::unsupported_command},
@@ -85,27 +96,56 @@ Interpreter::Outcome Interpreter::run(Input& input) {
   });
   outcome_ = Outcome();
   exited_ = false;
+  origin_ = input.origin();
   while (!exited_ && !ending_) {
-    const Sexpr* command = nullptr;
+    Position at;
     std::string problem;
     try {
-      command = reader.next();
-      if (command == nullptr) break;
-      execute(*command);
+      if (!step(reader)) break;
+      continue;
     } catch (const Error& error) {
-      problem = std::to_string(error.position.line) + ":" +
-                std::to_string(error.position.column) + ": " + error.what();
+      at = error.position;
+      problem = error.what();
     } catch (const host::LimitReached& limit) {  // by reading
-      problem = std::to_string(input.position().line) + ":" +
-                std::to_string(input.position().column) + ": " + limit.what();
+      at = input.position();
+      problem = limit.what();
     } catch (const std::bad_alloc&) {
+      at = input.position();
       problem = "out of memory";
     }
-    if (problem.empty()) continue;
+    assert(!problem.empty());
     ++outcome_.errors;
-    answer("(error " + host::string_literal(input.name() + ":" + problem) + ")");
+    note_failure(reader, at);
+    answer("(error " +
+           host::string_literal(input.name() + ":" + std::to_string(at.line) + ":" +
+                                std::to_string(at.column) + ": " + problem) +
+           ")");
+    if (on_error() == OnError::STOP) break;
   }
+  assert(running_ == nullptr && session_ != nullptr);
+  at_work_ = nullptr;
   return outcome_;
+}
+
+bool Interpreter::step(CommandReader& reader) {
+  at_work_ = nullptr;
+  const Sexpr* const command = reader.next();
+  if (command == nullptr) return false;
+  at_work_ = command;
+  execute(*command);
+  return true;
+}
+
+// Keeps in mind what a command that failed at a place would have changed.
+void Interpreter::note_failure(const CommandReader& reader, Position at) {
+  const LostCommand lost = at_work_ != nullptr ? lost_by(*at_work_, symbols_, numbers_)
+                                               : lost_by(reader.refused_name(), at);
+  lost_.add(lost, session_->levels(), settings_.global_declarations);
+}
+
+OnError Interpreter::on_error() const {
+  if (settings_.on_error != OnError::AUTO) return settings_.on_error;
+  return origin_ == Input::Origin::FILE ? OnError::STOP : OnError::CONTINUE;
 }
 
 void Interpreter::execute(const Sexpr& source) {
@@ -117,6 +157,7 @@ void Interpreter::execute(const Sexpr& source) {
   if (handler_of(command.name) == nullptr)
     throw Error(source.position(operands[0]),
                 "unknown command " + source.shortened(operands[0]));
+  assert(running_ == nullptr);
   start_limits();
   try {
     carry_out(command);
@@ -151,7 +192,13 @@ void Interpreter::carry_out(const Command& command) {
     fail(command, error.what());
   } catch (const SettingError& error) {
     fail(command, error.what());
-  } catch (const Exception& error) {
+  } catch (const Error&) {
+    throw;
+  } catch (const OutputError&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& error) {
     fail(command, std::string("internal error: ") + error.what());
   }
 }
@@ -168,6 +215,7 @@ void Interpreter::start_limits() {
   } else {
     limits.set_deadline(std::nullopt);
   }
+  assert(settings_.timeout >= 0);
   running_ = &limits;
 }
 
@@ -202,7 +250,7 @@ void Interpreter::fail(const Command& command, const std::string& what) const {
 }
 
 void Interpreter::fail_at(const Command& command, Node n, const std::string& what) const {
-  throw Error(command.source.position(n), what);
+  smtlib::fail_at(command.source, n, what);
 }
 
 std::string Interpreter::shortened(std::string message) {
@@ -213,7 +261,9 @@ std::string Interpreter::shortened(std::string message) {
 
 void Interpreter::expect_operands(const Command& command, std::size_t least,
                                   std::size_t most) const {
+  assert(least <= most);
   const std::size_t count = command.operands.size();
+  assert(count + 1 == command.source.children(Sexpr::ROOT).size());
   if (least <= count && count <= most) return;
   std::string expected = std::to_string(least);
   if (most != least) expected += " to " + std::to_string(most);
@@ -221,13 +271,31 @@ void Interpreter::expect_operands(const Command& command, std::size_t least,
                     std::to_string(count));
 }
 
+std::optional<Session::Verdict> Interpreter::last_verdict() const {
+  const auto verdict = session_->last_verdict();
+  assert(lost_.is_normal());
+  const bool withheld =
+      lost_.forbid_unsat() || (verdict == Session::Verdict::SAT && lost_.forbid_sat());
+  return withheld ? Session::Verdict::UNKNOWN : verdict;
+}
+
+const char* Interpreter::text_of(Session::Verdict verdict) {
+  switch (verdict) {
+    case Session::Verdict::SAT: return "sat";
+    case Session::Verdict::UNSAT: return "unsat";
+    case Session::Verdict::UNKNOWN: break;
+  }
+  return "unknown";
+}
+
 void Interpreter::expect_verdict(const Command& command, Session::Verdict verdict) const {
-  if (session_->last_verdict() == verdict) return;
-  const char* wanted = "unknown";
-  if (verdict == Session::Verdict::SAT) wanted = "sat";
-  if (verdict == Session::Verdict::UNSAT) wanted = "unsat";
-  fail(command, std::string(command.name) + " needs a check-sat that answered " + wanted +
-                    ", with no change of the assertions since");
+  if (last_verdict() == verdict) return;
+  std::string why =
+      std::string(command.name) + " needs a check-sat that answered " + text_of(verdict);
+  const bool withheld = lost_.forbid_unsat() || session_->last_verdict() == verdict;
+  why += withheld ? ", which it cannot: " + lost_.summary()
+                  : ", with no change of the assertions since";
+  fail(command, why);
 }
 
 std::size_t Interpreter::count_operand(const Command& command,

@@ -7,6 +7,7 @@
 #include <iosfwd>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 
 #include "opal/session/session.h"
 #include "opal/smtlib/drawings.h"
+#include "opal/smtlib/lost_commands.h"
 #include "opal/smtlib/settings.h"
 #include "opal/smtlib/sexpr.h"
 #include "opal/smtlib/symbol_table.h"
@@ -29,7 +31,9 @@ class OutputError : public std::runtime_error {
 
 /// Carries out the commands of SMT-LIB 2.6, with get-interpolants. Each command has one
 /// answer on the output, which is flushed; a command at fault is answered by
-/// (error "input:line:column: what") and changes nothing.
+/// (error "input:line:column: what") and changes nothing. Then the input ends, or the next
+/// command follows (see OnError); what the failed one would have changed is remembered, so
+/// that no answer is given which it could have made another (see LostCommands).
 ///
 /// The operations are grouped under the source that defines them.
 class Interpreter {
@@ -46,7 +50,8 @@ class Interpreter {
   ~Interpreter();
 
   // --- interpreter.cpp
-  /// Carries out all commands up to (exit) or the end. Throws InputError, OutputError.
+  /// Carries out all commands up to (exit), the end, or an error that ends the input.
+  /// Throws InputError, OutputError.
   Outcome run(Input& input);
   /// Asks the command that is being carried out, if any, to give up; false when there is
   /// none. For signal handlers.
@@ -70,6 +75,10 @@ class Interpreter {
 
   // --- interpreter.cpp
   static Handler handler_of(std::string_view name);
+  // Carries out the next command; false at the end of the input.
+  bool step(CommandReader& reader);
+  void note_failure(const CommandReader& reader, Position at);
+  [[nodiscard]] OnError on_error() const;  // not AUTO
   void execute(const Sexpr& source);
   void carry_out(const Command& command);
   void start_session();
@@ -80,7 +89,11 @@ class Interpreter {
   [[noreturn]] void fail_at(const Command& command, Node n, const std::string& what) const;
   static std::string shortened(std::string message);
   void expect_operands(const Command& command, std::size_t least, std::size_t most) const;
+  static const char* text_of(host::Session::Verdict verdict);
   void expect_verdict(const Command& command, host::Session::Verdict verdict) const;
+  // What check-sat may say of the assertions: UNKNOWN where a lost command could make the
+  // session's verdict another.
+  [[nodiscard]] std::optional<host::Session::Verdict> last_verdict() const;
   std::size_t count_operand(const Command& command, std::size_t otherwise) const;
   void report(const Command& command, const std::string& what, double seconds);
 
@@ -104,6 +117,7 @@ class Interpreter {
   // --- check_commands.cpp
   void check_sat(const Command& command);
   void check_sat_assuming(const Command& command);
+  void look_at_proof(const Command& command);
   void check(const Command& command, const std::vector<const Term_*>& assumptions);
   void get_model(const Command& command);
   void get_value(const Command& command);
@@ -114,6 +128,7 @@ class Interpreter {
   // --- interpolation_commands.cpp
   void get_interpolants(const Command& command);
   host::InterpolationQuery query_of(const Command& command) const;
+  void expect_assertion(const Command& command, Node group, const std::string& name) const;
   void mention_background(const Command& command, const host::InterpolationQuery& query);
   void report_steps(const Command& command, const host::VerificationReport& checked);
   void report_details(const Command& command, const host::InterpolationQuery& query,
@@ -139,6 +154,7 @@ class Interpreter {
   void get_option(const Command& command);
   void set_info(const Command& command);
   void get_info(const Command& command);
+  [[nodiscard]] std::string reason_unknown() const;  // after UNKNOWN
   void echo(const Command& command);
   void exit(const Command& command);
   void unsupported_command(const Command& command);
@@ -151,6 +167,9 @@ class Interpreter {
   std::unique_ptr<host::Session> session_;
   std::atomic<host::Limits*> running_{nullptr};  // limits of the command at hand
   SymbolTable symbols_;
+  LostCommands lost_;
+  const Sexpr* at_work_ = nullptr;  // the command that is carried out, or has failed
+  Input::Origin origin_ = Input::Origin::TEXT;                     // of the input at hand
   std::vector<std::pair<const Term_*, std::string>> assumptions_;  // as written
   std::string logic_;
   Numbers numbers_ = Numbers::BOTH;              // of the logic

@@ -1,3 +1,9 @@
+// Tokens, told apart by the classes of bytes in a table.
+//
+// A token ends at the first byte that cannot belong to it: `12ab` is one faulty number, not
+// a number and a symbol. What is wrong within a string or between bars is told when the
+// token has ended, so that reading goes on behind it.
+
 #include "opal/smtlib/lexer.h"
 
 #include <algorithm>
@@ -14,7 +20,7 @@ enum : std::uint8_t {
   DIGIT = 2,
   SYMBOL_CHARACTER = 4,
   HEX_DIGIT = 8,
-  INNER = 16
+  INNER = 16  // of a string or between bars
 };
 
 constexpr std::array<std::uint8_t, 256> classes_of_bytes() {
@@ -28,7 +34,7 @@ constexpr std::array<std::uint8_t, 256> classes_of_bytes() {
     const bool blank =
         c != 0 && blanks.find(static_cast<char>(c)) != std::string_view::npos;
     const bool hex = digit || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-    const bool inner = blank || (c >= 32 && c != 127);  // of a string or between bars
+    const bool inner = blank || (c >= 32 && c != 127);
     classes[c] =
         static_cast<std::uint8_t>((blank ? BLANK : 0) | (digit ? DIGIT : 0) |
                                   (digit || letter || sign ? SYMBOL_CHARACTER : 0) |
@@ -44,6 +50,7 @@ bool is(int byte, std::uint8_t which) {
 }
 
 std::string byte_text(int byte) {
+  assert(byte >= 0 && byte < 256);
   if (byte > 32 && byte < 127) return std::string("'") + static_cast<char>(byte) + "'";
   constexpr std::string_view digits = "0123456789ABCDEF";
   const auto value = static_cast<unsigned>(byte);
@@ -73,6 +80,7 @@ Token Lexer::next() {
   do {
     take_into_text();
   } while (is(input_.peek(), SYMBOL_CHARACTER));
+  assert(!text_.empty());
   if (text_ == ":") fail("a keyword needs a name after the colon");
   return byte == ':' ? Token::KEYWORD : Token::SYMBOL;
 }
@@ -91,11 +99,13 @@ void Lexer::skip_blanks() {
 }
 
 void Lexer::take_into_text() {
+  assert(input_.peek() != Input::END);
   text_.push_back(static_cast<char>(input_.peek()));
   input_.take();
 }
 
 Token Lexer::number() {
+  assert(text_.empty() && is(input_.peek(), DIGIT));
   Token kind = Token::NUMERAL;
   while (is(input_.peek(), DIGIT))
     take_into_text();
@@ -106,6 +116,7 @@ Token Lexer::number() {
     while (is(input_.peek(), DIGIT))
       take_into_text();
   }
+  assert(whole > 0);
   const bool more = is(input_.peek(), SYMBOL_CHARACTER);
   while (is(input_.peek(), SYMBOL_CHARACTER))
     take_into_text();
@@ -116,6 +127,7 @@ Token Lexer::number() {
 }
 
 Token Lexer::bits() {
+  assert(text_.empty() && input_.peek() == '#');
   take_into_text();
   const int base = input_.peek();
   const std::uint8_t digits = base == 'x' ? HEX_DIGIT : DIGIT;
@@ -133,6 +145,7 @@ Token Lexer::bits() {
 }
 
 Token Lexer::string() {
+  assert(text_.empty() && input_.peek() == '"');
   bool clean = true;
   input_.take();
   while (true) {
@@ -150,6 +163,7 @@ Token Lexer::string() {
 }
 
 Token Lexer::quoted() {
+  assert(text_.empty() && input_.peek() == '|');
   bool clean = true;
   input_.take();
   for (int byte = input_.peek(); byte != '|'; byte = input_.peek()) {
@@ -163,53 +177,5 @@ Token Lexer::quoted() {
 }
 
 void Lexer::fail(const std::string& what) const { throw Error(position_, what); }
-
-bool is_reserved(std::string_view word) {
-  static constexpr std::array WORDS = {std::string_view("!"),
-                                       std::string_view("BINARY"),
-                                       std::string_view("DECIMAL"),
-                                       std::string_view("HEXADECIMAL"),
-                                       std::string_view("NUMERAL"),
-                                       std::string_view("STRING"),
-                                       std::string_view("_"),
-                                       std::string_view("as"),
-                                       std::string_view("assert"),
-                                       std::string_view("check-sat"),
-                                       std::string_view("check-sat-assuming"),
-                                       std::string_view("declare-const"),
-                                       std::string_view("declare-datatype"),
-                                       std::string_view("declare-datatypes"),
-                                       std::string_view("declare-fun"),
-                                       std::string_view("declare-sort"),
-                                       std::string_view("define-fun"),
-                                       std::string_view("define-fun-rec"),
-                                       std::string_view("define-funs-rec"),
-                                       std::string_view("define-sort"),
-                                       std::string_view("echo"),
-                                       std::string_view("exists"),
-                                       std::string_view("exit"),
-                                       std::string_view("forall"),
-                                       std::string_view("get-assertions"),
-                                       std::string_view("get-assignment"),
-                                       std::string_view("get-info"),
-                                       std::string_view("get-model"),
-                                       std::string_view("get-option"),
-                                       std::string_view("get-proof"),
-                                       std::string_view("get-unsat-assumptions"),
-                                       std::string_view("get-unsat-core"),
-                                       std::string_view("get-value"),
-                                       std::string_view("let"),
-                                       std::string_view("match"),
-                                       std::string_view("par"),
-                                       std::string_view("pop"),
-                                       std::string_view("push"),
-                                       std::string_view("reset"),
-                                       std::string_view("reset-assertions"),
-                                       std::string_view("set-info"),
-                                       std::string_view("set-logic"),
-                                       std::string_view("set-option")};
-  assert(std::is_sorted(WORDS.begin(), WORDS.end()));
-  return std::binary_search(WORDS.begin(), WORDS.end(), word);
-}
 
 }  // namespace opal::smtlib

@@ -53,10 +53,6 @@ class Lexer {
   Position position_;
 };
 
-/// The words that SMT-LIB keeps for itself, names of commands included; no symbol may be
-/// declared with such a name (between bars it may).
-bool is_reserved(std::string_view word);
-
 }  // namespace opal::smtlib
 
 #endif

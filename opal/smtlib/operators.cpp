@@ -1,3 +1,16 @@
+// The predefined functions: names and profiles in one table, and the terms that they make.
+//
+// An application passes three steps: the number of its arguments is checked; their sorts
+// are made one, an Int among Reals read as a Real; then the term is built. Connectives with
+// many arguments are nested on the left, `=>` on the right. Over formulas `=`, `xor` and
+// `distinct` become
+//
+//     a = b      (and (or (not a) b) (or a (not b)))
+//     a xor b    (and (or a b) (or (not a) (not b)))
+//
+// which Terms simplifies where an argument is constant. Cost: linear in the number of
+// arguments, but `distinct`, which is a conjunction over all pairs.
+
 #include "opal/smtlib/operators.h"
 
 #include <cassert>
@@ -61,6 +74,7 @@ constexpr Profile PROFILES[] = {
 };
 
 const Profile& profile_of(Operator op) {
+  assert(static_cast<std::size_t>(op) < std::size(PROFILES));
   const Profile& profile = PROFILES[static_cast<std::size_t>(op)];
   assert(profile.op == op);
   return profile;
@@ -86,6 +100,7 @@ void check_count(const Profile& profile, std::size_t count) {
 // The sort of the arguments from `start` on: Bool, Int, or Real when they are mixed.
 // Refuses Bool beside others.
 Sort common_sort(const Profile& profile, Arguments args, std::size_t start) {
+  assert(start < args.count);
   Sort common = args.sort(start);
   for (std::size_t i = start + 1; i < args.count; ++i) {
     const Sort sort = args.sort(i);
@@ -133,6 +148,7 @@ Sort unify(Terms& terms, const Profile& profile, Numbers numbers, Arguments args
 }
 
 const Term_* related(Terms& terms, Operator op, const Term_* a, const Term_* b) {
+  assert((Terms::sort_of(a) == Sort::BOOL) == (Terms::sort_of(b) == Sort::BOOL));
   switch (op) {
     case Operator::LEQ: return terms.make_leq(a, b);
     case Operator::LT: return terms.make_lt(a, b);
@@ -144,6 +160,7 @@ const Term_* related(Terms& terms, Operator op, const Term_* a, const Term_* b) 
 }
 
 const Term_* chain(Terms& terms, Operator op, Arguments args) {
+  assert(args.count >= 2);
   const Term_* result = related(terms, op, args[0], args[1]);
   for (std::size_t i = 2; i < args.count; ++i) {
     result = terms.make_and(result, related(terms, op, args[i - 1], args[i]));
@@ -157,6 +174,7 @@ const Term_* all_distinct(Terms& terms, Arguments args) {
     throw OperatorError("distinct of more than " + std::to_string(MOST) +
                         " terms is not supported");
   }
+  assert(args.count >= 2);
   const Term_* result = related(terms, Operator::DISTINCT, args[0], args[1]);
   for (std::size_t i = 2; i < args.count; ++i) {
     for (std::size_t j = 0; j < i; ++j) {
@@ -168,6 +186,7 @@ const Term_* all_distinct(Terms& terms, Arguments args) {
 
 // Right-associative: a => (b => c).
 const Term_* implication(Terms& terms, Arguments args) {
+  assert(args.count >= 2);
   const Term_* result = args[args.count - 1];
   for (std::size_t i = args.count - 1; i-- > 0;) {
     result = terms.make_or(terms.make_not(args[i]), result);
@@ -176,6 +195,7 @@ const Term_* implication(Terms& terms, Arguments args) {
 }
 
 const Term_* connected(Terms& terms, Operator op, Arguments args) {
+  assert(op == Operator::AND || op == Operator::OR || op == Operator::XOR);
   const Term_* result = args[0];
   for (std::size_t i = 1; i < args.count; ++i) {
     result = op == Operator::AND  ? terms.make_and(result, args[i])
@@ -186,6 +206,7 @@ const Term_* connected(Terms& terms, Operator op, Arguments args) {
 }
 
 const Term_* choice(Terms& terms, Arguments args) {
+  assert(args.count == 3 && args.sort(0) == Sort::BOOL && args.sort(1) == args.sort(2));
   if (args[0] == terms.true_term()) return args[1];
   if (args[0] == terms.false_term()) return args[2];
   if (args[1] == args[2]) return args[1];
@@ -236,6 +257,7 @@ std::string_view why_unavailable(std::string_view name, Numbers numbers) {
 
 TypedTerm apply(Terms& terms, const Application& application, Arguments args) {
   const Operator op = application.op;
+  assert(args.count == 0 || args.first != nullptr);
   const Profile& profile = profile_of(op);
   check_count(profile, args.count);
   // A numeral of a logic without Ints may be converted all the same.

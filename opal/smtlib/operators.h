@@ -1,6 +1,7 @@
 #ifndef OPAL_SMTLIB_OPERATORS_H
 #define OPAL_SMTLIB_OPERATORS_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -44,7 +45,8 @@ enum class Operator : std::uint8_t {
 /// take or make Ints are none over REALS: a script may declare their names there.
 /// DIVISIBLE, which has an index, has no name.
 std::optional<Operator> operator_of(std::string_view name, Numbers numbers);
-/// Why a name that others know as a function is none here, or "" for any other name.
+/// Why a name is no function in a logic over these numbers although other logics or other
+/// solvers know it as one, or "" for a name that is unknown everywhere.
 std::string_view why_unavailable(std::string_view name, Numbers numbers);
 
 /// An application that is wrong; what() says how.
@@ -63,15 +65,25 @@ struct Arguments {
   TypedTerm* first;
   std::size_t count;
 
-  const Term_* operator[](std::size_t i) const { return first[i].term; }
-  [[nodiscard]] host::Sort sort(std::size_t i) const { return first[i].sort; }
+  const Term_* operator[](std::size_t i) const {
+    assert(i < count);
+    return first[i].term;
+  }
+  [[nodiscard]] host::Sort sort(std::size_t i) const {
+    assert(i < count);
+    return first[i].sort;
+  }
 };
+
+/// The products that may be built: with one factor at most that is no numeral, or any, as
+/// in the body of a definition, where an application may make them linear.
+enum class Products : std::uint8_t { LINEAR, ANY };
 
 /// How an operator is applied.
 struct Application {
   Operator op;
-  Numbers numbers;            // of the logic
-  bool products = false;      // whether two factors of a product may be no numerals
+  Numbers numbers;  // of the logic
+  Products products = Products::LINEAR;
   QNumber index = QNumber();  // of DIVISIBLE, a positive integer
 };
 

@@ -1,3 +1,6 @@
+// Logic, options and infos. What concerns the options of this system is in settings.cpp.
+
+#include <cassert>
 #include <optional>
 #include <sstream>
 
@@ -80,6 +83,13 @@ void Interpreter::get_option(const Command& command) {
   answer(value.empty() ? "unsupported" : value);
 }
 
+std::string Interpreter::reason_unknown() const {
+  const bool own = session_->last_verdict() == host::Session::Verdict::UNKNOWN;
+  if (own && !lost_.forbid_unsat()) return session_->reason_unknown();
+  assert(lost_.forbid_sat());
+  return "(incomplete " + host::string_literal(lost_.summary()) + ")";
+}
+
 void Interpreter::set_info(const Command& command) {
   if (command.operands.empty() ||
       command.source.kind(command.operands[0]) != Token::KEYWORD)
@@ -98,12 +108,12 @@ void Interpreter::get_info(const Command& command) {
   } else if (name == ":authors") {
     value = "\"The Opal authors\"";
   } else if (name == ":error-behavior") {
-    value = "continued-execution";
+    value = on_error() == OnError::STOP ? "immediate-exit" : "continued-execution";
   } else if (name == ":assertion-stack-levels") {
     value = std::to_string(session_->levels());
   } else if (name == ":reason-unknown") {
     expect_verdict(command, host::Session::Verdict::UNKNOWN);
-    value = session_->reason_unknown();
+    value = reason_unknown();
   } else if (name == ":all-statistics") {
     std::ostringstream out;
     const char* separator = "(";

@@ -1,7 +1,17 @@
+// The options, one row each in a table: how a value is read, and how it is printed.
+//
+// The values of an enumeration have their names in one table each. The reader, the printer
+// and the message that says what is expected are made from that; the test of the shells'
+// completions holds them against that message.
+
 #include "opal/smtlib/settings.h"
 
+#include <algorithm>
+#include <array>
+#include <cassert>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <sstream>
 
 #include "opal/terms/print/printer.h"
@@ -15,73 +25,116 @@ using Method = la::Solver::Method;
 
 namespace {
 
-double amount_of(const std::string& text) {
+template <typename Value>
+struct Named {
+  const char* name;
+  Value value;
+};
+
+// A value that says its name itself.
+template <typename Value>
+Named<Value> named(Value value) {
+  return {host::to_string(value), value};
+}
+
+// The names of an enumeration, in the order in which messages list them.
+template <typename Value>
+struct Names;
+
+template <>
+struct Names<bool> {
+  static constexpr std::array<Named<bool>, 2> all() {
+    return {{{"true", true}, {"false", false}}};
+  }
+};
+
+template <>
+struct Names<Mode> {
+  static std::array<Named<Mode>, 4> all() {
+    return {named(Mode::SUM), named(Mode::CONJ), named(Mode::DUAL), named(Mode::AUTO)};
+  }
+};
+
+template <>
+struct Names<Cuts> {
+  static std::array<Named<Cuts>, 3> all() {
+    return {named(Cuts::MODULAR), named(Cuts::FLOOR), named(Cuts::AUTO)};
+  }
+};
+
+template <>
+struct Names<Unmentioned> {
+  static constexpr std::array<Named<Unmentioned>, 3> all() {
+    return {{{"background", Unmentioned::BACKGROUND},
+             {"B", Unmentioned::LAST_GROUP},
+             {"error", Unmentioned::ERROR}}};
+  }
+};
+
+template <>
+struct Names<Method> {
+  static constexpr std::array<Named<Method>, 3> all() {
+    return {
+        {{"auto", Method::AUTO}, {"simplex", Method::SIMPLEX}, {"exact", Method::EXACT}}};
+  }
+};
+
+template <>
+struct Names<ProofFormat> {
+  static constexpr std::array<Named<ProofFormat>, 3> all() {
+    return {{{"sexp", ProofFormat::SEXP},
+             {"json", ProofFormat::JSON},
+             {"dot", ProofFormat::DOT}}};
+  }
+};
+
+template <>
+struct Names<OnError> {
+  static constexpr std::array<Named<OnError>, 3> all() {
+    return {{{"auto", OnError::AUTO},
+             {"stop", OnError::STOP},
+             {"continue", OnError::CONTINUE}}};
+  }
+};
+
+[[noreturn]] void refuse(const std::string& expected, const std::string& found) {
+  throw SettingError("expected " + expected + ", found " + found);
+}
+
+// --- what a value of a type looks like
+
+template <typename Value>
+void read(Value& value, const std::string& text) {
+  const auto all = Names<Value>::all();
+  const auto found = std::find_if(all.begin(), all.end(),
+                                  [&](const Named<Value>& n) { return n.name == text; });
+  if (found == all.end()) {
+    std::string expected;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      if (i > 0) expected += i + 1 < all.size() ? ", " : " or ";
+      expected += all[i].name;
+    }
+    refuse(expected, text);
+  }
+  value = found->value;
+}
+
+template <typename Value>
+std::string text_of(const Value& value) {
+  const auto all = Names<Value>::all();
+  const auto found = std::find_if(all.begin(), all.end(),
+                                  [&](const Named<Value>& n) { return n.value == value; });
+  assert(found != all.end());
+  return found->name;
+}
+
+void read(double& value, const std::string& text) {
   char* end = nullptr;
-  const double value = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !std::isfinite(value) || value < 0 || value > 1e9)
-    throw SettingError("expected a number from 0 to 10^9, found " + text);
-  return value;
+  const double number = std::strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !std::isfinite(number) || number < 0 || number > 1e9)
+    refuse("a number from 0 to 10^9", text);
+  value = number;
 }
-
-Mode mode_named(const std::string& text) {
-  if (const auto mode = host::mode_of(text)) return *mode;
-  throw SettingError("expected sum, conj, dual or auto, found " + text);
-}
-
-Cuts cuts_named(const std::string& text) {
-  if (const auto cuts = host::cuts_of(text)) return *cuts;
-  throw SettingError("expected modular, floor or auto, found " + text);
-}
-
-Unmentioned unmentioned_named(const std::string& text) {
-  if (text == "background") return Unmentioned::BACKGROUND;
-  if (text == "B") return Unmentioned::LAST_GROUP;
-  if (text == "error") return Unmentioned::ERROR;
-  throw SettingError("expected background, B or error, found " + text);
-}
-
-Method method_named(const std::string& text) {
-  if (text == "auto") return Method::AUTO;
-  if (text == "simplex") return Method::SIMPLEX;
-  if (text == "exact") return Method::EXACT;
-  throw SettingError("expected auto, simplex or exact, found " + text);
-}
-
-ProofFormat proof_format_named(const std::string& text) {
-  if (text == "sexp") return ProofFormat::SEXP;
-  if (text == "json") return ProofFormat::JSON;
-  if (text == "dot") return ProofFormat::DOT;
-  throw SettingError("expected sexp, json or dot, found " + text);
-}
-
-std::string text_of(ProofFormat format) {
-  switch (format) {
-    case ProofFormat::SEXP: return "sexp";
-    case ProofFormat::JSON: return "json";
-    case ProofFormat::DOT: return "dot";
-  }
-  return "";
-}
-
-std::string text_of(Method method) {
-  switch (method) {
-    case Method::AUTO: return "auto";
-    case Method::SIMPLEX: return "simplex";
-    case Method::EXACT: break;
-  }
-  return "exact";
-}
-
-std::string text_of(Unmentioned unmentioned) {
-  switch (unmentioned) {
-    case Unmentioned::BACKGROUND: return "background";
-    case Unmentioned::LAST_GROUP: return "B";
-    case Unmentioned::ERROR: break;
-  }
-  return "error";
-}
-
-std::string text_of(bool value) { return value ? "true" : "false"; }
 
 std::string text_of(double value) {
   std::ostringstream out;
@@ -89,76 +142,75 @@ std::string text_of(double value) {
   return out.str();
 }
 
-}  // namespace
-
-bool boolean_of(const std::string& text) {
-  if (text == "true") return true;
-  if (text == "false") return false;
-  throw SettingError("expected true or false, found " + text);
+void read(std::size_t& value, const std::string& text) {
+  double number = 0;
+  read(number, text);
+  assert(number >= 0);
+  value = static_cast<std::size_t>(number);
 }
 
+std::string text_of(std::size_t value) { return std::to_string(value); }
+
+void read(std::string& value, const std::string& text) { value = text; }
+
+std::string text_of(const std::string& value) { return host::string_literal(value); }
+
+// --- the options
+
+struct Option {
+  std::string_view name;
+  void (*set)(Settings&, const std::string&);
+  std::string (*get)(const Settings&);
+};
+
+template <auto MEMBER>
+constexpr Option option(std::string_view name) {
+  return {name,
+          [](Settings& settings, const std::string& text) { read(settings.*MEMBER, text); },
+          [](const Settings& settings) { return text_of(settings.*MEMBER); }};
+}
+
+constexpr Option OPTIONS[] = {
+    option<&Settings::mode>("opal-mode"),
+    option<&Settings::cuts>("opal-cuts"),
+    option<&Settings::raw>("opal-raw"),
+    option<&Settings::verify>("opal-verify"),
+    option<&Settings::verify_with>("opal-verify-with"),
+    option<&Settings::timeout>("opal-timeout"),
+    option<&Settings::memory>("opal-memory"),
+    option<&Settings::unmentioned>("opal-unmentioned"),
+    option<&Settings::method>("opal-method"),
+    option<&Settings::dot>("opal-dot"),
+    option<&Settings::svg>("opal-svg"),
+    option<&Settings::explain>("opal-explain"),
+    option<&Settings::dump_proof>("opal-dump-proof"),
+    option<&Settings::check_files>("opal-check-files"),
+    option<&Settings::proof_format>("opal-proof-format"),
+    option<&Settings::on_error>("opal-on-error"),
+    option<&Settings::progress>("opal-progress"),
+    option<&Settings::print_success>("print-success"),
+    option<&Settings::global_declarations>("global-declarations"),
+};
+
+const Option* option_named(std::string_view name) {
+  const auto* const found =
+      std::find_if(std::begin(OPTIONS), std::end(OPTIONS),
+                   [&](const Option& row) { return row.name == name; });
+  return found == std::end(OPTIONS) ? nullptr : found;
+}
+
+}  // namespace
+
 bool Settings::set(std::string_view option, const std::string& value) {
-  if (option == "opal-mode")
-    mode = mode_named(value);
-  else if (option == "opal-cuts")
-    cuts = cuts_named(value);
-  else if (option == "opal-raw")
-    raw = boolean_of(value);
-  else if (option == "opal-verify")
-    verify = boolean_of(value);
-  else if (option == "opal-verify-with")
-    verify_with = value;
-  else if (option == "opal-timeout")
-    timeout = amount_of(value);
-  else if (option == "opal-memory")
-    memory = static_cast<std::size_t>(amount_of(value));
-  else if (option == "opal-unmentioned")
-    unmentioned = unmentioned_named(value);
-  else if (option == "opal-method")
-    method = method_named(value);
-  else if (option == "opal-dot")
-    dot = value;
-  else if (option == "opal-svg")
-    svg = value;
-  else if (option == "opal-explain")
-    explain = boolean_of(value);
-  else if (option == "opal-dump-proof")
-    dump_proof = boolean_of(value);
-  else if (option == "opal-check-files")
-    check_files = value;
-  else if (option == "opal-proof-format")
-    proof_format = proof_format_named(value);
-  else if (option == "opal-progress")
-    progress = boolean_of(value);
-  else if (option == "print-success")
-    print_success = boolean_of(value);
-  else if (option == "global-declarations")
-    global_declarations = boolean_of(value);
-  else
-    return false;
+  const Option* const row = option_named(option);
+  if (row == nullptr) return false;
+  row->set(*this, value);
   return true;
 }
 
 std::string Settings::get(std::string_view option) const {
-  if (option == "opal-mode") return host::to_string(mode);
-  if (option == "opal-cuts") return host::to_string(cuts);
-  if (option == "opal-raw") return text_of(raw);
-  if (option == "opal-verify") return text_of(verify);
-  if (option == "opal-verify-with") return host::string_literal(verify_with);
-  if (option == "opal-timeout") return text_of(timeout);
-  if (option == "opal-memory") return std::to_string(memory);
-  if (option == "opal-unmentioned") return text_of(unmentioned);
-  if (option == "opal-method") return text_of(method);
-  if (option == "opal-dot") return host::string_literal(dot);
-  if (option == "opal-svg") return host::string_literal(svg);
-  if (option == "opal-explain") return text_of(explain);
-  if (option == "opal-dump-proof") return text_of(dump_proof);
-  if (option == "opal-check-files") return host::string_literal(check_files);
-  if (option == "opal-proof-format") return text_of(proof_format);
-  if (option == "opal-progress") return text_of(progress);
-  if (option == "print-success") return text_of(print_success);
-  if (option == "global-declarations") return text_of(global_declarations);
-  return "";
+  const Option* const row = option_named(option);
+  return row == nullptr ? "" : row->get(*this);
 }
 
 }  // namespace opal::smtlib

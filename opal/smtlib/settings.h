@@ -20,6 +20,11 @@ class SettingError : public std::runtime_error {
 /// How a proof is printed (see opal/proofs/proof_text.h and proof_drawing.h).
 enum class ProofFormat : std::uint8_t { SEXP, JSON, DOT };
 
+/// What follows a command that answered an error: the end of the input, or its next
+/// command. AUTO stops in a file, and goes on where a person or a program waits for
+/// answers, on standard input.
+enum class OnError : std::uint8_t { AUTO, STOP, CONTINUE };
+
 /// What a user can choose, on the command line or by (set-option :opal-... value).
 struct Settings {
   host::Mode mode = host::Mode::AUTO;
@@ -37,6 +42,7 @@ struct Settings {
   bool dump_proof = false;  // print each proof there
   std::string check_files;  // the folder for check files; "" for none
   ProofFormat proof_format = ProofFormat::SEXP;
+  OnError on_error = OnError::AUTO;
   bool progress = false;  // report each check and query on standard error
   bool print_success = false;
   bool global_declarations = false;  // declarations outlive pop
@@ -47,9 +53,6 @@ struct Settings {
   /// The value of an option as SMT-LIB text, or "" when there is no such option.
   [[nodiscard]] std::string get(std::string_view option) const;
 };
-
-/// "true" or "false". Throws SettingError for another text.
-bool boolean_of(const std::string& text);
 
 }  // namespace opal::smtlib
 

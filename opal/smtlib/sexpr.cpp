@@ -1,3 +1,9 @@
+// S-expressions in an arena, and the reader that makes one of each command.
+//
+// The reader stops behind the last parenthesis of a command, so that it can be answered
+// before the next one is sent. A command with a fault is read to its end and thrown away;
+// of several faults the first is told. Cost: linear in the text, a node a token.
+
 #include "opal/smtlib/sexpr.h"
 
 #include <cassert>
@@ -6,6 +12,33 @@
 #include "opal/terms/print/printer.h"
 
 namespace opal::smtlib {
+
+void fail_at(const Sexpr& source, Sexpr::Node n, const std::string& what) {
+  assert(!what.empty());
+  throw Error(source.position(n), what);
+}
+
+void fail_quoting(const Sexpr& source, Sexpr::Node n, const std::string& what) {
+  fail_at(source, n, what + ": " + source.shortened(n));
+}
+
+bool Sexpr::is_normal() const {
+  if (!open_.empty() || nodes_.empty() || !is_list(ROOT) || end(ROOT) != nodes_.size())
+    return false;
+  std::vector<Node> ends{end(ROOT)};
+  for (Node n = ROOT + 1; n < nodes_.size(); ++n) {
+    while (ends.back() <= n)
+      ends.pop_back();
+    const Entry& entry = nodes_[n];
+    if (!is_list(n)) {
+      if (entry.begin + entry.extent > text_.size()) return false;
+    } else {
+      if (entry.extent <= n || entry.extent > ends.back()) return false;
+      ends.push_back(entry.extent);
+    }
+  }
+  return true;
+}
 
 std::vector<Sexpr::Node> Sexpr::children(Node list) const {
   assert(is_list(list));
@@ -28,6 +61,7 @@ std::string Sexpr::shortened(Node n, std::size_t limit) const {
 }
 
 void Sexpr::write_within(std::string& out, Node n, std::size_t limit) const {
+  assert(open_.empty());
   std::vector<Node> ends;  // of the open lists
   const Node last = end(n);
   bool blank = false;
@@ -65,17 +99,20 @@ void Sexpr::clear() {
 }
 
 void Sexpr::open(Position at) {
+  assert(nodes_.empty() || !open_.empty());  // one command at a time
   open_.push_back(static_cast<Node>(nodes_.size()));
   add(Token::LEFT, {}, at);
 }
 
 void Sexpr::close() {
-  assert(!open_.empty());
+  assert(!open_.empty() && is_list(open_.back()));
   nodes_[open_.back()].extent = static_cast<Node>(nodes_.size());
   open_.pop_back();
 }
 
 void Sexpr::add(Token kind, std::string_view text, Position at) {
+  assert(!open_.empty() && kind != Token::RIGHT && kind != Token::END);
+  assert(kind != Token::LEFT || text.empty());
   constexpr std::size_t MOST = std::numeric_limits<std::uint32_t>::max();
   if (nodes_.size() >= MOST || text_.size() + text.size() >= MOST) {
     throw Error(at, "the command is too long");
@@ -95,21 +132,16 @@ std::size_t Sexpr::growth(std::string_view text) const {
 }
 
 const Sexpr* CommandReader::next() {
+  refused_name_.clear();
   if (!start_of_command()) return nullptr;
   const Position start = lexer_.position();
   command_.clear();
   command_.open(start);
+  assert(command_.depth() == 1 && command_.size() == 1);
   while (command_.depth() > 0) {
     try {
       const Token token = lexer_.next();
-      if (token == Token::END) {
-        const std::string place =
-            std::to_string(start.line) + ":" + std::to_string(start.column);
-        throw Error(lexer_.position(),
-                    "missing parenthesis at the end of the input: the "
-                    "command that begins at " +
-                        place + " is not closed");
-      }
+      if (token == Token::END) refuse_open_command(start);
       if (const std::size_t bytes = command_.growth(lexer_.text())) watch_(bytes);
       if (token == Token::LEFT) {
         command_.open(lexer_.position());
@@ -119,15 +151,27 @@ const Sexpr* CommandReader::next() {
         command_.add(token, lexer_.text(), lexer_.position());
       }
     } catch (...) {
+      constexpr Sexpr::Node head = Sexpr::ROOT + 1;
+      if (command_.size() > head && command_.is_symbol(head))
+        refused_name_ = command_.text(head);
       skip_open_lists();
       command_.clear();
       throw;
     }
   }
+  assert(command_.is_normal());
   return &command_;
 }
 
+void CommandReader::refuse_open_command(Position start) const {
+  throw Error(lexer_.position(),
+              "missing parenthesis at the end of the input: the command that begins at " +
+                  std::to_string(start.line) + ":" + std::to_string(start.column) +
+                  " is not closed");
+}
+
 bool CommandReader::start_of_command() {
+  assert(command_.depth() == 0);
   while (true) {
     try {
       const Token token = lexer_.next();
@@ -147,6 +191,7 @@ bool CommandReader::start_of_command() {
 
 void CommandReader::skip_open_lists() {
   std::size_t depth = command_.depth();
+  assert(depth > 0);
   while (depth > 0) {
     try {
       const Token token = lexer_.next();

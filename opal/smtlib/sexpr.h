@@ -1,6 +1,7 @@
 #ifndef OPAL_SMTLIB_SEXPR_H
 #define OPAL_SMTLIB_SEXPR_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -21,6 +22,9 @@ namespace opal::smtlib {
 ///
 /// The children of list n are n+1, end(n+1), ... as long as they are below end(n). There
 /// are no pointers, so a million levels are freed like one.
+///
+/// Invariant (is_normal) of a command that has been read: lists nest, the first node is a
+/// list of all, and every text lies in the common store.
 class Sexpr {
  public:
   using Node = std::uint32_t;
@@ -28,9 +32,12 @@ class Sexpr {
 
   /// The number of nodes.
   [[nodiscard]] std::size_t size() const { return nodes_.size(); }
-  [[nodiscard]] bool is_list(Node n) const { return nodes_[n].kind == Token::LEFT; }
+  [[nodiscard]] bool is_list(Node n) const { return kind(n) == Token::LEFT; }
   /// LEFT for a list.
-  [[nodiscard]] Token kind(Node n) const { return nodes_[n].kind; }
+  [[nodiscard]] Token kind(Node n) const {
+    assert(n < nodes_.size());
+    return nodes_[n].kind;
+  }
   /// A symbol, with or without bars.
   [[nodiscard]] bool is_symbol(Node n) const {
     return kind(n) == Token::SYMBOL || kind(n) == Token::QUOTED;
@@ -41,11 +48,19 @@ class Sexpr {
   }
   /// The text of a node that is no list, as Lexer::text().
   [[nodiscard]] std::string_view text(Node n) const {
+    assert(!is_list(n));
     return std::string_view(text_).substr(nodes_[n].begin, nodes_[n].extent);
   }
-  [[nodiscard]] Position position(Node n) const { return nodes_[n].position; }
+  [[nodiscard]] Position position(Node n) const {
+    assert(n < nodes_.size());
+    return nodes_[n].position;
+  }
   /// The first node after the sub-tree of n.
-  [[nodiscard]] Node end(Node n) const { return is_list(n) ? nodes_[n].extent : n + 1; }
+  [[nodiscard]] Node end(Node n) const {
+    const Node result = is_list(n) ? nodes_[n].extent : n + 1;
+    assert(n < result && result <= nodes_.size());
+    return result;
+  }
   [[nodiscard]] std::vector<Node> children(Node list) const;
 
   /// A node as it was read, but for blanks and comments.
@@ -63,6 +78,8 @@ class Sexpr {
   /// The bytes that the next add() may allocate, often 0.
   [[nodiscard]] std::size_t growth(std::string_view text) const;
   [[nodiscard]] std::size_t depth() const { return open_.size(); }
+  /// The invariant, in linear time, for debug builds.
+  [[nodiscard]] bool is_normal() const;
 
  private:
   struct Entry {
@@ -78,6 +95,11 @@ class Sexpr {
   std::vector<Node> open_;
 };
 
+/// A mistake at a node: throws Error with its place.
+[[noreturn]] void fail_at(const Sexpr& source, Sexpr::Node n, const std::string& what);
+/// The same, with what is written there: "what: (a term)".
+[[noreturn]] void fail_quoting(const Sexpr& source, Sexpr::Node n, const std::string& what);
+
 /// Reads commands one by one.
 class CommandReader {
  public:
@@ -91,16 +113,21 @@ class CommandReader {
   /// behind its last parenthesis is read. Throws Error for what is no list, and what the
   /// watch throws, after the whole of the faulty command has been passed over.
   const Sexpr* next();
+  /// The name of the command that next() has just refused, or "" when what it refused did
+  /// not begin as a command.
+  [[nodiscard]] const std::string& refused_name() const { return refused_name_; }
 
  private:
   bool start_of_command();
+  [[noreturn]] void refuse_open_command(Position start) const;
   void skip_open_lists();
 
   Lexer lexer_;
   const Watch watch_;
   Sexpr command_;
-  std::uint32_t rubbish_line_ =
-      0;  // the last line reported for what stands outside of lists
+  std::string refused_name_;
+  // The last line for which text outside of lists was reported, or 0.
+  std::uint32_t rubbish_line_ = 0;
 };
 
 }  // namespace opal::smtlib

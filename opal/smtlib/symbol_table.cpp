@@ -1,3 +1,10 @@
+// Symbols by name, in scopes; and definitions applied to arguments.
+//
+// A name finds its definition by a hash table of numbers, so that the definitions keep the
+// order in which models print them. An application walks the DAG of the body without
+// recursion, and builds each node once: `(define-fun f ((x Real)) Real (+ x x))` applied a
+// thousand times in a row makes a thousand sums.
+
 #include "opal/smtlib/symbol_table.h"
 
 #include <algorithm>
@@ -21,34 +28,48 @@ const Definition* SymbolTable::find(std::string_view name) const {
 }
 
 void SymbolTable::add(Definition definition) {
-  assert(find(definition.name) == nullptr && definition.body.is_well_sorted());
+  assert(!definition.name.empty() && find(definition.name) == nullptr);
+  assert(definition.body.term != nullptr && definition.body.is_well_sorted());
+  assert(!definition.declared || definition.parameters.empty());
+  assert(!definition.named_formula || definition.body.sort == host::Sort::BOOL);
   by_name_.make_room();
   definitions_.push_back(std::move(definition));
   by_name_.insert(host::hash_of(definitions_.back().name), definitions_.size());
 }
 
-void SymbolTable::pop(std::size_t count, bool keep) {
+void SymbolTable::pop(std::size_t count, AtPop symbols) {
   assert(count <= scopes_.size());
   if (count == 0) return;
   const std::size_t remaining = scopes_[scopes_.size() - count];
   scopes_.resize(scopes_.size() - count);
-  while (!keep && definitions_.size() > remaining) {
+  assert(remaining <= definitions_.size());
+  while (symbols == AtPop::END && definitions_.size() > remaining) {
     by_name_.erase(host::hash_of(definitions_.back().name), definitions_.size());
     definitions_.pop_back();
   }
   assert(by_name_.size() == definitions_.size());
 }
 
+bool SymbolTable::is_normal() const {
+  if (by_name_.size() != definitions_.size()) return false;
+  for (const Definition& definition : definitions_)
+    if (find(definition.name) != &definition) return false;
+  return std::is_sorted(scopes_.begin(), scopes_.end()) &&
+         (scopes_.empty() || scopes_.back() <= definitions_.size());
+}
+
 void SymbolTable::clear() {
   by_name_.clear();
   definitions_.clear();
   scopes_.clear();
+  assert(is_normal());
 }
 
 namespace {
 
 // `t` built anew over other arguments.
 const Term_* rebuilt(Terms& terms, const Term_* t, const std::vector<const Term_*>& args) {
+  assert(args.size() == t->num_args());
   switch (Terms::kind_of(t)) {
     case Kind::PLUS: return terms.make_plus(args[0], args[1]);
     case Kind::TIMES:
@@ -73,8 +94,11 @@ const Term_* rebuilt(Terms& terms, const Term_* t, const std::vector<const Term_
 const Term_* instantiate(Terms& terms, const Definition& definition,
                          const Term_* const* arguments) {
   if (definition.parameters.empty()) return definition.body.term;
+  assert(arguments != nullptr);
   std::unordered_map<const Term_*, const Term_*> done;
   for (std::size_t i = 0; i < definition.parameters.size(); ++i) {
+    assert(Terms::sort_of(arguments[i]) == Terms::sort_of(definition.parameters[i]) ||
+           Terms::is_numeral(arguments[i]));
     done.emplace(definition.parameters[i], arguments[i]);
   }
   std::vector<const Term_*> work{definition.body.term};
@@ -99,6 +123,7 @@ const Term_* instantiate(Terms& terms, const Definition& definition,
     done.emplace(t, same ? t : rebuilt(terms, t, args));
     work.pop_back();
   }
+  assert(done.count(definition.body.term) == 1);
   return done.at(definition.body.term);
 }
 

@@ -2,6 +2,7 @@
 #define OPAL_SMTLIB_SYMBOL_TABLE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -23,10 +24,13 @@ struct Definition {
   bool named_formula = false;  // by :named
 };
 
+/// What becomes of the symbols of a scope that is popped.
+enum class AtPop : std::uint8_t { END, STAY };
+
 /// The symbols in force, in scopes that follow push and pop.
 ///
-/// Invariants: by_name_ has the number of every element of definitions_; scopes_ ascends,
-/// and the symbols of scope i are those from scopes_[i] on.
+/// Invariants (is_normal): by_name_ has the number of every element of definitions_;
+/// scopes_ ascends, and the symbols of scope i are those from scopes_[i] on.
 class SymbolTable {
  public:
   /// Null when there is none. Valid until the symbol's scope ends.
@@ -35,12 +39,18 @@ class SymbolTable {
   void add(Definition definition);
 
   void push() { scopes_.push_back(definitions_.size()); }
-  /// Ends as many scopes, which must exist. Their symbols stay if `keep` is set.
-  void pop(std::size_t count, bool keep);
+  /// Ends as many scopes, which must exist.
+  void pop(std::size_t count, AtPop symbols);
+  /// Ends all scopes; their symbols stay.
+  void end_levels() { scopes_.clear(); }
   void clear();
+  [[nodiscard]] std::size_t levels() const { return scopes_.size(); }
 
   /// In the order in which they came.
   [[nodiscard]] const std::deque<Definition>& definitions() const { return definitions_; }
+
+  /// The invariants, in linear time, for debug builds.
+  [[nodiscard]] bool is_normal() const;
 
  private:
   std::deque<Definition> definitions_;

@@ -1,7 +1,21 @@
+// Terms from S-expressions, without recursion.
+//
+// A stack of frames holds the lists that are being read, a stack of values the terms of
+// their parts so far; a list that ends takes its parts' values from the top and leaves its
+// own. Reading (+ x (* 2 y)), when y is next:
+//
+//     frames   (+ ...)  base 0    (* ...)  base 1
+//     values   x  2
+//
+// A `let` keeps a stack of terms for each of its names, which shadow what stands below;
+// the terms are shared, so that nested bindings cost no more than their text. Cost: linear
+// in the text, and a definition's body for each application.
+
 #include "opal/smtlib/term_parser.h"
 
 #include <cassert>
 
+#include "opal/terms/print/printer.h"
 #include "opal/utils/qnumber.h"
 
 namespace opal::smtlib {
@@ -9,41 +23,36 @@ namespace opal::smtlib {
 using host::Sort;
 using host::Terms;
 
-namespace {
-
-[[noreturn]] void fail_at(const Sexpr& source, Sexpr::Node n, const std::string& what) {
-  throw Error(source.position(n), what + ": " + source.shortened(n));
-}
-
-}  // namespace
-
 Sort parse_sort(const Sexpr& source, Sexpr::Node n, Numbers numbers) {
-  if (!source.is_symbol(n)) fail_at(source, n, "unknown sort");
+  if (!source.is_symbol(n)) fail_quoting(source, n, "unknown sort");
   const std::string_view name = source.text(n);
   if (name == "Bool") return Sort::BOOL;
   const bool integer = name == "Int";
-  if (!integer && name != "Real") fail_at(source, n, "unknown sort");
+  if (!integer && name != "Real") fail_quoting(source, n, "unknown sort");
   if (numbers == (integer ? Numbers::REALS : Numbers::INTEGERS)) {
-    fail_at(source, n, "the logic does not have the sort");
+    fail_quoting(source, n, "the logic does not have the sort");
   }
   return integer ? Sort::INT : Sort::REAL;
 }
 
 std::string parse_new_symbol(const Sexpr& source, Sexpr::Node n, const SymbolTable& symbols,
                              Numbers numbers) {
-  if (!source.is_symbol(n)) fail_at(source, n, "expected a symbol");
+  if (!source.is_symbol(n)) fail_quoting(source, n, "expected a symbol");
   const std::string_view name = source.text(n);
-  if (source.kind(n) == Token::SYMBOL && is_reserved(name)) {
-    fail_at(source, n, "reserved word used as a symbol");
+  // A symbol that was written without bars needs them only if it is a reserved word.
+  if (source.kind(n) == Token::SYMBOL && host::symbol_text(name) != name) {
+    fail_quoting(source, n, "reserved word used as a symbol");
   }
   if (operator_of(name, numbers) || name == "true" || name == "false") {
-    fail_at(source, n, "the symbol is predefined");
+    fail_quoting(source, n, "the symbol is predefined");
   }
-  if (symbols.find(name) != nullptr) fail_at(source, n, "the symbol is already in use");
+  if (symbols.find(name) != nullptr)
+    fail_quoting(source, n, "the symbol is already in use");
   return std::string(name);
 }
 
 void TermParser::add_parameter(std::string_view name, const Term_* variable) {
+  assert(frames_.empty() && local_.count(name) == 0);
   local_[name].push_back({variable, Terms::sort_of(variable)});
   has_parameters_ = true;
 }
@@ -106,7 +115,7 @@ void TermParser::run(Node root) {
       close();
     }
   }
-  assert(values_.size() == 1);
+  assert(values_.size() == 1 && (has_parameters_ || local_.empty()));
   static_cast<TypedTerm&>(result_) = values_.back();
 }
 
@@ -120,6 +129,7 @@ void TermParser::read(Node n) {
 }
 
 void TermParser::read_list(Node list) {
+  assert(source_.is_list(list));
   const Node head = list + 1;
   if (head >= source_.end(list)) fail(list, "expected a term");
   if (source_.is_word(head, "let")) return start_let(list);
@@ -177,6 +187,7 @@ void TermParser::start_let(Node list) {
 void TermParser::step_let(Frame& frame) {
   const Node n = frame.next;
   frame.next = source_.end(n);
+  assert(frame.form == Form::LET && n < frame.end);
   if (frame.bound) return read(n);
   const bool pair = source_.is_list(n) && n + 1 < source_.end(n) &&
                     source_.is_symbol(n + 1) && n + 2 < source_.end(n) &&
@@ -194,6 +205,7 @@ std::vector<Sexpr::Node> TermParser::bound_names(Node let) const {
 
 // Bindings are parallel: all terms are read before the first name comes into force.
 void TermParser::bind(const Frame& frame) {
+  assert(frame.form == Form::LET && !frame.bound);
   const std::vector<Node> names = bound_names(frame.list);
   assert(values_.size() == frame.base + names.size());
   if (names.size() > 1) {
@@ -222,6 +234,7 @@ void TermParser::start_annotation(Node list) {
 void TermParser::close() {
   const Frame frame = frames_.back();
   frames_.pop_back();
+  assert(frame.next == frame.end && frame.base <= values_.size());
   switch (frame.form) {
     case Form::OPERATOR: return apply_operator(frame);
     case Form::APPLICATION: return apply_definition(frame);
@@ -233,15 +246,18 @@ void TermParser::close() {
 void TermParser::close_let(const Frame& frame) {
   for (const Node n : bound_names(frame.list)) {
     const auto entry = local_.find(source_.text(n));
+    assert(entry != local_.end() && !entry->second.empty());
     entry->second.pop_back();
     if (entry->second.empty()) local_.erase(entry);
   }
+  assert(values_.size() == frame.base + 1);
   const TypedTerm body = values_.back();
   values_.pop_back();
   deliver(frame.list, body);
 }
 
 void TermParser::close_annotation(const Frame& frame) {
+  assert(values_.size() == frame.base + 1);
   const TypedTerm body = values_.back();
   values_.pop_back();
   const Node end = source_.end(frame.list);
@@ -266,9 +282,11 @@ void TermParser::close_annotation(const Frame& frame) {
 
 void TermParser::apply_operator(const Frame& frame) {
   const Arguments args{values_.data() + frame.base, values_.size() - frame.base};
-  Application application{frame.op, numbers_, has_parameters_};
+  Application application{frame.op, numbers_,
+                          has_parameters_ ? Products::ANY : Products::LINEAR};
   if (frame.op == Operator::DIVISIBLE) {
-    // The index of (_ divisible n).
+    // The index of ((_ divisible n) t), four nodes behind the list.
+    assert(source_.kind(frame.list + 4) == Token::NUMERAL);
     application.index = QNumber::from_decimal(source_.text(frame.list + 4));
   }
   TypedTerm t;
@@ -284,6 +302,7 @@ void TermParser::apply_operator(const Frame& frame) {
 }
 
 void TermParser::apply_definition(const Frame& frame) {
+  assert(frame.definition != nullptr);
   const std::vector<const Term_*>& parameters = frame.definition->parameters;
   const std::size_t count = values_.size() - frame.base;
   if (count != parameters.size()) {
@@ -325,6 +344,7 @@ TypedTerm TermParser::atom(Node n) const {
 }
 
 TypedTerm TermParser::symbol(Node n) const {
+  assert(source_.is_symbol(n));
   const std::string_view name = source_.text(n);
   const auto local = local_.find(name);
   if (local != local_.end()) return local->second.back();
@@ -348,15 +368,18 @@ Sexpr::Node TermParser::part(Node list, std::size_t i) const {
   Node n = list + 1;
   for (; i > 0; --i)
     n = source_.end(n);
+  assert(n < source_.end(list));
   return n;
 }
 
 void TermParser::deliver(Node n, TypedTerm t) {
-  assert(t.is_well_sorted());
+  assert(t.term != nullptr && t.is_well_sorted());
   if (t.term == sought_ && !found_) found_ = n;
   values_.push_back(t);
 }
 
-void TermParser::fail(Node n, const std::string& what) const { fail_at(source_, n, what); }
+void TermParser::fail(Node n, const std::string& what) const {
+  fail_quoting(source_, n, what);
+}
 
 }  // namespace opal::smtlib

@@ -57,7 +57,8 @@ class TermParser {
  private:
   using Node = Sexpr::Node;
   enum class Form : std::uint8_t { OPERATOR, APPLICATION, LET, ANNOTATION };
-  /// A list whose parts are being read.
+  /// A list whose parts are being read. Invariants: list < next <= end <=
+  /// source_.end(list), and base ascends from frame to frame.
   ///
   ///     values_:  ... | the values of this list's parts so far | ...
   ///                     ^ base

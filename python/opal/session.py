@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import functools
 from fractions import Fraction
 from types import TracebackType
 from typing import List, Optional, Sequence, Type, Union
@@ -136,7 +137,7 @@ class Term:
 class Session:
     """Assertions in groups, a decision, and what it left: a model or a refutation.
 
-    A session is used by one thread at a time. As a context manager it frees its memory at
+    An exception leaves a session as it was. It is used by one thread at a time. As a context manager it frees its memory at
     the end; its terms must not be used afterwards.
     """
 
@@ -172,10 +173,13 @@ class Session:
     # --- assertions
 
     def add(self, group: str, *formulas: Term) -> None:
-        """Asserts formulas into a group, which begins with its first one."""
+        """Asserts formulas into a group, which begins with its first one; all or, when it
+        raises, none."""
         for formula in formulas:
-            address = self._own(formula)
-            self._do(library.opal_assert(self._handle, group.encode(), address))
+            self._own(formula)
+        if formulas:
+            whole = functools.reduce(Term.__and__, formulas)
+            self._do(library.opal_assert(self._handle, group.encode(), whole._address))
 
     def push(self) -> None:
         """Starts a level."""

@@ -1,23 +1,18 @@
 """Changed proofs, and an outside solver's verdict on those that are accepted."""
 
-import subprocess
 from fractions import Fraction
 from math import lcm
 
-import sexpr
 from opal_check_proof.formulas import literals
+from opal_lab import sexpr
+from opal_lab.formulas import decision, negation, number, numeral
+from opal_lab.judges import ask_cvc5, ask_z3_about
+from opal_lab.sexpr import expanded, is_number
 
 RULES = ["la-hyp", "la-hyp-eq", "la-comb", "la-neq", "la-spliteq", "la-unit",
          "la-branch-and-bound", "la-branch-and-bound-lemma", "la-dioph", "la-tight"]
 RELATIONS = {"<=", "<", ">=", ">", "=", "distinct"}
 OTHER_STRICTNESS = {"<=": "<", "<": "<=", ">=": ">", ">": ">="}
-
-
-def is_number(e):
-    """A numeral, a negative one or a fraction, as proofs have them."""
-    if isinstance(e, str):
-        return e[0].isdigit()
-    return len(e) > 1 and e[0] in ("-", "/") and all(map(is_number, e[1:]))
 
 
 def is_literal(e):
@@ -75,17 +70,6 @@ def mutants(text):
         parent[i] = original
 
 
-def real(number):
-    """The SMT-LIB text of a number, as a Real."""
-    n, d = abs(number.numerator), number.denominator
-    text = f"{n}.0" if d == 1 else f"(/ {n}.0 {d}.0)"
-    return f"(- {text})" if number < 0 else text
-
-
-def integer(number):
-    return f"(- {-number})" if number < 0 else str(number)
-
-
 def value(e):
     """The number that a part of a proof says."""
     if isinstance(e, str):
@@ -110,13 +94,13 @@ def integer_text(variable):
     if not all(v.is_int for v in coefficients):
         return f"(to_int {polynomial(coefficients, constant)})"
     k = lcm(*(c.denominator for c in [constant, *coefficients.values()]))
-    parts = [f"(* {integer(c * k)} {integer_text(v)})" for v, c in coefficients.items()]
-    return f"(div (+ 0 {' '.join(parts)} {integer(constant * k)}) {k})"
+    parts = [f"(* {numeral(c * k)} {integer_text(v)})" for v, c in coefficients.items()]
+    return f"(div (+ 0 {' '.join(parts)} {numeral(constant * k)}) {k})"
 
 
 def polynomial(coefficients, constant, name=exact_text, weight=1):
-    parts = [f"(* {real(weight * c)} {name(v)})" for v, c in coefficients.items()]
-    return f"(+ 0.0 {' '.join(parts)} {real(weight * constant)})"
+    parts = [f"(* {number(weight * c)} {name(v)})" for v, c in coefficients.items()]
+    return f"(+ 0.0 {' '.join(parts)} {number(weight * constant)})"
 
 
 def derived_text(derived, name=exact_text, weight=1):
@@ -127,25 +111,6 @@ def derived_text(derived, name=exact_text, weight=1):
 def relaxed(variable):
     """A variable of the relaxation over the reals."""
     return f"r{variable.index}"
-
-
-def expanded(e, names=()):
-    """A proof with its names replaced by what they stand for, which is shared."""
-    names = dict(names)
-    while e[0] == "let":
-        names[e[1][0][0]] = substituted(e[1][0][1], names)
-        e = e[2]
-    return substituted(e, names)
-
-
-def substituted(e, names):
-    if isinstance(e, str):
-        return names.get(e, e)
-    return expanded(e, names) if e[0] == "let" else [substituted(part, names) for part in e]
-
-
-def negated(formula):
-    return f"(not {formula})"
 
 
 class Judge:
@@ -170,7 +135,7 @@ class Judge:
         if e[0] in clauses:
             literals = [sexpr.show(literal) for literal in e[1:]]
             count = len(literals) - clauses[e[0]]
-            self.ask([negated(x) for x in literals[:count]] + literals[count:])
+            self.ask([negation(x) for x in literals[:count]] + literals[count:])
         else:
             self.refutation(e, root, [])
         return self.answer()
@@ -179,29 +144,15 @@ class Judge:
         self.groups.append(alternatives)
 
     def answer(self):
-        questions = [formulas for group in self.groups for formulas in group]
-        script = ["(set-option :print-success false)", *self.names()]
-        for formulas in questions:
-            script += ["(push)", *(f"(assert {f})" for f in formulas), "(check-sat)", "(pop)"]
-        run = subprocess.run(["z3", "-in", "-smt2", "smtlib2_compliant=true", "-t:1000"],
-                             capture_output=True, text=True, input="\n".join(script))
-        answers = run.stdout.split("\n")[:-1]
-        if len(answers) != len(questions) or not set(answers) <= {"sat", "unsat", "unknown"}:
-            raise SystemExit(f"z3 failed: {run.stdout}{run.stderr}")
-        answers = iter(answers)
+        answers = iter(ask_z3_about(self.names(), [f for group in self.groups for f in group], 1))
         for group in self.groups:
-            verdicts = [next(answers) for _ in group]
-            if "unsat" not in verdicts and not any(
-                    verdict == "unknown" and self.cvc5_refutes(formulas)
-                    for verdict, formulas in zip(verdicts, group)):
+            said = [next(answers) for _ in group]
+            if "unsat" not in said and not any(
+                    verdict == "unknown" and
+                    ask_cvc5(decision(formulas, self.names()), 5) == "unsat"
+                    for verdict, formulas in zip(said, group)):
                 return False
         return True
-
-    def cvc5_refutes(self, formulas):
-        script = ["(set-logic ALL)", *self.names(), *(f"(assert {f})" for f in formulas)]
-        run = subprocess.run(["cvc5", "--lang", "smt2", "--tlimit=5000", "-"], text=True,
-                             capture_output=True, input="\n".join(script + ["(check-sat)"]))
-        return run.stdout == "unsat\n"
 
     def names(self):
         relaxed = [f"(declare-const r{i} Real)" for i in sorted(self.indices)]
@@ -209,7 +160,7 @@ class Judge:
 
     def literal(self, text, above):
         """One that a step brings in."""
-        self.ask([negated(text)], *([f"(distinct {text} {other})"]
+        self.ask([negation(text)], *([f"(distinct {text} {other})"]
                                    for other in self.asserted + above))
 
     def normal(self, text, constraint):
@@ -230,7 +181,7 @@ class Judge:
                 cases = (e[2], arguments[1]), (e[3], arguments[2])
             else:
                 left, right = sexpr.show(e[1]), sexpr.show(e[3])
-                self.ask([negated(left), negated(right)])
+                self.ask([negation(left), negation(right)])
                 cases = (e[2], arguments[1]), (e[4], arguments[3])
             self.refutation(*cases[0], above + [left])
             self.refutation(*cases[1], above + [right])
@@ -267,7 +218,7 @@ class Judge:
         else:
             text = self.hypothesis(e, above)
             said = f"({'>' if step.derived.strict else '>='} {derived_text(step.derived)} 0.0)"
-            self.ask([text, negated(said)])
+            self.ask([text, negation(said)])
         return [(1, step.derived)]
 
     def hypothesis(self, e, above):
@@ -296,5 +247,5 @@ class Judge:
                      for m, n in premises]
             rest = (f"(- (+ 0.0 {' '.join(terms)}) "
                     f"{derived_text(step.derived, self.relax, value(e[1]))})")
-            alternatives.append([f"(or (< {rest} 0.0) (>= {rest} {real(value(e[1]))}))"])
+            alternatives.append([f"(or (< {rest} 0.0) (>= {rest} {number(value(e[1]))}))"])
         self.ask(*alternatives)

@@ -2,8 +2,9 @@
 """Mutation test of the checker of exported proofs.
 
 Each proof is accepted, and each of its mutants is rejected unless z3 confirms that it is
-right. Both forms of a proof that the tool makes, S-expression and JSON, say the same. The proofs are those that the tool gives for the problems in cases.py and for random
-ones, and those in cases.py that the tool does not make.
+right. Both forms of a proof that the tool makes, S-expression and JSON, say the same. The
+proofs are those that the tool gives for the problems in cases.py and for random ones, and
+those in cases.py that the tool does not make.
 """
 
 import argparse
@@ -11,26 +12,22 @@ import json
 import os
 import pathlib
 import random
-import subprocess
 import sys
 import tempfile
 from collections import Counter
 from fractions import Fraction
 
-HERE = pathlib.Path(__file__).resolve().parent
-ROOT = HERE.parent.parent
-sys.path[:0] = [str(ROOT / "tests" / "random"), str(ROOT / "tools"), str(HERE)]
+from cases import CASES, WRONG, WRONG_PROBLEM
+from mutants import Judge, mutants, value
+from opal_check_proof.main import verdicts
+from opal_check_proof.problem import Problem
+from opal_check_proof.source import Source, Unreadable
+from opal_lab import integer_problems, mixed_problems, rational_problems, sexpr
+from opal_lab.formulas import declarations, symbols_in
+from opal_lab.programs import run
+from opal_lab.sexpr import expanded
 
-import integer_problems  # noqa: E402
-import mixed_problems  # noqa: E402
-import rational_problems  # noqa: E402
-import sexpr  # noqa: E402
-from cases import CASES, WRONG, WRONG_PROBLEM  # noqa: E402
-from formulas import declarations, symbols_in  # noqa: E402
-from mutants import Judge, expanded, mutants, value  # noqa: E402
-from opal_check_proof.main import verdicts  # noqa: E402
-from opal_check_proof.problem import Problem  # noqa: E402
-from opal_check_proof.source import Source, Unreadable  # noqa: E402
+CHECKER = pathlib.Path(__file__).resolve().parents[2] / "checkers" / "opal-check-proof"
 
 
 class Case:
@@ -109,10 +106,9 @@ class Test:
         """What is wrong, or None, after at most so many mutants of a proof."""
         proof = case.proof
         if not proof:
-            run = subprocess.run([self.opal, "--timeout", "10", "-"],
-                                 input=case.script + "(set-option :opal-proof-format json)"
-                                 "(get-proof)", capture_output=True, text=True)
-            verdict, _, rest = run.stdout.partition("\n")
+            done = run([self.opal, "--timeout", "10", "-"], 60, case.script
+                       + "(set-option :opal-proof-format json)(get-proof)")
+            verdict, _, rest = done.output.partition("\n")
             proof, _, as_json = rest.partition('{"root"')
             if verdict != "unsat":
                 self.counts["not unsat"] += 1
@@ -158,15 +154,14 @@ def fault_of_wrong():
     script = WRONG_PROBLEM + "(get-proof)" * len(WRONG)
     proofs = "".join(f"unsat\n{proof}\n" for proof, _ in WRONG)
     expected = [f"proof {i + 1}: wrong: -:{2 * i + 2}:{said}" for i, (_, said) in enumerate(WRONG)]
-    with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
-        file.write(script)
-        file.flush()
-        command = [sys.executable, str(ROOT / "tools" / "opal-check-proof"), file.name, "-"]
-        for text, status, answers in ((proofs, 1, expected), (proofs + WRONG[0][0], 2, expected),
-                                      ("(la-hyp", 2, []), ("unsat", 2, [])):
-            run = subprocess.run(command, input=text, capture_output=True, text=True)
-            if (run.returncode, run.stdout.splitlines()) != (status, answers):
-                return f"exit status {run.returncode}, expected {status}\n{run.stdout}{run.stderr}"
+    for text, status, answers in ((proofs, 1, expected), (proofs + WRONG[0][0], 2, expected),
+                                  ("(la-hyp", 2, []), ("unsat", 2, [])):
+        with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
+            file.write(script)
+            file.flush()
+            done = run([CHECKER, file.name, "-"], 60, text)
+        if (done.status, done.output.splitlines()) != (status, answers):
+            return f"exit status {done.status}, expected {status}\n{done.output}{done.errors}"
     return None
 
 

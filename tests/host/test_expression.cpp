@@ -54,7 +54,7 @@ TEST(Expressions, SayWhatIsWrongAndLeaveTheSessionAsItWas) {
       {[&] { s.assert_into("A", x); }, "an assertion is no formula: x"},
       {[&] { s.assert_into("A", foreign <= 1); },
        "an expression of another session: (<= x 1.0)"},
-      {[&] { s.assert_into("A", !(x == 1 && n == 2)); },
+      {[&] { s.assert_into("A", x > 1 && !(x == 1 && n == 2)); },
        "disjunction is not supported: (not (and (= x 1.0) (= n 2)))"},
       {[&] { (void)s.value(x); }, "there is no model: the last check did not answer sat"},
       {[&] { s.interpolant("A", "B"); }, "no assertion is in a group B"},

@@ -2,7 +2,7 @@
 """Random differential test: the tool against z3 and cvc5.
 
 Draws problems of every family and runs the tool on them in batches (one session, `reset`
-between problems). z3 judges the verdict, the model of every `sat`, and for every
+between problems). z3 judges each verdict, model, value and unsatisfiable core, and for every
 interpolant of every mode and cut style each step of its sequence or tree; cvc5 a sample,
 and what z3 gives up on. Symbols of interpolants must be shared. `unknown` is an answer to
 unbounded problems only, the time limit to none. A failing problem is reduced and printed
@@ -12,30 +12,32 @@ as a script. The last lines count what was checked.
 import argparse
 import os
 import random
-import subprocess
 import sys
 from collections import Counter
 
-import integer_problems
-import mixed_problems
-import rational_problems
-import sexpr
-from formulas import conjunction
-from judges import Claim, Judges
-from queries import queries_of, script_of, steps_of
+import formula_problems
+from claims import FAILED, GAVE_UP, Judges, claims_of
+from opal_lab import integer_problems, mixed_problems, rational_problems, sexpr
+from opal_lab.programs import run
+from reducer import reduced
 
 SUBJECTS = {
     "rational": rational_problems.FAMILIES,
     "integer": integer_problems.FAMILIES,
     "mixed": mixed_problems.FAMILIES,
+    "formulas": formula_problems.FAMILIES,
 }
 FAMILIES = {name: draw for families in SUBJECTS.values() for name, draw in families.items()}
-GAVE_UP = "gave up"  # what a failure by the time limit, or by `unknown`, begins with
+# Drawn where no subject is named. "formulas" joins them once the solver takes disjunctions.
+DEFAULT_SUBJECTS = ("rational", "integer", "mixed")
+FLAGS = ("strength",)  # of the tool, which asks for them only where it has them
 
 
 class Campaign:
     def __init__(self, opal, judges, timeout):
         self.opal, self.judges, self.timeout = opal.split(), judges, timeout
+        usage = run([*self.opal, "--help"]).output
+        self.flags = [flag for flag in FLAGS if f"--{flag} " in usage]
         self.counts = {}  # by family
         self.undecided = {}  # claims that no judge decided, by formula
 
@@ -45,39 +47,42 @@ class Campaign:
     def total(self, what):
         return sum(counter[what] for counter in self.counts.values())
 
+    def script_of(self, problem):
+        commands = [c for check in problem.checks(self.flags) for c in check.commands()]
+        return "\n".join(commands) + "\n"
+
     def run_tool(self, problems):
-        text = "(reset)\n".join(script_of(p) for p in problems)
-        command = self.opal + ["--timeout", str(self.timeout), "-"]
+        """The answers to each check of each problem, or what is wrong."""
+        checks = [[(c, len(c.commands())) for c in p.checks(self.flags)] for p in problems]
+        expected = sum(count for of_problem in checks for _, count in of_problem)
         # Beyond one command's limit the tool does not heed it.
         patience = 2 * self.timeout + len(problems)
-        try:
-            run = subprocess.run(command, input=text, capture_output=True, text=True,
-                                 timeout=patience)
-        except subprocess.TimeoutExpired:
+        done = run([*self.opal, "--timeout", str(self.timeout), "-"], patience,
+                   "(reset)\n".join(map(self.script_of, problems)))
+        if done.timed_out:
             return None, f"{GAVE_UP}: no end after {patience} s"
+        end = f"exit {done.status}: {done.errors[:300]}"
         try:
-            answers = sexpr.parse_all(run.stdout)
+            answers = sexpr.parse_all(done.output)
         except ValueError as fault:
-            return None, f"unreadable answers ({fault}), exit {run.returncode}: {run.stderr}"
-        expected = sum(2 + len(queries_of(p)) for p in problems)
+            return None, f"{FAILED}: unreadable answers ({fault}), {end}"
         if len(answers) != expected:
-            return None, (f"{len(answers)} answers for {expected} commands, "
-                          f"exit {run.returncode}: {run.stderr[:300]}")
-        return answers, None
+            return None, f"{FAILED}: {len(answers)} answers for {expected} commands, {end}"
+        rest = iter(answers)
+        return [[(check, [next(rest) for _ in range(count)]) for check, count in of_problem]
+                for of_problem in checks], None
 
     def failures(self, problems, count=False):
         """The (problem, what is wrong) pairs of a batch."""
-        answers, fault = self.run_tool(problems)
+        answered, fault = self.run_tool(problems)
+        if fault and len(problems) == 1:
+            return [(problems[0], fault)]
         if fault:
-            if len(problems) == 1:
-                return [(problems[0], fault)]
             return [f for p in problems for f in self.failures([p], count)]
-        wrong, claims, at = [], [], 0
-        for problem in problems:
-            mine = answers[at : at + 2 + len(queries_of(problem))]
-            at += len(mine)
+        wrong, claims = [], []
+        for problem, checks in zip(problems, answered):
             try:
-                claims += self.claims(problem, mine, count)
+                claims += self.claims(problem, checks, count)
             except ValueError as fault:
                 wrong.append((problem, str(fault)))
         judged = set()
@@ -94,69 +99,34 @@ class Campaign:
                               f"expected {claim.expected}"))
         return wrong
 
-    def claims(self, problem, answers, count):
-        """What the tool's answers to a problem claim."""
-        verdict = answers[0]
-        if verdict == "unknown" and not problem.bounded:
-            if count:
-                self.count(problem, problems=1, unbounded=1, unknown=1)
-            return []
-        if verdict not in ("sat", "unsat"):
-            kind = GAVE_UP if verdict == "unknown" else "failed"
-            raise ValueError(f"{kind}: answer to check-sat: {sexpr.show(verdict)}")
-        everything = conjunction(f for _, f in problem.assertions)
-        claims = [Claim(problem, "verdict", verdict, everything)]
-        interpolants = 0
-        if verdict == "sat":
-            values = [f"(= {d[1]} {sexpr.show(d[4])})" for d in answers[1]
-                      if isinstance(d, list) and d[0] == "define-fun"]
-            claims.append(Claim(problem, "model", "sat", conjunction([everything] + values)))
-        else:
-            for query, answer in zip(queries_of(problem), answers[2:]):
-                claims += self.claims_of_query(problem, query, answer)
-                interpolants += len(answer)
+    def claims(self, problem, checks, count):
+        """What the tool's answers to the checks of a problem claim."""
+        claims, counted = [], Counter(problems=1, unbounded=not problem.bounded)
+        for check, answers in checks:
+            counted["checks"] += 1
+            if answers[0] == "unknown" and not problem.bounded:
+                counted["unknown"] += 1
+                continue
+            claims += claims_of(problem, check, answers)
+            if answers[0] == "unsat":
+                counted["unsat"] += 1
+                asked = len(check.queries)
+                counted["interpolants"] += sum(map(len, answers[len(answers) - asked:]))
         if count:
-            self.count(problem, problems=1, unbounded=not problem.bounded,
-                       unsat=verdict == "unsat", interpolants=interpolants)
+            self.count(problem, **counted)
         return claims
 
-    @staticmethod
-    def claims_of_query(problem, query, answer):
-        mode, cuts, order, exchanged = query
-        where = f"mode {mode}, cuts {cuts}, {order}"
-        if isinstance(answer, str) or answer[:1] == ["error"]:
-            text = sexpr.show(answer)
-            kind = GAVE_UP if "timeout" in text else "failed"
-            raise ValueError(f"{kind}: {where}: {text}")
-        try:
-            steps = steps_of(problem, answer, exchanged)
-        except ValueError as fault:
-            raise ValueError(f"{where}: {fault}") from None
-        shown = sexpr.show(answer)
-        return [Claim(problem, f"{where}, step {number}: {shown}", "unsat", step)
-                for number, step in enumerate(steps)]
-
-    def reduced(self, problem):
-        """A problem with as few assertions as keep it failing in substance: one that merely
-        is no longer bounded does not count."""
-        kept = list(problem.assertions)
-        i = 0
-        while i < len(kept):
-            smaller = problem.with_assertions(kept[:i] + kept[i + 1 :])
-            enough = all(smaller.in_group(g) for g in range(problem.groups))
-            if enough and any(not what.startswith(GAVE_UP)
-                              for _, what in self.failures([smaller])):
-                kept = smaller.assertions
-            else:
-                i += 1
-        return problem.with_assertions(kept)
-
     def report(self, problem, what):
-        if not what.startswith(GAVE_UP):
-            problem = self.reduced(problem)
-            what = (self.failures([problem]) or [(problem, what)])[0][1]
+        """Prints what is wrong with a problem, reduced as long as it is wrong in that way:
+        one that merely is no longer bounded does not count."""
+        def fails(smaller):
+            return any(kind(w) == kind(what) for _, w in self.failures([smaller]))
+
+        if kind(what) != GAVE_UP:
+            problem = reduced(problem, fails)
+            what = next((w for _, w in self.failures([problem]) if kind(w) == kind(what)), what)
         bounded = "bounded" if problem.bounded else "unbounded"
-        print(f"family {problem.family} ({bounded}): {what}\n{script_of(problem)}")
+        print(f"family {problem.family} ({bounded}): {what}\n{self.script_of(problem)}")
 
     def summary(self, seed):
         """The families in which something stayed open, and totals."""
@@ -166,7 +136,7 @@ class Campaign:
             if counter["unbounded"] or counter["undecided"]:
                 lines.append(
                     f"{family}: {counter['problems']} problems, {counter['unbounded']} "
-                    f"unbounded; unknown {share(counter['unknown'], counter['problems'])}; "
+                    f"unbounded; unknown {share(counter['unknown'], counter['checks'])}; "
                     f"{counter['interpolants']} interpolants, undecided formulas: "
                     f"{share(counter['undecided'], counter['formulas'])}")
         if self.judges.sampled:
@@ -174,9 +144,15 @@ class Campaign:
                          f"{self.judges.sampled} by cvc5 too")
         undecided = self.total("undecided")
         outcome = f"all but {undecided} formulas confirmed" if undecided else "all confirmed"
-        lines.append(f"{self.total('problems')} problems ({self.total('unsat')} unsat), "
+        lines.append(f"{self.total('problems')} problems, {self.total('checks')} checks "
+                     f"({self.total('unsat')} unsat), "
                      f"{self.total('interpolants')} interpolants, {outcome}; seed {seed}")
         return lines
+
+
+def kind(what):
+    """Whether a failure is by a limit, by an error, or by a wrong answer."""
+    return next((k for k in (GAVE_UP, FAILED) if what.startswith(k)), "wrong")
 
 
 def share(part, whole):
@@ -186,8 +162,6 @@ def share(part, whole):
 def options_of():
     options = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     options.add_argument("--opal", required=True, help="the tool")
-    options.add_argument("--z3", default="z3 -in -smt2", help="the judge")
-    options.add_argument("--cvc5", default="cvc5 --lang smt2 -", help="the other judge")
     options.add_argument("-n", type=int, default=500, help="number of problems")
     options.add_argument("--interpolants", type=int, metavar="N",
                          help="draw problems until N interpolants are confirmed instead")
@@ -206,9 +180,9 @@ def options_of():
 def main():
     arguments = options_of()
     total = max(1, int(arguments.n * float(os.environ.get("OPAL_RANDOM_SCALE", "1"))))
-    subjects = arguments.subject or list(SUBJECTS)
+    subjects = arguments.subject or DEFAULT_SUBJECTS
     names = arguments.family or sorted(name for s in subjects for name in SUBJECTS[s])
-    judges = Judges(arguments.z3, arguments.cvc5, arguments.judge_timeout, arguments.sample)
+    judges = Judges(arguments.judge_timeout, arguments.sample)
     campaign = Campaign(arguments.opal, judges, arguments.timeout)
     start = 0
     while (campaign.total("interpolants") < arguments.interpolants

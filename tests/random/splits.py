@@ -8,21 +8,15 @@ equality has the model's verdict, and whether the groups imply a = t and t = b.
 """
 
 import argparse
-import json
 import random
-import subprocess
 import sys
 
-import sexpr
-from formulas import numeral as number
+from opal_lab import sexpr
+from opal_lab.formulas import conjunction, decision, number, numeral
+from opal_lab.judges import verdicts
+from opal_lab.programs import run
 
 SHARED = ["s", "u", "w"]
-
-
-def total(coefficients, constant=0):
-    """sum of coefficient * symbol, plus a constant"""
-    summands = [f"(* {number(q)} {x})" for x, q in coefficients.items()]
-    return f"(+ 0 {number(constant)} {' '.join(summands)})"
 
 
 class Problem:
@@ -32,6 +26,8 @@ class Problem:
     def __init__(self, rng):
         self.rng = rng
         self.integers = rng.random() < 0.2
+        self.logic = "QF_LIA" if self.integers else "QF_LRA"
+        self.number = numeral if self.integers else number
         self.point = {x: rng.randint(-9, 9) for x in SHARED}
         low = self.combination()
         high = low if rng.random() < 0.4 else self.shifted(self.combination(), low)
@@ -43,10 +39,15 @@ class Problem:
         self.locals = [["a", "a1", "a2"], ["b", "b1", "b2"]]
         self.groups = [self.group(names, *end) for names, end in zip(self.locals, ends)]
         factor = rng.choice([1, 1, 1, 2, 3, -1, -2])
-        more = total({rng.choice(SHARED): rng.randint(-3, 3)}, rng.randint(-5, 5))
-        self.sides = [f"(+ (* {number(factor)} {x}) {more})" for x in ("a", "b")]
+        more = self.total({rng.choice(SHARED): rng.randint(-3, 3)}, rng.randint(-5, 5))
+        self.sides = [f"(+ (* {self.number(factor)} {x}) {more})" for x in ("a", "b")]
         if rng.random() < 0.3:
             self.sides.reverse()
+
+    def total(self, coefficients, constant=0):
+        """sum of coefficient * symbol, plus a constant"""
+        summands = [f"(* {self.number(q)} {x})" for x, q in coefficients.items()]
+        return f"(+ {self.number(constant)} {' '.join(summands)})"
 
     def value(self, combination):
         coefficients, constant = combination
@@ -62,19 +63,19 @@ class Problem:
     def group(self, names, low, high):
         order = names[:]
         self.rng.shuffle(order)
-        chain = [total(*low)] + order + [total(*high)]
-        atoms = ["(<= (+ s u w) 1000)"]  # every shared symbol occurs on both sides
+        chain = [self.total(*low)] + order + [self.total(*high)]
+        atoms = [f"(<= (+ s u w) {self.number(1000)})"]  # every shared symbol occurs on both sides
         for left, right in zip(chain, chain[1:]):
             k = self.rng.choice([1, 1, 2, 5])
-            atoms.append(f"(<= (* {k} {left}) (* {k} {right}))")
+            atoms.append(f"(<= (* {self.number(k)} {left}) (* {self.number(k)} {right}))")
         for _ in range(self.rng.randint(0, 4)):
             coefficients, constant = self.combination()
             value = self.value((coefficients, constant))
             relation, slack = self.rng.choice([("<=", 0), ("<", 1), ("distinct", 1)])
             bound = value + slack + self.rng.randint(0, 3)
-            atoms.append(f"({relation} {total(coefficients, constant)} {number(bound)})")
+            atoms.append(f"({relation} {self.total(coefficients, constant)} {self.number(bound)})")
         self.rng.shuffle(atoms)
-        return f"(and true {' '.join(atoms)})"
+        return conjunction(atoms)
 
     def declarations(self):
         sort = "Int" if self.integers else "Real"
@@ -83,9 +84,8 @@ class Problem:
 
     def script(self):
         named = [f"(assert (! {g} :named {n}))" for g, n in zip(self.groups, "AB")]
-        logic = "QF_LIA" if self.integers else "QF_LRA"
         query = f"(get-shared-term A B {' '.join(self.sides)})"
-        return "\n".join([f"(set-logic {logic})"] + self.declarations() + named + [query])
+        return "\n".join([f"(set-logic {self.logic})"] + self.declarations() + named + [query])
 
     def claims(self, answer):
         """What z3 must say unsat to, what it must say sat to, and the kind of the answer."""
@@ -101,25 +101,14 @@ class Problem:
         raise ValueError(f"unexpected answer {answer}")
 
 
-def z3(declarations, formulas):
-    lines = declarations[:]
-    for f in formulas:
-        lines += ["(push)", f"(assert {f})", "(check-sat)", "(pop)"]
-    run = subprocess.run(["z3", "-in", "-smt2"], input="\n".join(lines), capture_output=True,
-                         text=True, timeout=60)
-    return run.stdout.split()
-
-
 def check(opal, problem, counts):
-    command = [opal, "--verify", "--stats", "json", "-"]
-    run = subprocess.run(command, input=problem.script(), capture_output=True, text=True,
-                         timeout=60)
-    unsat, sat, kind = problem.claims(sexpr.parse_all(run.stdout)[0])
-    verdicts = z3(problem.declarations(), unsat + sat)
-    if verdicts != ["unsat"] * len(unsat) + ["sat"] * len(sat):
-        raise ValueError(f"{kind}, but z3 says {verdicts}")
+    done = run([opal, "--verify", "--stats", "json", "-"], 60, problem.script())
+    unsat, sat, kind = problem.claims(sexpr.parse_all(done.output)[0])
+    said = verdicts([decision([f], problem.declarations(), problem.logic) for f in unsat + sat])
+    if said != ["unsat"] * len(unsat) + ["sat"] * len(sat):
+        raise ValueError(f"{kind}, but z3 says {said}")
     counts[kind] = counts.get(kind, 0) + 1
-    statistics = json.loads(run.stderr.strip().split("\n")[-1])
+    statistics = done.statistics()
     if kind == "split":
         completed = int(statistics["completed-halves"])
         counts["halves completed"] = counts.get("halves completed", 0) + completed

@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 (set-logic QF_UFLRA)
 (set-logic QF_RDL)
@@ -6,6 +7,7 @@
 (pop) (push 2) (pop 3) (push 99999999999999999999) (get-info :assertion-stack-levels)
 (set-option print-success true) (set-option :print-success maybe)
 (set-option :no-such-option 1) (get-option :no-such-option)
-(set-option :opal-mode most) (echo unquoted) (declare-const x Real) (assert (< x 1) (< x 2))
+(set-option :opal-mode most) (echo unquoted) (reset-assertions)
+(declare-const x Real) (push) (assert (< x 1) (< x 2)) (pop)
 (check-sat) (get-value ()) (get-unsat-core)
 (exit) (echo "never reached")

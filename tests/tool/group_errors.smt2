@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 (set-logic QF_LRA) (declare-const x Real)
 (assert (! (and (! (< x 1) :named inner) (< x 5)) :named a)) (assert (! (> x 2) :named b))

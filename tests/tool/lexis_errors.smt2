@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 ; What is wrong in a command is told at its place, and the next command is as good as ever.
 (declare-const x Real)
@@ -18,4 +19,4 @@ some rubbish between commands
 (assert (! (< x 1) named n))
 (assert (! (< x 1) :named))
 (assert |(< x\ 1)|)
-(check-sat)
+(check-sat) (reset-assertions) (check-sat)

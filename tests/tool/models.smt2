@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 (set-logic QF_LRA) (declare-const x Real) (declare-fun |y z| () Real)
 (declare-const free Real) (declare-const b Bool) (define-fun half () Real (/ 1 2))

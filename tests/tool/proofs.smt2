@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; Proofs between other queries.
 ; EXIT: 1
 (get-proof)

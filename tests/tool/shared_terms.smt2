@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 ; Terms over shared symbols that two groups make equal to a term of each.
 (set-logic QF_LIRA)

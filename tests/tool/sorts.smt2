@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 ; Every application at fault is refused, with the argument that is.
 (set-logic QF_LRA) (declare-const x Real) (declare-const b Bool) (assert x) (assert (+ x b))
@@ -11,21 +12,22 @@
 ; An Int is read as a Real where one is expected, and nothing else is.
 (declare-const i Int) (declare-const r Real) (declare-const b Bool)
 (define-fun halved ((n Int)) Int (div n 2)) (define-fun shifted ((s Real)) Real (+ s 1))
-(assert (< (div r 2) 1)) (assert (< (mod i 2.0) 1)) (assert (< (abs 2.5) 1))
+(push) (assert (< (div r 2) 1)) (assert (< (mod i 2.0) 1)) (assert (< (abs 2.5) 1))
 (assert ((_ divisible 3) r)) (assert ((_ divisible 3) i i)) (assert ((_ divisible (- 3)) i))
 (assert (divisible 3 i)) (assert ((_ bv3 8) i)) (assert (= (to_real r) 1))
 (assert (is_int b)) (assert (< i (< i 1))) (assert (< (ite true b i) 1))
 (assert (< (halved r) 1)) (assert (< (shifted b) 1)) (assert (< (mod i 2 2) 1))
 (assert (< (div i i) 1)) (assert (< (* i (mod i 2)) 1))
-(define-fun f () Int (/ 4 2)) (define-fun g () Real (halved 7)) (get-value (i)) (check-sat)
+(pop) (define-fun f () Int (/ 4 2)) (define-fun g () Real (halved 7)) (get-value (i)) (check-sat)
 (get-value ((+ i r) g (shifted i) (shifted 2) (ite true i r) (* 2 1.0) (let ((k 1) (s 1.0)) (+ k s)) halved))
 (get-value (g (shifted i) (shifted 2) (ite true 1 r) (* 2 1.0) (let ((k 1) (s 1.0)) (+ k s)) 1 1.0))
 (get-value ((to_real 1.0) (/ 4 2) (= 1 1.0 i) (<= i r 0) (distinct i r 1) (is_int i) (to_int i) (- i) (- 0.0)))
 (get-assertions)
 (reset)
-(set-logic QF_LIA) (declare-const r Real) (declare-const i Int) (assert (< (+ i (< i 1)) 0))
+(set-logic QF_LIA) (declare-const r Real) (declare-const i Int)
+(push) (assert (< (+ i (< i 1)) 0)) (pop)
 (assert (< (* 1.5 i) (/ 7 2))) (check-sat) (get-assertions)
 (reset)
 (set-logic QF_LRA) (declare-const i Int) (define-fun mod ((a Real) (b Real)) Real (- a b))
-(declare-const div Real) (assert (= div (mod 7 2) 5.0)) (assert (< (to_int div) 2))
-(assert ((_ divisible 3) 6)) (check-sat) (get-value (div 1 (mod div 1)))
+(declare-const div Real) (assert (= div (mod 7 2) 5.0))
+(push) (assert (< (to_int div) 2)) (assert ((_ divisible 3) 6)) (pop) (check-sat) (get-value (div 1 (mod div 1)))

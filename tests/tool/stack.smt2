@@ -1,4 +1,4 @@
-; ARGS: --mode sum
+; ARGS: --on-error continue --mode sum
 ; EXIT: 1
 ; Declarations, assertions and names end with their level; answers after a pop are as
 ; good as the first.
@@ -7,7 +7,7 @@
 (push 2) (assert (! (<= y x) :named m)) (check-sat)
 (get-interpolants low n m) (get-interpolants n (and m low))
 (pop) (check-sat) (get-interpolants low n)
-(pop 2) (assert (< y 1))
+(pop 2) (push) (assert (< y 1)) (pop)
 (declare-const y Bool)
 (push) (assert (! (>= x 2) :named n)) (check-sat)
 (get-interpolants low n) (get-interpolants n low) (get-unsat-core)

@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 ; What no group mentions belongs to every group, or to the last one, or is refused.
 (declare-const x Real) (declare-const y Real) (declare-const z Real) (assert (= y (+ x 1)))

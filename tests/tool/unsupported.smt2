@@ -1,3 +1,4 @@
+; ARGS: --on-error continue
 ; EXIT: 1
 ; What is not supported is told with its place, and asserts nothing.
 (declare-const x Real) (declare-const y Real) (declare-const b Bool)

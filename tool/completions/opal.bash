@@ -8,6 +8,7 @@ _opal() {
     --cuts) COMPREPLY=($(compgen -W "modular floor auto" -- "$cur")); return ;;
     --unmentioned) COMPREPLY=($(compgen -W "background B error" -- "$cur")); return ;;
     --proof-format) COMPREPLY=($(compgen -W "sexp json dot" -- "$cur")); return ;;
+    --on-error) COMPREPLY=($(compgen -W "auto stop continue" -- "$cur")); return ;;
     --dot | --svg) _filedir; return ;;
     --check-files) _filedir -d; return ;;
     --verify-with) COMPREPLY=($(compgen -c -- "$cur")); return ;;
@@ -23,7 +24,7 @@ _opal() {
   if [[ $cur == -* ]]; then
     COMPREPLY=($(compgen -W "-h --help --version --mode --cuts --raw --verify --verify-with
       --timeout --memory --unmentioned --dot --svg --proof-format --explain --dump-proof
-      --check-files --stats --stats= --progress --progress=" -- "$cur"))
+      --check-files --on-error --stats --stats= --progress --progress=" -- "$cur"))
     [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace
     return
   fi

@@ -1,12 +1,14 @@
-"""SMT-LIB texts of linear formulas.
+"""SMT-LIB texts of linear formulas, and scripts that decide them.
 
-The name of a variable tells its sort: i0, i1, ... are integers, x0, x1, ... reals.
+The name of a variable tells its sort: i0, i1, ... are integers, x0, x1, ... reals, and
+p0, p1, ... are Booleans.
 """
 
 import re
 from fractions import Fraction
 
-SYMBOL = re.compile(r"\b[ix]\d+\b")
+SYMBOL = re.compile(r"\b[ixp]\d+\b")
+SORTS = {"i": "Int", "x": "Real", "p": "Bool"}
 
 
 def symbols_in(formulas):
@@ -19,11 +21,23 @@ def is_integer(symbol):
 
 def declarations(symbols):
     order = sorted(symbols, key=lambda s: (s[0], int(s[1:])))
-    return [f"(declare-fun {s} () {'Int' if is_integer(s) else 'Real'})" for s in order]
+    return [f"(declare-fun {s} () {SORTS[s[0]]})" for s in order]
 
 
 def conjunction(formulas):
     return f"(and true {' '.join(formulas)})"
+
+
+def negation(formula):
+    return f"(not {formula})"
+
+
+def decision(formulas, declared=None, logic="QF_LIRA"):
+    """A script that asks whether formulas are satisfiable together; `declared` are the
+    commands before them, by default the declarations of their variables."""
+    declared = declarations(symbols_in(formulas)) if declared is None else declared
+    return "\n".join([f"(set-logic {logic})", *declared,
+                      *(f"(assert {f})" for f in formulas), "(check-sat)\n"])
 
 
 def number(q):

@@ -6,9 +6,9 @@ whether every integer variable has a finite range (the reals need none).
 
 from fractions import Fraction
 
-from formulas import linear, mixed_sum, number, numeral, relation
-from integer_problems import FILLER, box, family, names, nonzero
-from problems import dealt_to_tree
+from .formulas import linear, mixed_sum, number, numeral, relation
+from .integer_problems import FILLER, box, family, names, nonzero
+from .problems import dealt_to_tree
 
 
 def write(rng, row, op, constant):

@@ -2,8 +2,8 @@
 
 from fractions import Fraction
 
-from formulas import linear, number, relation
-from problems import Problem, dealt_to_tree, split
+from .formulas import linear, number, relation
+from .problems import Problem, dealt_to_tree, split
 
 
 def coefficient(rng, big=False):

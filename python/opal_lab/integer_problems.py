@@ -7,8 +7,8 @@ which share is bounded is said at each part; `unknown` is an answer to the other
 
 from math import gcd
 
-from formulas import integer_sum, numeral, relation
-from problems import Problem, dealt_to_tree, split
+from .formulas import integer_sum, numeral, relation
+from .problems import Problem, dealt_to_tree, split
 
 FILLER = "(<= i0 i0)"
 

@@ -5,9 +5,11 @@ import gc
 import re
 import sys
 
+from .checker import Checker
 from .problem import Problem
 from .reader import Reader, Step
-from .rules import RULES, Checker, Wrong
+from .rules import RULES
+from .rules.steps import Wrong
 from .source import Source, Unreadable
 
 BEGINNING = re.compile(r"\(\s*(la-|let\b)")  # of a proof
