@@ -88,7 +88,8 @@ class Consequences {
 };
 
 /// What final_check() found. INCONSISTENT: a conflict or lemmas were given, one of which at
-/// least is not true now, or a split of a variable without a value. UNKNOWN ends the search.
+/// least is not true now, or a split of a variable without a value. UNKNOWN ends the
+/// search.
 enum class FinalCheck : std::uint8_t { CONSISTENT, INCONSISTENT, UNKNOWN };
 
 class Theory {

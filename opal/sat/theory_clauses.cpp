@@ -61,8 +61,7 @@ FinalCheck Search::Engine::final_check() {
   if (result == FinalCheck::UNKNOWN) reason_unknown_ = theory_->reason_unknown();
   const bool gave = !gifts_.empty() || !implied_.empty() || splits_.size() > splits;
   assert(result != FinalCheck::INCONSISTENT || gave);
-  if (result == FinalCheck::CONSISTENT && gave)
-    result = FinalCheck::INCONSISTENT;
+  if (result == FinalCheck::CONSISTENT && gave) result = FinalCheck::INCONSISTENT;
   // An inconsistency found here is seen by the loop of the search.
   static_cast<void>(take_up_gifts());
   return result;
