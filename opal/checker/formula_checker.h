@@ -36,14 +36,15 @@ namespace opal::checker {
 /// Who refutes the conjunction of some arithmetic atoms; null when it cannot.
 using LemmaProver = std::function<proof::ProofRef(const std::vector<const Term_*>& atoms)>;
 
-/// Nothing when `refutation` refutes the formulas `assertions` (by number; null for a number
-/// that nothing has), as above; else what is wrong, and where. Iterative.
+/// Nothing when `refutation` refutes the formulas `assertions` (by number; null for a
+/// number that nothing has), as above; else what is wrong, and where. Iterative.
 [[nodiscard]] std::optional<std::string> fault_of_refutation(
     const resolution::ClauseRefutation& refutation,
     const std::vector<const Term_*>& assertions, host::Terms& terms,
     la::ItpLinearTermMapper& mapper, const LemmaProver& prove);
 
-/// The places of a refutation's variables in a tree of groups (see interpolate/partition.h).
+/// The places of a refutation's variables in a tree of groups (see
+/// interpolate/partition.h).
 struct VariablePlaces {
   std::vector<std::size_t> first;         // the tree, in post-order
   std::vector<std::size_t> of_assertion;  // by number: a group

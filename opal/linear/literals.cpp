@@ -34,17 +34,8 @@ bool numerals_compare(const Term_* atom) {
   return a != b;
 }
 
-// a - b = m * floor((a - b) / m) for a congruence, with the magnitude of m.
-const Term_* equality_of(Terms& terms, const Term_* congruence) {
-  const BuildingFlagScope simplified(terms, 1);
-  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
-  const Term_* const subtrahend =
-      terms.make_times(terms.make_number(-1), congruence->arg(1));
-  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
-  const Term_* const quotient =
-      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
-  return terms.make_equal(difference,
-                          terms.make_times(terms.make_number(modulus), quotient));
+bool is_choice(const Term_* t) {
+  return Terms::kind_of(t) == Kind::ITE && Terms::sort_of(t) == Sort::BOOL;
 }
 
 using Truth = std::optional<bool>;
@@ -72,7 +63,7 @@ class Folding {
  private:
   static bool is_connective(const Term_* t) {
     const Kind kind = Terms::kind_of(t);
-    return kind == Kind::NOT || kind == Kind::AND || kind == Kind::OR ||
+    return kind == Kind::NOT || kind == Kind::AND || kind == Kind::OR || is_choice(t) ||
            compares_formulas(t);
   }
 
@@ -85,6 +76,7 @@ class Folding {
       case Kind::NOT: return argument(0) ? Truth(!*argument(0)) : std::nullopt;
       case Kind::AND: return fold_connective(argument(0), argument(1), false);
       case Kind::OR: return fold_connective(argument(0), argument(1), true);
+      case Kind::ITE: return fold_choice(argument(0), argument(1), argument(2));
       case Kind::LEQ:
       case Kind::LT:
       case Kind::EQ:
@@ -106,6 +98,12 @@ class Folding {
   static Truth fold_connective(Truth a, Truth b, bool decisive) {
     if (a == decisive || b == decisive) return decisive;
     return a && b ? Truth(!decisive) : std::nullopt;
+  }
+
+  // What the condition chooses, or what both cases are.
+  static Truth fold_choice(Truth condition, Truth a, Truth b) {
+    if (condition) return *condition ? a : b;
+    return a == b ? a : std::nullopt;
   }
 
   std::unordered_map<const Term_*, Truth> values_;
@@ -140,8 +138,9 @@ class Decomposition {
       case Kind::NOT: stack_.push_back({t->arg(0), !goal.positive}); return true;
       case Kind::AND: return junction(goal, goal.positive);
       case Kind::OR: return junction(goal, !goal.positive);
+      case Kind::ITE: return choice(goal);
       case Kind::VARIABLE: return refuse("Boolean variable", goal);
-      case Kind::CONGRUENCE: t = equality_of(terms_, t); break;
+      case Kind::CONGRUENCE: t = congruence_equality(terms_, t); break;
       default: break;
     }
     if (compares_formulas(t)) return equivalence(goal);
@@ -164,6 +163,14 @@ class Decomposition {
       return true;
     }
     return refuse("disjunction", goal);
+  }
+
+  // A choice whose condition is true or false.
+  bool choice(Goal goal) {
+    const Truth condition = folding_.value(goal.formula->arg(0));
+    if (!condition) return refuse("choice", goal);
+    stack_.push_back({goal.formula->arg(*condition ? 1 : 2), goal.positive});
+    return true;
   }
 
   // An equality between formulas of which one is true or false.
@@ -208,6 +215,18 @@ class Decomposition {
 std::vector<const Term_*> conjuncts(Terms& terms, const Term_* formula) {
   assert(Terms::sort_of(formula) == Sort::BOOL);
   return Decomposition(terms, formula).atoms();
+}
+
+const Term_* congruence_equality(Terms& terms, const Term_* congruence) {
+  const BuildingFlagScope simplified(terms, 1);
+  const QNumber modulus = abs(Terms::symbol_of(congruence).value);
+  const Term_* const subtrahend =
+      terms.make_times(terms.make_number(-1), congruence->arg(1));
+  const Term_* const difference = terms.make_plus(congruence->arg(0), subtrahend);
+  const Term_* const quotient =
+      terms.make_floor(terms.make_times(terms.make_number(modulus.inv()), difference));
+  return terms.make_equal(difference,
+                          terms.make_times(terms.make_number(modulus), quotient));
 }
 
 std::vector<const Term_*> floor_definitions(Terms& terms, const Term_* atom) {

@@ -28,6 +28,10 @@ class Unsupported : public std::runtime_error {
 /// Throws Unsupported for a disjunction, a Boolean variable, or another formula.
 std::vector<const Term_*> conjuncts(Terms& terms, const Term_* formula);
 
+/// The equality a - b = m * floor((a - b) / m), with the magnitude of m, which says that m
+/// divides a - b.
+const Term_* congruence_equality(Terms& terms, const Term_* congruence);
+
 /// What defines the floor terms in an atom, nested ones included: for each f = floor(t) the
 /// atoms `to_real f <= t` and `t < to_real f + 1`, in the order of the terms' ids. They
 /// hold for every value of the variables. Iterative; constant time while there are no floor

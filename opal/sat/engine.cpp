@@ -81,6 +81,9 @@ void Search::Engine::remove_lemmas() {
     if (arena_[ref].kind() == ClauseKind::LEMMA) remove(ref);
   });
   remove_garbage();
+  for (const Variable variable : splits_)
+    occurrences_[variable]--;
+  splits_.clear();
 }
 
 Value Search::Engine::model_value(Literal literal) const {

@@ -153,6 +153,7 @@ class Search::Engine final : private Consequences {
   void add_conflict(LiteralSpan clause, Tag tag) override;
   void add_lemma(LiteralSpan clause, Tag tag, Retention retention) override;
   Variable make_variable(VariableKind kind) override;
+  void add_split(Variable variable) override;
   void suggest_phase(Variable variable, Sign sign) override;
   [[nodiscard]] Value value(Literal literal) const override;
   void tell_theory();
@@ -211,7 +212,8 @@ class Search::Engine final : private Consequences {
   std::vector<VariableState> variables_;
   std::vector<VariableKind> kinds_;
   std::vector<Sign> phases_;                // the sign to decide next
-  std::vector<std::uint32_t> occurrences_;  // in clauses that are kept
+  std::vector<std::uint32_t> occurrences_;  // in clauses that are kept, and in splits_
+  std::vector<Variable> splits_;            // that are decided without a clause
   std::vector<ClauseId> unit_ids_;          // held; NO_CLAUSE where nothing is proved
   std::vector<std::uint8_t> is_explained_;  // whether the reason is an EXPLANATION
   std::vector<std::uint8_t> marks_;         // Mark, all 0 between analyses

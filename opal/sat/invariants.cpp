@@ -29,6 +29,8 @@ bool Search::Engine::is_trail_normal() const {
 // Whether counts, watches and the heap follow from the clauses.
 bool Search::Engine::are_clauses_normal() {
   std::vector<std::uint32_t> occurrences(variable_count(), 0);
+  for (const Variable variable : splits_)
+    occurrences[variable]++;
   std::size_t clauses = 0;
   std::size_t learned = 0;
   bool watched = true;

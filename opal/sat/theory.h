@@ -75,8 +75,12 @@ class Consequences {
   virtual void add_lemma(LiteralSpan clause, Tag tag, Retention retention) = 0;
 
   /// A new variable, for instance an atom that a lemma branches on. It is decided only when
-  /// a clause that is kept has it.
+  /// a clause that is kept has it, or as a split.
   virtual Variable make_variable(VariableKind kind) = 0;
+  /// Has `variable` decided from now on, whether or not a clause has it: for the atom
+  /// x <= 3 of an integer, whose negation is x >= 4, where the lemma that splits the values
+  /// of x would be a tautology. Counts as a lemma that is KEPT.
+  virtual void add_split(Variable variable) = 0;
   /// The sign that is tried first when `variable` is decided for the first time.
   virtual void suggest_phase(Variable variable, Sign sign) = 0;
   /// The value that the search gives `literal` now.
@@ -84,7 +88,7 @@ class Consequences {
 };
 
 /// What final_check() found. INCONSISTENT: a conflict or lemmas were given, one of which at
-/// least is not true now. UNKNOWN ends the search.
+/// least is not true now, or a split of a variable without a value. UNKNOWN ends the search.
 enum class FinalCheck : std::uint8_t { CONSISTENT, INCONSISTENT, UNKNOWN };
 
 class Theory {

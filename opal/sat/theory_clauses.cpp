@@ -29,6 +29,13 @@ void Search::Engine::add_lemma(LiteralSpan clause, Tag tag, Retention retention)
 
 Variable Search::Engine::make_variable(VariableKind kind) { return add_variable(kind); }
 
+void Search::Engine::add_split(Variable variable) {
+  statistics_.lemmas++;
+  splits_.push_back(variable);
+  occurrences_[variable]++;
+  if (truth(Literal(variable)) == 0) heap_.insert(variable);
+}
+
 void Search::Engine::suggest_phase(Variable variable, Sign sign) {
   set_phase(variable, sign);
 }
@@ -49,10 +56,12 @@ FinalCheck Search::Engine::final_check() {
   if (theory_ == nullptr) return FinalCheck::CONSISTENT;
   if (limits_ != nullptr) limits_->look();
   statistics_.final_checks++;
+  const std::size_t splits = splits_.size();
   FinalCheck result = theory_->final_check(*this);
   if (result == FinalCheck::UNKNOWN) reason_unknown_ = theory_->reason_unknown();
-  assert(result != FinalCheck::INCONSISTENT || !gifts_.empty() || !implied_.empty());
-  if (result == FinalCheck::CONSISTENT && !(gifts_.empty() && implied_.empty()))
+  const bool gave = !gifts_.empty() || !implied_.empty() || splits_.size() > splits;
+  assert(result != FinalCheck::INCONSISTENT || gave);
+  if (result == FinalCheck::CONSISTENT && gave)
     result = FinalCheck::INCONSISTENT;
   // An inconsistency found here is seen by the loop of the search.
   static_cast<void>(take_up_gifts());

@@ -1,3 +1,12 @@
+// Assertions and checks of a session, and which road decides them.
+//
+// Assertions go to the conjunctive road as long as all of them are conjunctions; the first
+// one that is not is the first one that the formula road is asked to understand. What both
+// refuse is refused. A check takes the conjunctive road when all assertions and assumptions
+// are conjunctions, else the formula road, which then keeps what it has learned.
+
+#include "opal/session/session.h"
+
 #include <cassert>
 #include <chrono>
 #include <utility>
@@ -7,142 +16,148 @@
 
 namespace opal::host {
 
-namespace {
-
-// One level of the solver, taken back at the end of the scope.
-class LevelScope {
- public:
-  explicit LevelScope(la::Solver& solver) : solver_(solver) { solver_.push(); }
-  LevelScope(const LevelScope&) = delete;
-  LevelScope& operator=(const LevelScope&) = delete;
-  ~LevelScope() { solver_.pop(); }
-
- private:
-  la::Solver& solver_;
-};
-
-}  // namespace
-
-// The solver keeps a level of its own below the assertions', which reset_assertions()
-// takes back.
-Session::Impl::Impl() {
-  terms.set_limits(&limits);
-  solver.push();
-}
-
-// The atoms of a formula, then those that define its floor terms. Afterwards the mapper
-// knows them, so that asserting them cannot fail. The linear forms of nested floors can be
-// quadratic in the formula: limits hold here as well.
-Conjunction Session::Impl::take_apart(const Term_* formula) {
-  Conjunction result{formula, conjuncts(terms, formula)};
-  std::vector<const Term_*> definitions;
-  for (const Term_* atom : result.atoms) {
-    const auto more = floor_definitions(terms, atom);
-    definitions.insert(definitions.end(), more.begin(), more.end());
-  }
-  if (!definitions.empty()) {
-    std::unordered_set<const Term_*> listed(result.atoms.begin(), result.atoms.end());
-    for (const Term_* atom : definitions) {
-      if (listed.insert(atom).second) result.atoms.push_back(atom);
-    }
-  }
-  for (const Term_* atom : result.atoms) {
-    if (!definitions.empty()) limits.look();
-    mapper.constraint(atom);
-  }
-  return result;
-}
-
-void Session::Impl::assert_atoms(const Conjunction& conjunction) {
-  std::vector<int> ids;
-  ids.reserve(conjunction.atoms.size());
-  for (const Term_* atom : conjunction.atoms)
-    ids.push_back(mapper.constraint(atom));
-  solver.assert_constraints(ids);
-}
+Session::Impl::Impl() { terms.set_limits(&limits); }
 
 void Session::Impl::forget_answer() {
-  verdict.reset();
-  reason_unknown.clear();
-  assumptions.clear();
-  model.clear();
-  exported.reset();
-  proof = proof::ProofRef();
+  last = LastAnswer();
+  conjunctive.forget_answer();
 }
 
-void Session::Impl::assert_formula(const Term_* formula, const std::string& name) {
+void Session::Impl::push() {
+  forget_answer();
+  stack.push();
+  try {
+    conjunctive.push();
+    try {
+      if (formula.is_entered()) formula.push();
+    } catch (...) {
+      conjunctive.pop();
+      throw;
+    }
+  } catch (...) {
+    stack.pop();
+    throw;
+  }
+}
+
+void Session::Impl::pop() {
+  if (stack.levels().empty()) throw SessionError("there is no level to pop");
+  forget_answer();
+  conjunctive.pop();
+  if (formula.is_entered()) formula.pop();
+  stack.pop();
+  assert(stack.is_normal() && conjunctive.size() <= stack.size());
+  shrink_groups();
+}
+
+// The formula is the next one of the stack. When it throws, neither road has it.
+void Session::Impl::add_to_roads(const Term_* formula_term) {
+  const std::size_t position = stack.size();
+  const bool is_conjunction =
+      conjunctive.size() == position && conjunctive.add(formula_term);
+  if (is_conjunction && !formula.is_entered()) return;
+  try {
+    formula.enter(stack);
+    formula.add(formula_term, position);
+  } catch (...) {
+    if (is_conjunction) conjunctive.shrink(position);
+    throw;
+  }
+}
+
+void Session::Impl::assert_formula(const Term_* formula_term, const std::string& name) {
   if (!name.empty() && stack.find(name)) {
     throw SessionError("an assertion is already named " + symbol_text(name));
   }
-  Conjunction conjunction = take_apart(formula);
   forget_answer();
-  const std::size_t before = stack.parts().size();
-  stack.add(conjunction, name);
+  add_to_roads(formula_term);
   try {
-    assert_atoms(conjunction);
+    stack.add(formula_term, name);
   } catch (...) {
-    stack.shrink(before);
+    conjunctive.shrink(stack.size());
+    formula.leave();  // it is entered again when it is needed
     throw;
   }
 }
 
 void Session::Impl::reset_assertions() {
   forget_answer();
-  for (std::size_t i = 0; i <= stack.levels(); ++i)
-    solver.pop();
+  conjunctive.clear();
+  formula.leave();
   stack.clear();
   shrink_groups();
-  solver.push();
 }
 
-std::vector<const Term_*> Session::Impl::formulas() const {
-  std::vector<const Term_*> result;
-  for (const Conjunction& part : stack.parts())
-    result.push_back(part.formula);
-  for (const Conjunction& part : assumptions)
-    result.push_back(part.formula);
+std::optional<std::vector<Conjunction>> Session::Impl::conjunctions(
+    const std::vector<const Term_*>& assumptions) {
+  if (!conjunctive.catch_up(stack)) return std::nullopt;
+  std::vector<Conjunction> result;
+  for (const Term_* assumption : assumptions) {
+    auto part = conjunctive.take_apart(assumption);
+    if (!part) return std::nullopt;
+    result.push_back(std::move(*part));
+  }
   return result;
 }
 
-void Session::Impl::decide(const std::vector<const Term_*>& assumed) {
+void Session::Impl::decide(const std::vector<const Term_*>& assumptions) {
   limits.look();
-  std::optional<LevelScope> level;
-  if (!assumed.empty()) level.emplace(solver);
-  for (const Term_* formula : assumed) {
-    assumptions.push_back(take_apart(formula));
-    assert_atoms(assumptions.back());
-  }
-  switch (solver.check()) {
+  last.assumptions = assumptions;
+  if (auto parts = conjunctions(assumptions))
+    decide_conjunction(std::move(*parts));
+  else
+    decide_formulas();
+  assert(last.verdict);
+}
+
+void Session::Impl::decide_conjunction(std::vector<Conjunction> assumptions) {
+  last.road = Road::CONJUNCTIVE;
+  switch (conjunctive.check(std::move(assumptions))) {
     case la::Solver::Verdict::SAT:
-      take_model();
-      check_model();
-      verdict = Verdict::SAT;
+      take_model(
+          [&](const Term_* v) { return conjunctive.solver().value(mapper.variable(v)); });
       break;
-    case la::Solver::Verdict::UNSAT:
-      proof = solver.refutation();
-      assert(proof);
-      verdict = Verdict::UNSAT;
-      break;
+    case la::Solver::Verdict::UNSAT: last.verdict = Verdict::UNSAT; break;
     case la::Solver::Verdict::UNKNOWN:
-      verdict = Verdict::UNKNOWN;
-      reason_unknown = "incomplete";
+      last.verdict = Verdict::UNKNOWN;
+      last.reason_unknown = "incomplete";
       break;
   }
 }
 
-void Session::Impl::take_model() {
+void Session::Impl::decide_formulas() {
+  last.road = Road::FORMULA;
+  formula.enter(stack);
+  switch (formula.check(last.assumptions, stack.size())) {
+    case smt::FormulaSolver::Verdict::SAT:
+      take_model([&](const Term_* v) { return formula.solver().value(v); });
+      break;
+    case smt::FormulaSolver::Verdict::UNSAT: last.verdict = Verdict::UNSAT; break;
+    case smt::FormulaSolver::Verdict::UNKNOWN:
+      last.verdict = Verdict::UNKNOWN;
+      last.reason_unknown = formula.solver().reason_unknown();
+      break;
+  }
+}
+
+// A model is evaluated before it is believed. One that violates an assertion would be a
+// fault of ours; then the answer is that we do not know.
+template <typename ValueOf>
+void Session::Impl::take_model(const ValueOf& value_of) {
   for (const Term_* v : variables_of(formulas())) {
     limits.poll();
-    model.emplace(v, solver.value(mapper.variable(v)));
+    last.model.emplace(v, value_of(v));
   }
-}
-
-void Session::Impl::check_model() {
-  for (const Term_* formula : formulas()) {
+  for (const Term_* assertion : formulas()) {
     limits.look();
-    if (holds(formula, model)) continue;
-    throw std::logic_error("the model violates " + term_text(formula, 200));
+    if (holds(assertion, last.model)) continue;
+    assert(!"the model satisfies every assertion");
+    last.model.clear();
+    last.verdict = Verdict::UNKNOWN;
+    last.reason_unknown = "the model violates " + term_text(assertion, 200);
+    return;
   }
+  last.verdict = Verdict::SAT;
 }
 
 Session::Session() : impl_(std::make_unique<Impl>()) {}
@@ -151,29 +166,13 @@ Session::~Session() = default;
 Terms& Session::terms() { return impl_->terms; }
 Limits& Session::limits() { return impl_->limits; }
 
-void Session::set_method(la::Solver::Method method) { impl_->solver.set_method(method); }
-
-void Session::push() {
-  impl_->forget_answer();
-  impl_->stack.push();
-  try {
-    impl_->solver.push();
-  } catch (...) {
-    impl_->stack.pop();
-    throw;
-  }
+void Session::set_method(la::Solver::Method method) {
+  impl_->conjunctive.solver().set_method(method);
 }
 
-void Session::pop() {
-  if (impl_->stack.levels() == 0) throw SessionError("there is no level to pop");
-  impl_->forget_answer();
-  impl_->solver.pop();
-  impl_->stack.pop();
-  impl_->shrink_groups();
-}
-
-std::size_t Session::levels() const { return impl_->stack.levels(); }
-
+void Session::push() { impl_->push(); }
+void Session::pop() { impl_->pop(); }
+std::size_t Session::levels() const { return impl_->stack.levels().size(); }
 void Session::reset_assertions() { impl_->reset_assertions(); }
 
 void Session::assert_formula(const Term_* formula, const std::string& name) {
@@ -191,15 +190,15 @@ Session::Verdict Session::check(const std::vector<const Term_*>& assumptions) {
     impl_->decide(assumptions);
   } catch (const LimitReached& limit) {
     impl_->forget_answer();
-    impl_->verdict = Verdict::UNKNOWN;
-    impl_->reason_unknown = limit.what();
+    impl_->last.verdict = Verdict::UNKNOWN;
+    impl_->last.reason_unknown = limit.what();
   } catch (...) {
     impl_->forget_answer();
     throw;
   }
-  impl_->solve_seconds +=
+  impl_->totals.solve_seconds +=
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  return *impl_->verdict;
+  return *impl_->last.verdict;
 }
 
 }  // namespace opal::host

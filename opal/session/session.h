@@ -7,80 +7,26 @@
 #include <iosfwd>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "opal/arith/solver.h"
 #include "opal/base/limits.h"
-#include "opal/interpolate/interpolation.h"
-#include "opal/linear/literals.h"
 #include "opal/proofs/exported_proof.h"
+#include "opal/session/assertion_stack.h"
 #include "opal/session/expression.h"
+#include "opal/session/queries.h"
 #include "opal/terms/evaluator.h"
 #include "opal/terms/terms.h"
 
 namespace opal::host {
 
-/// A request that a session cannot answer; what() says why.
-class SessionError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-/// What to do with assertions that an interpolation query does not mention.
-enum class Unmentioned : std::uint8_t { BACKGROUND, LAST_GROUP, ERROR };
-
-/// An interpolation query: the names of the assertions of each group, and the tree of the
-/// groups (see Grouping).
-struct InterpolationQuery {
-  std::vector<std::vector<std::string>> groups;
-  std::vector<std::size_t> first;
-  Mode mode = Mode::AUTO;
-  bool raw = false;
-  Unmentioned unmentioned = Unmentioned::BACKGROUND;
-  Cuts cuts = Cuts::AUTO;
-};
-
-/// Two groups of assertions, by their names, and two terms that they may make equal: one
-/// over the symbols of one group, one over those of the other.
-struct SharedTermQuery {
-  std::vector<std::string> first;
-  std::vector<std::string> second;
-  const Term_* a = nullptr;
-  const Term_* b = nullptr;
-  Mode mode = Mode::AUTO;  // of the interpolants
-  bool raw = false;
-  Unmentioned unmentioned = Unmentioned::BACKGROUND;
-};
-
-/// A term of shared symbols that both groups together make equal to the terms of a query.
-struct SharedTerm {
-  struct Half {
-    const Term_* interpolant = nullptr;
-    bool completed = false;  // its proof needs both groups
-  };
-  const Term_* a_side = nullptr;  // the one of the query's terms that is the first group's
-  const Term_* b_side = nullptr;
-  const Term_* term = nullptr;
-  Half of_A;  // between A with a_side /= term, and B
-  Half of_B;  // between A, and B with b_side /= term
-};
-
-/// The outside solvers of verification: z3, and cvc5 for what z3 leaves undecided.
-inline constexpr const char* OUTSIDE_SOLVERS =
-    "z3 -in -smt2 -t:10000; cvc5 --lang smt2 --incremental -q --tlimit-per=30000";
-
-/// What was checked of an answer under verification.
-struct VerificationReport {
-  std::size_t steps = 0;      // confirmed by an outside solver
-  std::size_t handed_on = 0;  // of these, left undecided by the first one
-};
-
 /// A conversation with the host: assert, check, and ask about the answer. This is the
 /// front door for programs that have no solver of their own, and what the command
-/// interpreter is built on; it is the one place that takes a problem for a conjunction.
+/// interpreter is built on. Assertions are formulas of linear arithmetic with any Boolean
+/// structure; while all of them are conjunctions of literals, the solver of conjunctions
+/// answers (conjunctive_road.h), else the search for models of clauses (formula_road.h).
 ///
 ///     Session s;
 ///     const Expr x = s.declare("x", Sort::REAL), y = s.declare("y", Sort::REAL);
@@ -94,7 +40,8 @@ struct VerificationReport {
 /// exceptions that say what is wrong, and leave the session as it was.
 class Session {
  public:
-  enum class Verdict : std::uint8_t { SAT, UNSAT, UNKNOWN };
+  using Verdict = host::Verdict;
+  using Assertion = host::Assertion;
 
   Session();
   ~Session();
@@ -118,10 +65,11 @@ class Session {
   /// After UNSAT: the interpolants of a sequence of groups, one fewer than groups; each one
   /// and the next group imply the next one.
   std::vector<Expr> interpolants_of(const std::vector<std::string>& groups,
-                                    Mode mode = Mode::AUTO, Cuts cuts = Cuts::AUTO);
+                                    Mode mode = Mode::AUTO, Cuts cuts = Cuts::AUTO,
+                                    Strength strength = Strength::AUTO);
   /// After UNSAT: the groups with an assertion in unsat_core(), in order of their first
   /// one.
-  [[nodiscard]] std::vector<std::string> groups_in_core() const;
+  [[nodiscard]] std::vector<std::string> groups_in_core();
   /// After SAT: the value of a number in the model, 1 or 0 of a formula.
   [[nodiscard]] QNumber value(const Expr& e) const;
 
@@ -136,10 +84,6 @@ class Session {
   /// assertions). Throws Unsupported, NotLinear, or SessionError for a name in use; then
   /// nothing is asserted.
   void assert_formula(const Term_* formula, const std::string& name = std::string());
-  struct Assertion {
-    const Term_* formula;
-    std::string name;  // may be empty
-  };
   [[nodiscard]] const std::vector<Assertion>& assertions() const;
 
   // --- answers
@@ -162,9 +106,9 @@ class Session {
   const ExternalProof& external_proof();
   /// After UNSAT: the names of the assertions that the proof uses, in order of assertion;
   /// of two that provide the same constraint one is enough, an unnamed one first.
-  [[nodiscard]] std::vector<std::string> unsat_core() const;
+  [[nodiscard]] std::vector<std::string> unsat_core();
   /// After UNSAT: the assumptions that the proof uses.
-  [[nodiscard]] std::vector<const Term_*> unsat_assumptions() const;
+  [[nodiscard]] std::vector<const Term_*> unsat_assumptions();
   /// After UNSAT: the interpolants of a query. Assumptions count as unmentioned
   /// assertions. Throws SessionError for unknown names, names in two groups, an empty
   /// group, fewer than two groups, dual mode on a tree, modular cuts with more than two

@@ -1,3 +1,5 @@
+// Variables and groups of assertions by name: the session for programs in C++.
+
 #include <algorithm>
 #include <unordered_set>
 
@@ -67,11 +69,12 @@ Expr Session::interpolant(const std::string& first, const std::string& second) {
 }
 
 std::vector<Expr> Session::interpolants_of(const std::vector<std::string>& groups,
-                                           Mode mode, Cuts cuts) {
+                                           Mode mode, Cuts cuts, Strength strength) {
   InterpolationQuery query;
   query.first = Grouping::sequence(groups.size());
   query.mode = mode;
   query.cuts = cuts;
+  query.strength = strength;
   for (const std::string& group : groups)
     query.groups.push_back(impl_->names_in(group));
   std::vector<Expr> result;
@@ -80,7 +83,7 @@ std::vector<Expr> Session::interpolants_of(const std::vector<std::string>& group
   return result;
 }
 
-std::vector<std::string> Session::groups_in_core() const {
+std::vector<std::string> Session::groups_in_core() {
   const std::vector<std::string> names = unsat_core();
   const std::unordered_set<std::string> core(names.begin(), names.end());
   const auto in_core = [&](const std::string& name) { return core.count(name) > 0; };

@@ -1,21 +1,51 @@
 #ifndef OPAL_SESSION_SESSION_IMPL_H
 #define OPAL_SESSION_SESSION_IMPL_H
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
-#include "opal/linear/mapper.h"
 #include "opal/session/assertion_stack.h"
+#include "opal/session/conjunctive_road.h"
+#include "opal/session/formula_road.h"
 #include "opal/session/session.h"
 #include "opal/terms/print/printable_terms.h"
 #include "opal/verify/verification.h"
 
 namespace opal::host {
+
+/// Which strategy decides.
+enum class Road : std::uint8_t { CONJUNCTIVE, FORMULA };
+
+/// What the last check left, until the next change or check.
+struct LastAnswer {
+  std::optional<Verdict> verdict;
+  Road road = Road::CONJUNCTIVE;
+  std::string reason_unknown;
+  std::vector<const Term_*> assumptions;
+  Model model;  // after SAT
+  /// After UNSAT, once it was asked for: the proof in the form that other programs read.
+  struct Export {
+    ExternalProofs nodes;
+    const ExternalProof* root = nullptr;
+  };
+  std::unique_ptr<Export> exported;
+  std::optional<std::vector<std::size_t>> core;  // likewise; see core()
+};
+
+/// Totals since a session was made.
+struct SessionTotals {
+  double solve_seconds = 0;
+  double engine_seconds = 0;
+  double raw_size = 0;
+  double size = 0;
+  double shared_terms = 0;
+  double completed_halves = 0;
+};
 
 /// What a session is made of; the operations are in
 ///   session.cpp           construction, assertions, the decision
@@ -28,6 +58,8 @@ class Session::Impl {
   Impl();
 
   // --- session.cpp
+  void push();
+  void pop();
   void assert_formula(const Term_* formula, const std::string& name);
   void reset_assertions();
   void forget_answer();
@@ -42,56 +74,46 @@ class Session::Impl {
   // --- session_answers.cpp
   // Throws unless the last check answered so.
   void need(Verdict wanted) const;
-  // The atoms of the proof's leaves.
-  [[nodiscard]] std::unordered_set<const Term_*> used_atoms(const proof::Proof& root) const;
+  // The refutation of a conjunction; throws when there is none.
+  [[nodiscard]] proof::Proof& conjunctive_proof() const;
+  // Every formula that is asserted or assumed; assertion i is at i.
+  [[nodiscard]] std::vector<const Term_*> formulas() const;
+  // After UNSAT: positions in formulas(), ascending.
+  [[nodiscard]] const std::vector<std::size_t>& core();
 
   // --- session_queries.cpp
-  // Every atom that is asserted or assumed.
-  [[nodiscard]] std::vector<const Term_*> atoms() const;
   [[nodiscard]] ResolvedQuery resolved(const SharedTermQuery& query);
   // Throws when there is no refutation or the answer does not belong to the query.
   [[nodiscard]] ResolvedQuery resolved(const InterpolationQuery& query,
                                        const Interpolants& answer);
-  Interpolants interpolants(ResolvedQuery& resolved, const InterpolationQuery& query);
+  Interpolants interpolants(const InterpolationQuery& query);
+  std::optional<std::string> fault(const ResolvedQuery& query);
+  // The atoms of both groups; throws for assertions that are no conjunctions.
+  [[nodiscard]] GroupedAtoms shared_term_groups(const ResolvedQuery& resolved);
   VerificationReport check_steps(const std::vector<std::vector<const Term_*>>& steps,
                                  const std::string& commands);
 
   PrintableTerms terms;
   Limits limits;
   Mapper mapper{terms, limits};
-  la::Solver solver{mapper, limits};
-  Interpolation interpolation{terms, solver, mapper, limits};
   AssertionStack stack;
+  ConjunctiveRoad conjunctive{terms, mapper, limits};
+  FormulaRoad formula{terms, mapper, limits};
   std::unordered_map<std::string, const Term_*> variables;  // that were declared, by name
   // The names of each group's assertions, in order.
   std::vector<std::pair<std::string, std::vector<std::string>>> groups;
-
-  // The last answer.
-  std::optional<Verdict> verdict;
-  std::string reason_unknown;
-  std::vector<Conjunction> assumptions;
-  Model model;            // after SAT
-  proof::ProofRef proof;  // after UNSAT
-  struct Export {
-    ExternalProofs nodes;
-    const ExternalProof* root = nullptr;
-  };
-  std::unique_ptr<Export> exported;  // once asked for
-
-  // Totals since construction.
-  double solve_seconds = 0;
-  double engine_seconds = 0;
-  double raw_size = 0;
-  double size = 0;
-  double shared_terms = 0;
-  double completed_halves = 0;
+  LastAnswer last;
+  SessionTotals totals;
 
  private:
-  Conjunction take_apart(const Term_* formula);
-  void assert_atoms(const Conjunction& conjunction);
-  void take_model();
-  void check_model();
-  [[nodiscard]] std::vector<const Term_*> formulas() const;
+  void decide_conjunction(std::vector<Conjunction> assumptions);
+  void decide_formulas();
+  // The assumptions taken apart, or nothing when something is no conjunction.
+  std::optional<std::vector<Conjunction>> conjunctions(
+      const std::vector<const Term_*>& assumptions);
+  void add_to_roads(const Term_* formula);
+  template <typename ValueOf>
+  void take_model(const ValueOf& value_of);
 };
 
 }  // namespace opal::host

@@ -1,7 +1,9 @@
+// Interpolants and shared terms of a session, and their verification.
+
+#include <cassert>
 #include <utility>
 
 #include "opal/arith/equality_proof.h"
-#include "opal/checker/proof_checker.h"
 #include "opal/interpolate/partition.h"
 #include "opal/session/session_impl.h"
 #include "opal/session/shared_term.h"
@@ -33,23 +35,11 @@ void check_symbols(const InterpolationAnswer& answer) {
 
 }  // namespace
 
-std::vector<const Term_*> Session::Impl::atoms() const {
-  std::vector<const Term_*> result;
-  const auto append = [&](const std::vector<Conjunction>& parts) {
-    for (const Conjunction& part : parts) {
-      result.insert(result.end(), part.atoms.begin(), part.atoms.end());
-    }
-  };
-  append(stack.parts());
-  append(assumptions);
-  return result;
-}
-
 ResolvedQuery Session::Impl::resolved(const InterpolationQuery& query,
                                       const Interpolants& answer) {
   need(Verdict::UNSAT);
-  ResolvedQuery result = resolve(stack, assumptions, query, limits);
-  if (answer.terms.size() + 1 != result.groups.size())
+  ResolvedQuery result = resolve(stack, last.assumptions, query);
+  if (answer.terms.size() + 1 != result.first.size())
     throw SessionError("the answer does not belong to the query");
   return result;
 }
@@ -57,7 +47,7 @@ ResolvedQuery Session::Impl::resolved(const InterpolationQuery& query,
 ResolvedQuery Session::Impl::resolved(const SharedTermQuery& query) {
   InterpolationQuery of_groups{{query.first, query.second}, Grouping::sequence(2)};
   of_groups.unmentioned = query.unmentioned;
-  return resolve(stack, assumptions, of_groups, limits);
+  return resolve(stack, last.assumptions, of_groups);
 }
 
 VerificationReport Session::Impl::check_steps(
@@ -76,29 +66,39 @@ VerificationReport Session::Impl::check_steps(
   return {steps.size(), handed_on};
 }
 
-Interpolants Session::Impl::interpolants(ResolvedQuery& resolved,
-                                         const InterpolationQuery& query) {
+Interpolants Session::Impl::interpolants(const InterpolationQuery& query) {
+  need(Verdict::UNSAT);
+  const ResolvedQuery found = resolve(stack, last.assumptions, query);
   try {
-    return interpolation.interpolants(
-        proof.get(),
-        {resolved.grouping, std::move(resolved.atoms), query.mode, query.cuts, query.raw});
+    return last.road == Road::CONJUNCTIVE ? conjunctive.interpolants(found, query)
+                                          : formula.interpolants(found, query);
   } catch (const UnfitStyle& unfit) {
     throw SessionError(unfit.what());
+  } catch (const NotInterpolated& why) {
+    throw SessionError(why.what());
   }
 }
 
+std::optional<std::string> Session::Impl::fault(const ResolvedQuery& query) {
+  return last.road == Road::CONJUNCTIVE ? conjunctive.fault(query) : formula.fault(query);
+}
+
+GroupedAtoms Session::Impl::shared_term_groups(const ResolvedQuery& found) {
+  if (last.road != Road::CONJUNCTIVE || !conjunctive.catch_up(stack))
+    throw SessionError("shared terms are for groups that are conjunctions of literals");
+  return conjunctive.grouped(found);
+}
+
 Interpolants Session::interpolants(const InterpolationQuery& query) {
-  impl_->need(Verdict::UNSAT);
-  ResolvedQuery resolved = resolve(impl_->stack, impl_->assumptions, query, impl_->limits);
-  Interpolants answer = impl_->interpolants(resolved, query);
-  impl_->engine_seconds += answer.engine_seconds;
-  impl_->raw_size += static_cast<double>(answer.raw_size);
-  impl_->size += static_cast<double>(answer.size);
+  Interpolants answer = impl_->interpolants(query);
+  impl_->totals.engine_seconds += answer.engine_seconds;
+  impl_->totals.raw_size += static_cast<double>(answer.raw_size);
+  impl_->totals.size += static_cast<double>(answer.size);
   return answer;
 }
 
 std::size_t Session::count_unmentioned(const InterpolationQuery& query) const {
-  std::size_t count = impl_->assumptions.size();
+  std::size_t count = impl_->last.assumptions.size();
   for (const bool is_mentioned : mentioned(impl_->stack, query)) {
     if (!is_mentioned) ++count;
   }
@@ -108,24 +108,23 @@ std::size_t Session::count_unmentioned(const InterpolationQuery& query) const {
 VerificationReport Session::verify(const InterpolationQuery& query,
                                    const Interpolants& answer,
                                    const std::string& outside_solvers) {
-  ResolvedQuery resolved = impl_->resolved(query, answer);
-  ProofChecker checker(impl_->mapper, impl_->atoms());
-  if (const auto fault =
-          impl_->interpolation.fault(impl_->proof.get(), resolved.grouping, checker))
+  const ResolvedQuery resolved = impl_->resolved(query, answer);
+  if (const auto fault = impl_->fault(resolved))
     throw SessionError("the refutation is wrong: " + *fault);
-  const InterpolationAnswer full{resolved.grouping.get(), std::move(resolved.groups),
-                                 std::move(resolved.background), answer.terms};
+  const Grouping tree(resolved.first);
+  const InterpolationAnswer full{&tree, resolved.groups(), resolved.background(),
+                                 answer.terms};
   check_symbols(full);
   return impl_->check_steps(verification_steps(impl_->terms, full), outside_solvers);
 }
 
 SharedTerm Session::shared_term(const SharedTermQuery& query) {
   try {
-    const SharedTerm answer =
-        find_shared_term({impl_->terms, impl_->mapper, impl_->limits, impl_->interpolation},
-                         impl_->resolved(query), query);
-    ++impl_->shared_terms;
-    impl_->completed_halves += answer.of_A.completed + answer.of_B.completed;
+    const SharedTerm answer = find_shared_term(
+        {impl_->terms, impl_->mapper, impl_->limits, impl_->conjunctive.interpolation()},
+        impl_->shared_term_groups(impl_->resolved(query)), query);
+    ++impl_->totals.shared_terms;
+    impl_->totals.completed_halves += answer.of_A.completed + answer.of_B.completed;
     return answer;
   } catch (const NotSplit& why) {
     throw SessionError(why.what());
@@ -134,12 +133,13 @@ SharedTerm Session::shared_term(const SharedTermQuery& query) {
 
 VerificationReport Session::verify(const SharedTermQuery& query, const SharedTerm& answer,
                                    const std::string& outside_solvers) {
-  const ResolvedQuery groups = impl_->resolved(query);
-  const auto foreign = foreign_symbols(groups, answer);
+  const ResolvedQuery resolved = impl_->resolved(query);
+  const auto foreign =
+      foreign_symbols(*impl_->shared_term_groups(resolved).grouping, answer);
   if (!foreign.empty())
     throw SessionError(term_text(foreign.front()) + ", which is not shared, is in " +
                        term_text(answer.term) + " or in an interpolant");
-  return impl_->check_steps(verification_steps(impl_->terms, groups, answer),
+  return impl_->check_steps(verification_steps(impl_->terms, resolved, answer),
                             outside_solvers);
 }
 

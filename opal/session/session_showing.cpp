@@ -1,3 +1,5 @@
+// What people look at: drawings, dumps, explanations and check files.
+
 #include <ostream>
 #include <sstream>
 
@@ -32,19 +34,19 @@ std::string names_text(const InterpolationQuery& query, std::size_t root, bool i
 void Session::draw_proof(std::ostream& out) {
   const ExternalProof& root = external_proof();
   ProofNotes notes;
-  const auto steps = proof_steps(refutation());
+  const auto steps = proof_steps(&impl_->conjunctive_proof());
   if (steps.size() <= PartialInterpolants::MOST_STEPS)
-    notes.derived = derived_constraints(impl_->terms, impl_->solver, impl_->mapper, steps,
-                                        impl_->exported->nodes);
+    notes.derived = derived_constraints(impl_->terms, impl_->conjunctive.solver(),
+                                        impl_->mapper, steps, impl_->last.exported->nodes);
   host::draw_proof(out, root, notes);
 }
 
 void Session::draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
                                 const std::function<void(const std::string&)>& take) {
-  const ResolvedQuery resolved =
-      resolve(impl_->stack, impl_->assumptions, query, impl_->limits);
-  PartialInterpolants partial(impl_->terms, impl_->solver, impl_->mapper, *refutation(),
-                              resolved.grouping);
+  proof::Proof& proof = impl_->conjunctive_proof();
+  const GroupedAtoms groups = impl_->conjunctive.grouped(impl_->resolved(query, answer));
+  PartialInterpolants partial(impl_->terms, impl_->conjunctive.solver(), impl_->mapper,
+                              proof, groups.grouping);
   for (std::size_t root = 0; root < answer.terms.size(); ++root) {
     impl_->limits.look();
     ProofNotes notes = partial.notes(root, answer, query.raw);
@@ -57,16 +59,19 @@ void Session::draw_interpolants(const InterpolationQuery& query, const Interpola
 }
 
 void Session::dump_proof(std::ostream& out) {
-  impl_->need(Verdict::UNSAT);
-  host::dump_proof(out, *impl_->proof, impl_->terms, impl_->mapper);
+  host::dump_proof(out, impl_->conjunctive_proof(), impl_->terms, impl_->mapper);
 }
 
 void Session::explain(std::ostream& out, const InterpolationQuery& query,
                       const Interpolants& answer) {
   const ResolvedQuery resolved = impl_->resolved(query, answer);
-  const Grouping& grouping = *resolved.grouping;
-  const proof::ProofRef part = trimmed(*impl_->proof, grouping, impl_->mapper);
-  const AtomNames names = names_of(impl_->stack, resolved, impl_->used_atoms(*part));
+  proof::Proof& proof = impl_->conjunctive_proof();
+  const ConjunctiveRoad& road = impl_->conjunctive;
+  const GroupedAtoms groups = road.grouped(resolved);
+  const Grouping& grouping = *groups.grouping;
+  const proof::ProofRef part = trimmed(proof, grouping, impl_->mapper);
+  const AtomNames names =
+      road.names_of(impl_->stack, resolved, grouping, road.used_atoms(*part));
   for (std::size_t i = 0; i < answer.terms.size(); ++i) {
     impl_->limits.look();
     out << "interpolant " << i + 1 << " of " << answer.terms.size();
@@ -85,13 +90,14 @@ void Session::explain(std::ostream& out, const InterpolationQuery& query,
 std::int32_t Session::write_check_files(const InterpolationQuery& query,
                                         const Interpolants& answer,
                                         const std::string& folder, std::int32_t number) {
-  ResolvedQuery resolved = impl_->resolved(query, answer);
-  const Grouping& grouping = *resolved.grouping;
-  const proof::ProofRef part = trimmed(*impl_->proof, grouping, impl_->mapper);
+  proof::Proof& proof = impl_->conjunctive_proof();
+  const GroupedAtoms groups = impl_->conjunctive.grouped(impl_->resolved(query, answer));
+  const Grouping& grouping = *groups.grouping;
+  const proof::ProofRef part = trimmed(proof, grouping, impl_->mapper);
   for (std::size_t i = 0; i < answer.terms.size(); ++i) {
     impl_->limits.look();
     Sides sides = answer.origin == Origin::DECISION_OF_ONE_SIDE
-                      ? Sides{resolved.atoms[0], resolved.atoms[1]}
+                      ? Sides{groups.atoms[0], groups.atoms[1]}
                       : sides_of(*part, grouping, i, impl_->mapper);
     try {
       host::write_check_files(impl_->terms, impl_->mapper, sides, answer.terms[i], folder,

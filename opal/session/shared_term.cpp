@@ -29,7 +29,7 @@ std::string model_text(const EqualityModel& model, const SharedTermQuery& query)
 
 }  // namespace
 
-SharedTerm find_shared_term(const SharedTermContext& context, const ResolvedQuery& groups,
+SharedTerm find_shared_term(const SharedTermContext& context, const GroupedAtoms& groups,
                             const SharedTermQuery& query) {
   Terms& terms = context.terms;
   Grouping grouping(*groups.grouping);
@@ -69,12 +69,14 @@ SharedTerm find_shared_term(const SharedTermContext& context, const ResolvedQuer
 }
 
 std::vector<std::vector<const Term_*>> verification_steps(Terms& terms,
-                                                          const ResolvedQuery& groups,
+                                                          const ResolvedQuery& resolved,
                                                           const SharedTerm& answer) {
-  assert(groups.groups.size() == 2);
+  assert(resolved.first.size() == 2);
+  const auto groups = resolved.groups();
+  const auto background = resolved.background();
   const auto side = [&](std::size_t group, std::vector<const Term_*> more) {
-    more.insert(more.end(), groups.background.begin(), groups.background.end());
-    more.insert(more.end(), groups.groups[group].begin(), groups.groups[group].end());
+    more.insert(more.end(), background.begin(), background.end());
+    more.insert(more.end(), groups[group].begin(), groups[group].end());
     return more;
   };
   const Term_* const no_a = terms.make_distinct(answer.a_side, answer.term);
@@ -89,13 +91,12 @@ std::vector<std::vector<const Term_*>> verification_steps(Terms& terms,
           side(1, {no_b, of_B})};
 }
 
-std::vector<const Term_*> foreign_symbols(const ResolvedQuery& groups,
+std::vector<const Term_*> foreign_symbols(const Grouping& grouping,
                                           const SharedTerm& answer) {
   std::vector<const Term_*> result;
   for (const Term_* v :
        variables_of({answer.term, answer.of_A.interpolant, answer.of_B.interpolant})) {
-    if (groups.grouping->symbols_colour(v, 0) != Grouping::status::SHARED)
-      result.push_back(v);
+    if (grouping.symbols_colour(v, 0) != Grouping::status::SHARED) result.push_back(v);
   }
   return result;
 }

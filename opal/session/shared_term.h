@@ -6,8 +6,9 @@
 #include "opal/base/limits.h"
 #include "opal/interpolate/interpolation.h"
 #include "opal/linear/mapper.h"
-#include "opal/session/assertion_stack.h"
-#include "opal/session/session.h"
+#include "opal/session/conjunctive_road.h"
+#include "opal/session/queries.h"
+#include "opal/session/resolved_query.h"
 #include "opal/terms/terms.h"
 
 namespace opal::host {
@@ -22,7 +23,7 @@ struct SharedTermContext {
 
 /// The shared term of a query whose two groups were looked up. Throws NotSplit (see
 /// equality_proof.h) with what is wrong, or with the model in which the sides differ.
-SharedTerm find_shared_term(const SharedTermContext& context, const ResolvedQuery& groups,
+SharedTerm find_shared_term(const SharedTermContext& context, const GroupedAtoms& groups,
                             const SharedTermQuery& query);
 
 /// The formulas that must be unsatisfiable for the answer to be right, one list a step.
@@ -31,7 +32,7 @@ std::vector<std::vector<const Term_*>> verification_steps(Terms& terms,
                                                           const SharedTerm& answer);
 
 /// The symbols of the answer that are not shared, ascending by id.
-std::vector<const Term_*> foreign_symbols(const ResolvedQuery& groups,
+std::vector<const Term_*> foreign_symbols(const Grouping& grouping,
                                           const SharedTerm& answer);
 
 }  // namespace opal::host

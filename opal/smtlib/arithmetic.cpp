@@ -85,10 +85,9 @@ const Term_* remainder(Terms& terms, Arguments args) {
 }
 
 const Term_* absolute(Terms& terms, Arguments args) {
-  if (!Terms::is_numeral(args[0])) {
-    throw OperatorError("abs of a term that is not constant is not supported");
-  }
-  return terms.make_number(abs(value_of(args[0])));
+  if (Terms::is_numeral(args[0])) return terms.make_number(abs(value_of(args[0])));
+  const Term_* const negative = terms.make_times(terms.make_number(-1), args[0]);
+  return terms.make_ite(terms.make_leq(terms.make_number(0), args[0]), args[0], negative);
 }
 
 const Term_* divisible(Terms& terms, Arguments args, const QNumber& n) {

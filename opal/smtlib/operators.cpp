@@ -132,26 +132,14 @@ Sort unify(Terms& terms, const Profile& profile, Numbers numbers, Arguments args
   return common;
 }
 
-const Term_* equivalent(Terms& terms, const Term_* a, const Term_* b) {
-  return terms.make_and(terms.make_or(terms.make_not(a), b),
-                        terms.make_or(a, terms.make_not(b)));
-}
-
-const Term_* exclusive(Terms& terms, const Term_* a, const Term_* b) {
-  return terms.make_and(terms.make_or(a, b),
-                        terms.make_or(terms.make_not(a), terms.make_not(b)));
-}
-
 const Term_* related(Terms& terms, Operator op, const Term_* a, const Term_* b) {
-  const bool formulas = Terms::sort_of(a) == Sort::BOOL;
   switch (op) {
     case Operator::LEQ: return terms.make_leq(a, b);
     case Operator::LT: return terms.make_lt(a, b);
     case Operator::GEQ: return terms.make_leq(b, a);
     case Operator::GT: return terms.make_lt(b, a);
-    case Operator::EQUAL:
-      return formulas ? equivalent(terms, a, b) : terms.make_equal(a, b);
-    default: return formulas ? exclusive(terms, a, b) : terms.make_distinct(a, b);
+    case Operator::EQUAL: return terms.make_equal(a, b);
+    default: return terms.make_distinct(a, b);
   }
 }
 
@@ -192,7 +180,7 @@ const Term_* connected(Terms& terms, Operator op, Arguments args) {
   for (std::size_t i = 1; i < args.count; ++i) {
     result = op == Operator::AND  ? terms.make_and(result, args[i])
              : op == Operator::OR ? terms.make_or(result, args[i])
-                                  : exclusive(terms, result, args[i]);
+                                  : terms.make_distinct(result, args[i]);
   }
   return result;
 }
@@ -201,11 +189,7 @@ const Term_* choice(Terms& terms, Arguments args) {
   if (args[0] == terms.true_term()) return args[1];
   if (args[0] == terms.false_term()) return args[2];
   if (args[1] == args[2]) return args[1];
-  if (Terms::sort_of(args[1]) != Sort::BOOL) {
-    throw OperatorError("ite over a condition that is not constant is not supported");
-  }
-  return terms.make_and(terms.make_or(terms.make_not(args[0]), args[1]),
-                        terms.make_or(args[0], args[2]));
+  return terms.make_ite(args[0], args[1], args[2]);
 }
 
 const Term_* formula(Terms& terms, Operator op, Arguments args) {

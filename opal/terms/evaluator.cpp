@@ -13,14 +13,14 @@ namespace {
 
 // The value of a term with the values of its arguments; a formula has 1 for true and 0
 // for false.
-QNumber value_of(const Term_* t, const Model& model, const QNumber* a, const QNumber* b) {
+QNumber value_of(const Term_* t, const Model& model, const QNumber* a, const QNumber* b,
+                 const QNumber* c) {
   const TermSymbol& symbol = Terms::symbol_of(t);
   const auto truth = [](bool value) { return QNumber(value ? 1 : 0); };
   switch (symbol.kind) {
     case Kind::VARIABLE: {
       const auto found = model.find(t);
-      const bool known = symbol.sort != Sort::BOOL && found != model.end();
-      return known ? found->second : QNumber();
+      return found != model.end() ? found->second : QNumber();
     }
     case Kind::NUMERAL: return symbol.value;
     case Kind::TRUE: return truth(true);
@@ -36,9 +36,10 @@ QNumber value_of(const Term_* t, const Model& model, const QNumber* a, const QNu
     case Kind::CONGRUENCE: return truth(((*a - *b) / symbol.value).is_integer());
     case Kind::NOT: return truth(a->is_zero());
     case Kind::AND: return truth(!a->is_zero() && !b->is_zero());
-    case Kind::OR: break;
+    case Kind::OR: return truth(!a->is_zero() || !b->is_zero());
+    case Kind::ITE: break;
   }
-  return truth(!a->is_zero() || !b->is_zero());
+  return a->is_zero() ? *c : *b;
 }
 
 QNumber value(const Term_* root, const Model& model) {
@@ -49,7 +50,7 @@ QNumber value(const Term_* root, const Model& model) {
     const auto argument = [&](std::size_t i) {
       return i < t->num_args() ? &values[order.position(t->arg(i))] : nullptr;
     };
-    values.push_back(value_of(t, model, argument(0), argument(1)));
+    values.push_back(value_of(t, model, argument(0), argument(1), argument(2)));
   }
   return std::move(values.back());
 }

@@ -191,7 +191,7 @@ class Terms::Impl {
     return terms_.back();
   }
 
-  static constexpr std::size_t KINDS = static_cast<std::size_t>(Kind::OR) + 1;
+  static constexpr std::size_t KINDS = static_cast<std::size_t>(Kind::ITE) + 1;
   static constexpr std::size_t SORTS = 3;
 
   const std::array<Type, SORTS> types_{Type(Sort::BOOL), Type(Sort::INT), Type(Sort::REAL)};
@@ -350,6 +350,19 @@ const Term_* Terms::make_or(const Term_* a, const Term_* b) {
   return apply(Kind::OR, Sort::BOOL, a, b);
 }
 
+const Term_* Terms::make_ite(const Term_* condition, const Term_* a, const Term_* b) {
+  assert(is_formula(condition) && is_formula(a) == is_formula(b));
+  if (building_flag() != 0) {
+    if (condition == true_ || a == b) return a;
+    if (condition == false_) return b;
+    if (a == true_ && b == false_) return condition;
+    if (a == false_ && b == true_) return make_not(condition);
+  }
+  const Sort sort = is_formula(a) ? Sort::BOOL : common_sort(a, b);
+  const std::array<const Term_*, 3> args{condition, a, b};
+  return impl_->apply(impl_->symbol(Kind::ITE, sort, 3), args.data());
+}
+
 const Term_* Terms::make_term(const Symbol* symbol, const std::vector<const Term_*>& args) {
   const auto& s = static_cast<const TermSymbol&>(*symbol);
   assert(args.size() == s.arity());
@@ -369,9 +382,10 @@ const Term_* Terms::make_term(const Symbol* symbol, const std::vector<const Term
     case Kind::CONGRUENCE: return make_int_modular_congruence(s.value, args[0], args[1]);
     case Kind::NOT: return make_not(args[0]);
     case Kind::AND: return make_and(args[0], args[1]);
-    case Kind::OR: break;
+    case Kind::OR: return make_or(args[0], args[1]);
+    case Kind::ITE: break;
   }
-  return make_or(args[0], args[1]);
+  return make_ite(args[0], args[1], args[2]);
 }
 
 // One symbol serves all types: equal terms of different sorts differ in their arguments.

@@ -34,7 +34,8 @@ enum class Kind : int {
   CONGRUENCE = 13,  // the modulus divides a - b
   NOT = 14,
   AND = 15,
-  OR = 16
+  OR = 16,
+  ITE = 17  // a formula, and two terms of one sort: the first one if it holds
 };
 
 /// A symbol of the reference host. Numerals have no sort of their own: they fit an Int or
@@ -57,9 +58,9 @@ class TermSymbol final : public Symbol {
 /// With the term-building flag set, trivial terms are simplified: numerals are folded,
 /// `1 * t` is t, `0 * t` is 0, `t + 0` is t, the floor of an Int is itself, true and false
 /// disappear from connectives and from equalities between formulas, `not not t` is t, equal
-/// operands of a connective are taken once, and an atom between two numerals is true or
-/// false. Nothing is flattened or reordered. Whatever the flag, `to_real` of a numeral or
-/// of a Real is the term itself.
+/// operands of a connective are taken once, a choice that is known is made, and an atom
+/// between two numerals is true or false. Nothing is flattened or reordered. Whatever the
+/// flag, `to_real` of a numeral or of a Real is the term itself.
 ///
 /// How terms are written down is not known here: programs make a PrintableTerms.
 class Terms : public TermManager {
@@ -97,6 +98,8 @@ class Terms : public TermManager {
   const Term_* make_lt(const Term_* a, const Term_* b);
   /// a /= b; as in make_equal, both are formulas or neither is
   const Term_* make_distinct(const Term_* a, const Term_* b);
+  /// `a` where the condition holds, else `b`: both formulas, or both numbers.
+  const Term_* make_ite(const Term_* condition, const Term_* a, const Term_* b);
 
   // --- symbols
   const Symbol* make_equality_symbol(const Type* type) final;

@@ -139,6 +139,13 @@ class InfixWriter {
         push(t->arg(0), own);
         break;
       }
+      case Kind::ITE:
+        push(t->arg(2), LITERAL);
+        push(" : ");
+        push(t->arg(1), LITERAL);
+        push(" ? ");
+        push(t->arg(0), LITERAL);
+        break;
       default: push_comparison(t->arg(0), t->arg(1), relation_of(Terms::kind_of(t)));
     }
   }
@@ -202,6 +209,7 @@ class InfixWriter {
 
   static Precedence precedence(const Term_* t) {
     switch (Terms::kind_of(t)) {
+      case Kind::ITE:
       case Kind::OR: return OR;
       case Kind::AND: return AND;
       case Kind::PLUS: return SUM;

@@ -168,6 +168,12 @@ Shape shape_of(const Node& node, bool real) {
       shape.head = "(* ";
       place = node.place;
       break;
+    case Kind::ITE:
+      return {"(ite ",
+              ")",
+              {{node.term->arg(0), Place::FORMULA},
+               {node.term->arg(1), node.place},
+               {node.term->arg(2), node.place}}};
     case Kind::LEQ: shape.head = "(<= "; break;
     case Kind::LT: shape.head = "(< "; break;
     case Kind::EQ: shape.head = "(= "; break;
