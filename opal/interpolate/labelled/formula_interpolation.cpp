@@ -6,7 +6,6 @@
 #include <unordered_set>
 #include <utility>
 
-
 #include "opal/interpolate/labelled/atom_places.h"
 #include "opal/interpolate/labelled/labelled_system.h"
 #include "opal/interpolate/labelled/lemma_interpolants.h"
@@ -76,8 +75,8 @@ class Reading {
     const Mode mode = is_weak ? exchanged(task_.mode) : task_.mode;
     LemmaInterpolants lemmas(terms_, mapper_, engine_, proofs_, places,
                              {mode, task_.cuts, task_.raw});
-    FormulaGraph::Nodes nodes = read(is_weak ? Strength::STRONG : strength, places, clauses,
-                                     lemmas);
+    FormulaGraph::Nodes nodes =
+        read(is_weak ? Strength::STRONG : strength, places, clauses, lemmas);
     if (is_weak) {
       std::reverse(nodes.begin(), nodes.end());
       for (FormulaGraph::Node& node : nodes)
