@@ -153,6 +153,7 @@ void ProofStore::compact() {
       blocks_[target >> BLOCK_BITS][target & (BLOCK_SIZE - 1)] = source.byte();
   }
   assert(target + waste_ == old_end);
+  assert(unheld_.empty());
   end_ = target;
   waste_ = 0;
   blocks_.resize((end_ + BLOCK_SIZE - 1) >> BLOCK_BITS);
@@ -276,6 +277,7 @@ void ProofStore::put_byte(std::uint8_t byte) {
   const std::size_t block = end_ >> BLOCK_BITS;
   assert(block <= blocks_.size());
   if (block == blocks_.size()) blocks_.emplace_back(new std::uint8_t[BLOCK_SIZE]);
+  assert(blocks_[block] != nullptr);
   blocks_[block][end_ & (BLOCK_SIZE - 1)] = byte;
   end_++;
 }
