@@ -7,9 +7,9 @@
 namespace opal::sat {
 
 namespace {
-[[maybe_unused]] constexpr std::size_t SMALL =
-    1000;  // words of clauses that are checked at every answer
-}
+// Up to this many words of clauses, everything is checked at every answer.
+[[maybe_unused]] constexpr std::size_t SMALL = 1000;
+}  // namespace
 
 Answer Search::Engine::solve(LiteralSpan assumptions) {
   edit();
