@@ -53,6 +53,7 @@ void Search::Engine::reduce() {
                    [](const Candidate& a, const Candidate& b) {
                      return a.glue != b.glue ? a.glue > b.glue : a.size > b.size;
                    });
+  assert(candidates.size() <= learned_count_);
   candidates.resize(candidates.size() / 2);
   for (const Candidate& candidate : candidates)
     remove(candidate.ref);
@@ -92,6 +93,7 @@ void Search::Engine::remove_garbage() {
     ClauseRef& reason = variables_[literal.variable()].reason;
     if (reason != NO_REF && reason != THEORY_REF) reason = arena_.move(reason, target);
   }
+  assert(target.size() == arena_.size() - arena_.garbage());
   arena_ = std::move(target);
 }
 

@@ -52,9 +52,11 @@ void Search::Engine::backtrack(std::uint32_t target) {
     if (occurrences_[variable] > 0) heap_.insert(variable);
     if (theory_ != nullptr && is_explained_[variable] != 0) drop_explanation(variable);
   }
+  assert(kept >= zero_head_);
   trail_.resize(kept);
   trail_limits_.resize(target);
   head_ = kept;
+  assert(level() == target && head_ == trail_.size());
   if (theory_ == nullptr) return;
   if (theory_head_ > kept) theory_head_ = kept;
   theory_->backtrack(target);

@@ -77,6 +77,7 @@ void Search::Engine::release_activation(Variable activation) {
 
 void Search::Engine::remove_lemmas() {
   edit();
+  if (inconsistent_) return;
   arena_.for_each([&](ClauseRef ref) {
     if (arena_[ref].kind() == ClauseKind::LEMMA) remove(ref);
   });

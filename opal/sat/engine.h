@@ -207,6 +207,7 @@ class Search::Engine final : private Consequences {
   // invariants.cpp
   [[nodiscard]] bool is_trail_normal() const;
   [[nodiscard]] bool are_clauses_normal();
+  [[nodiscard]] bool are_watches_normal();
 
   // Variables.
   std::vector<VariableState> variables_;

@@ -11,6 +11,8 @@
 namespace opal::sat {
 
 void Search::Engine::imply(Literal literal) {
+  assert(state_ == State::SEARCHING);
+  assert(literal.variable() < variable_count());
   assert(kinds_[literal.variable()] == VariableKind::ATOM);
   implied_.push_back(literal);
 }
@@ -54,6 +56,7 @@ void Search::Engine::tell_theory() {
 
 FinalCheck Search::Engine::final_check() {
   if (theory_ == nullptr) return FinalCheck::CONSISTENT;
+  assert(theory_head_ == trail_.size() && gifts_.empty() && implied_.empty());
   if (limits_ != nullptr) limits_->look();
   statistics_.final_checks++;
   const std::size_t splits = splits_.size();
@@ -83,6 +86,7 @@ bool Search::Engine::take_up_gifts() {
 
 // Takes up the lemmas that an exception has left behind. At level 0.
 void Search::Engine::save_lemmas() {
+  assert(level() == 0);
   for (std::size_t i = 0; i < gifts_.size() && !inconsistent_; i++)
     if (gifts_[i].kind == GiftKind::LEMMA) static_cast<void>(take_up(gifts_[i]));
   gifts_.clear();
@@ -151,6 +155,7 @@ bool Search::Engine::add_theory_clause(std::vector<Literal>& literals, Tag tag,
     return true;
   }
   order_watches(literals.data(), literals.data() + literals.size());
+  assert(truth(literals[0]) >= 0 || level(literals[0]) >= level(literals[1]));
   const bool is_conflict = truth(literals[0]) < 0;
   if (kind == GiftKind::CONFLICT && !is_conflict) {
     if (is_recording()) proofs_.release(id);
@@ -171,6 +176,7 @@ bool Search::Engine::add_theory_clause(std::vector<Literal>& literals, Tag tag,
 
 // Learns from a conflict of the theory, which is kept only if it has become a reason.
 bool Search::Engine::use_conflict(LiteralSpan literals, ClauseId id) {
+  assert(conflict_in_use_ == NO_REF);
   conflict_in_use_ = store(literals, ClauseKind::EXPLANATION, 0, id);
   const bool consistent = handle_conflict(conflict_in_use_);
   const Literal first = arena_[conflict_in_use_][0];
