@@ -69,8 +69,8 @@ void Search::Engine::remove(ClauseRef ref) {
   if (clause.kind() == ClauseKind::LEARNED) learned_count_--;
   if (clause.kind() == ClauseKind::KEPT || clause.kind() == ClauseKind::LEMMA)
     for (const Literal literal : clause) {
-      assert(occurrences_[literal.variable()] > 0);
-      occurrences_[literal.variable()]--;
+      assert(occurrences_[literal.code()] > 0);
+      occurrences_[literal.code()]--;
     }
   arena_.mark_garbage(ref);
 }

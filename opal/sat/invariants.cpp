@@ -28,9 +28,10 @@ bool Search::Engine::is_trail_normal() const {
 
 // Whether counts, watches and the heap follow from the clauses.
 bool Search::Engine::are_clauses_normal() {
-  std::vector<std::uint32_t> occurrences(variable_count(), 0);
+  std::vector<std::uint32_t> occurrences(occurrences_.size(), 0);
   for (const Variable variable : splits_)
-    occurrences[variable]++;
+    for (const Literal literal : {Literal(variable), ~Literal(variable)})
+      occurrences[literal.code()]++;
   std::size_t clauses = 0;
   std::size_t learned = 0;
   arena_.for_each([&](ClauseRef ref) {
@@ -39,10 +40,10 @@ bool Search::Engine::are_clauses_normal() {
     if (clause.kind() == ClauseKind::LEARNED) learned++;
     if (clause.kind() == ClauseKind::KEPT || clause.kind() == ClauseKind::LEMMA)
       for (const Literal literal : clause)
-        occurrences[literal.variable()]++;
+        occurrences[literal.code()]++;
   });
   for (Variable variable = 0; variable < variable_count(); variable++)
-    if (occurrences_[variable] > 0 && truth(Literal(variable)) == 0 && !heap_.has(variable))
+    if (occurs(variable) && truth(Literal(variable)) == 0 && !heap_.has(variable))
       return false;
   return clauses == clause_count_ && learned == learned_count_ &&
          occurrences == occurrences_ && are_watches_normal();

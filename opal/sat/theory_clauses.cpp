@@ -34,8 +34,15 @@ Variable Search::Engine::make_variable(VariableKind kind) { return add_variable(
 void Search::Engine::add_split(Variable variable) {
   statistics_.lemmas++;
   splits_.push_back(variable);
-  occurrences_[variable]++;
+  for (const Literal literal : {Literal(variable), ~Literal(variable)})
+    occurrences_[literal.code()]++;
   if (truth(Literal(variable)) == 0) heap_.insert(variable);
+}
+
+// Takes back a decision that the theory was not told of, now that something depends on it.
+void Search::Engine::wake(Literal literal) {
+  if (truth(literal) <= 0 || is_idle_[literal.variable()] == 0) return;
+  backtrack(level(literal) - 1);
 }
 
 void Search::Engine::suggest_phase(Variable variable, Sign sign) {
@@ -50,7 +57,9 @@ void Search::Engine::tell_theory() {
   assert(head_ == trail_.size());
   for (; theory_head_ < trail_.size(); theory_head_++) {
     const Literal literal = trail_[theory_head_];
-    if (kinds_[literal.variable()] == VariableKind::ATOM) theory_->assert_literal(literal);
+    if (kinds_[literal.variable()] == VariableKind::ATOM &&
+        is_idle_[literal.variable()] == 0)
+      theory_->assert_literal(literal);
   }
 }
 
@@ -65,6 +74,9 @@ FinalCheck Search::Engine::final_check() {
   const bool gave = !gifts_.empty() || !implied_.empty() || splits_.size() > splits;
   assert(result != FinalCheck::INCONSISTENT || gave);
   if (result == FinalCheck::CONSISTENT && gave) result = FinalCheck::INCONSISTENT;
+  for (std::size_t i = splits; i < splits_.size(); i++)
+    for (const Literal literal : {Literal(splits_[i]), ~Literal(splits_[i])})
+      wake(literal);
   // An inconsistency found here is seen by the loop of the search.
   static_cast<void>(take_up_gifts());
   return result;
@@ -154,6 +166,9 @@ bool Search::Engine::add_theory_clause(std::vector<Literal>& literals, Tag tag,
     assign_unit(literals[0], id);
     return true;
   }
+  if (kind == GiftKind::LEMMA)
+    for (const Literal literal : literals)
+      wake(literal);
   order_watches(literals.data(), literals.data() + literals.size());
   assert(truth(literals[0]) >= 0 || level(literals[0]) >= level(literals[1]));
   const bool is_conflict = truth(literals[0]) < 0;
