@@ -25,7 +25,7 @@ using host::DeltaNumber;
 bool ArithmeticTheory::Impl::imply(Literal literal, Ground ground,
                                    Consequences& consequences) {
   if (consequences.value(literal) == sat::Value::TRUE) return false;
-  implied_by_[literal.variable()] = ground;
+  implied_by_[literal.code()] = ground;
   consequences.imply(literal);
   return true;
 }
