@@ -150,8 +150,8 @@ Interpolants Interpolation::smallest(proof::Proof* proof, const InterpolationTas
       candidate.cuts = cuts;
       {
         const Stopwatch watch(seconds);
-        candidate.terms =
-            raw_interpolants(proof, branches, task.grouping, roots, interpolator(mode, cuts));
+        candidate.terms = raw_interpolants(proof, branches, task.grouping, roots,
+                                           interpolator(mode, cuts));
       }
       const auto [entry, is_new] = sizes.emplace(candidate.terms, 0);
       if (!is_new) {

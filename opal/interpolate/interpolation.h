@@ -75,9 +75,9 @@ struct Interpolants {
   Mode mode = Mode::SUM;            // that was used; AUTO when lemmas of formulas differ
   Cuts cuts = Cuts::MODULAR;        // likewise; MODULAR for a proof without cuts
   Strength strength = Strength::STRONG;  // that was used, of formulas; never AUTO
-  std::size_t raw_size = 0;         // distinct sub-terms in all, as built
-  std::size_t size = 0;             // and as answered
-  double engine_seconds = 0;        // spent in the engine, all modes and styles
+  std::size_t raw_size = 0;              // distinct sub-terms in all, as built
+  std::size_t size = 0;                  // and as answered
+  double engine_seconds = 0;             // spent in the engine, all modes and styles
   Origin origin = Origin::PROOF;
   CutsReason cuts_reason = CutsReason::ASKED;
   std::vector<Candidate> candidates;  // in the order of the tries; none without the engine
@@ -129,7 +129,8 @@ class Interpolation {
       const std::shared_ptr<const Grouping>& grouping,
       const std::vector<std::size_t>& roots, la::Interpolator& interpolator);
   Interpolants smallest(proof::Proof* proof, const InterpolationTask& task,
-                        const std::vector<std::size_t>& roots, const std::vector<Mode>& modes, const std::vector<Cuts>& styles);
+                        const std::vector<std::size_t>& roots,
+                        const std::vector<Mode>& modes, const std::vector<Cuts>& styles);
   [[nodiscard]] std::optional<Interpolants> one_sided(proof::Proof& proof,
                                                       const InterpolationTask& task);
 

@@ -28,8 +28,8 @@ namespace opal::host {
 /// would use it, then would not imply their parent's interpolant.
 ///
 /// Where atoms are not asserted by themselves but occur in formulas, symbols and places are
-/// entered each by themselves: the symbols of the formulas, and for each atom the place that
-/// it has for all partitions.
+/// entered each by themselves: the symbols of the formulas, and for each atom the place
+/// that it has for all partitions.
 class Grouping {
  public:
   static constexpr std::size_t BACKGROUND = static_cast<std::size_t>(-1);
@@ -72,10 +72,11 @@ class Grouping {
   /// The colour of a term by its symbols (those of a floor term are inside of it), of all
   /// atoms entered wherever they were asserted.
   [[nodiscard]] status symbols_colour(const Term_* term, std::size_t root) const;
-  /// The place of an atom that nobody asserted: the lowest group that, for one symbol of the
-  /// atom, has every group in its sub-tree in which the symbol occurs. So in each partition
-  /// the atom is A's if one of its symbols is local to A, else B's. Nothing when it mixes
-  /// symbols that are local to two sides in some partition, or has one of no group.
+  /// The place of an atom that nobody asserted: the lowest group that, for one symbol of
+  /// the atom, has every group in its sub-tree in which the symbol occurs. So in each
+  /// partition the atom is A's if one of its symbols is local to A, else B's. Nothing when
+  /// it mixes symbols that are local to two sides in some partition, or has one of no
+  /// group.
   [[nodiscard]] std::optional<std::size_t> place_by_symbols(const Term_* atom) const;
 
  private:

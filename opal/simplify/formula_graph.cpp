@@ -150,8 +150,7 @@ FormulaGraph::Node FormulaGraph::join(Connective c, Nodes operands) {
   std::sort(operands.begin(), operands.end());
   operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
   if (std::binary_search(operands.begin(), operands.end(), decisive)) return decisive;
-  operands.erase(std::remove(operands.begin(), operands.end(), neutral(c)),
-                 operands.end());
+  operands.erase(std::remove(operands.begin(), operands.end(), neutral(c)), operands.end());
   if (operands.size() > 1 && !merge_literals(c, operands)) return decisive;
   if (operands.empty()) return neutral(c);
   return operands.size() == 1 ? operands.front() : compound(c, operands);
@@ -159,8 +158,8 @@ FormulaGraph::Node FormulaGraph::join(Connective c, Nodes operands) {
 
 FormulaGraph::Node FormulaGraph::choice(Node condition, Node if_true, Node if_false) {
   if (if_true == if_false) return if_true;
-  return conjunction({disjunction({negation(condition), if_true}),
-                      disjunction({condition, if_false})});
+  return conjunction(
+      {disjunction({negation(condition), if_true}), disjunction({condition, if_false})});
 }
 
 FormulaGraph::Node FormulaGraph::negation(Node root) {

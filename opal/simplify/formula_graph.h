@@ -1,15 +1,16 @@
 // Formulas as graphs, for interpolants that are large and share much.
 //
 // A node is a truth value, a literal, or a conjunction or disjunction of two or more nodes;
-// negation stands in literals only. Equal nodes are one node. A literal is a bound on a form
-// (atoms.h), so that literals over one sum meet: x <= 3 and 2x <= 10 are together x <= 3.
+// negation stands in literals only. Equal nodes are one node. A literal is a bound on a
+// form (atoms.h), so that literals over one sum meet: x <= 3 and 2x <= 10 are together x
+// <= 3.
 //
 //     FormulaGraph graph(terms);
 //     Node n = graph.conjunction({graph.formula(f), graph.negation(graph.formula(g))});
 //     graph.term(graph.simplified(n))                     // a term again
 //
-// Building a node folds truth values, takes equal operands once and merges literals over one
-// form. Nodes live as long as the graph; what is built on the way makes no terms.
+// Building a node folds truth values, takes equal operands once and merges literals over
+// one form. Nodes live as long as the graph; what is built on the way makes no terms.
 //
 // simplified() is for formulas that simplify() would be too slow for, or would take the
 // sharing from: each round takes time linear in the graph, but for a constant that bounds
@@ -83,7 +84,9 @@ class FormulaGraph {
   static Connective dual(Connective c) {
     return c == Connective::AND ? Connective::OR : Connective::AND;
   }
-  static Node neutral(Connective c) { return c == Connective::AND ? TRUE_NODE : FALSE_NODE; }
+  static Node neutral(Connective c) {
+    return c == Connective::AND ? TRUE_NODE : FALSE_NODE;
+  }
   [[nodiscard]] bool is_literal(Node n) const {
     return nodes_[n].kind == NodeKind::LITERAL;
   }
@@ -110,8 +113,8 @@ class FormulaGraph {
 
   // --- graph_rules.cpp
   Node simplified_once(Node root);
-  [[nodiscard]] std::unordered_map<Node, Surroundings> surroundings(
-      Node root, const Nodes& order);
+  [[nodiscard]] std::unordered_map<Node, Surroundings> surroundings(Node root,
+                                                                    const Nodes& order);
   Nodes rewritten_operands(Node n, const Surroundings& around,
                            const std::unordered_map<Node, Node>& results,
                            const std::unordered_map<Node, Surroundings>& all);

@@ -122,8 +122,8 @@ FormulaGraph::Nodes FormulaGraph::rewritten_operands(
   for (const Node* operand = begin(n); operand != end(n); ++operand) {
     if (is_compound(*operand)) {
       const Node result = results.at(*operand);
-      const bool flat = is(result, c) && (all.at(*operand).parents == 1 ||
-                                          nodes_[result].count <= SMALL);
+      const bool flat =
+          is(result, c) && (all.at(*operand).parents == 1 || nodes_[result].count <= SMALL);
       if (flat)
         operands.insert(operands.end(), begin(result), end(result));
       else
@@ -159,15 +159,15 @@ void FormulaGraph::absorb(Connective c, Nodes& operands) const {
   for (const Node n : operands)
     if (!has_operand_beside(n)) kept.push_back(n);
   Nodes result;
-  const auto compounds = static_cast<std::size_t>(std::count_if(
-      kept.begin(), kept.end(), [&](Node n) { return is(n, other); }));
+  const auto compounds = static_cast<std::size_t>(
+      std::count_if(kept.begin(), kept.end(), [&](Node n) { return is(n, other); }));
   for (const Node n : kept) {
-    const bool implied =
-        compounds <= MAX_PAIRWISE && is(n, other) &&
-        std::any_of(kept.begin(), kept.end(), [&](Node small) {
-          return small != n && is(small, other) && nodes_[small].count < nodes_[n].count &&
-                 std::includes(begin(n), end(n), begin(small), end(small));
-        });
+    const bool implied = compounds <= MAX_PAIRWISE && is(n, other) &&
+                         std::any_of(kept.begin(), kept.end(), [&](Node small) {
+                           return small != n && is(small, other) &&
+                                  nodes_[small].count < nodes_[n].count &&
+                                  std::includes(begin(n), end(n), begin(small), end(small));
+                         });
     if (!implied) result.push_back(n);
   }
   operands = std::move(result);

@@ -114,7 +114,8 @@ class FormulaTest : public HostTest {
       if (g + 1 < groups) {
         step.push_back(lnot(interpolants[g]));
         EXPECT_EQ(symbols.symbols_colour(interpolants[g], g), Grouping::status::SHARED)
-            << term_text(interpolants[g]) << "\n" << text();
+            << term_text(interpolants[g]) << "\n"
+            << text();
       }
       EXPECT_FALSE(satisfiable(step)) << "group " << g << "\n" << text();
     }

@@ -48,8 +48,7 @@ Side AtomPlaces::side(Variable variable, std::size_t root) const {
   if (place == NO_PLACE) return Side::B;
   if (symbols_->in_subtree(place, root)) return Side::A;
   const std::vector<std::size_t>& groups = groups_[variable];
-  const auto inside =
-      std::lower_bound(groups.begin(), groups.end(), symbols_->first(root));
+  const auto inside = std::lower_bound(groups.begin(), groups.end(), symbols_->first(root));
   return inside != groups.end() && *inside <= root ? Side::BOTH : Side::B;
 }
 

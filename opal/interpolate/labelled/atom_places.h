@@ -14,8 +14,8 @@ namespace opal::host {
 /// What has a variable of a proof in one partition: A alone, B alone, or both.
 enum class Side : std::uint8_t { A, B, BOTH };
 
-/// Where the variables of a refutation lie in a tree of groups: one place each, which serves
-/// all partitions.
+/// Where the variables of a refutation lie in a tree of groups: one place each, which
+/// serves all partitions.
 ///
 ///     an atom of input clauses    the lowest group whose sub-tree has all assertions in
 ///                                 whose clauses it occurs
@@ -30,8 +30,8 @@ class AtomPlaces {
   /// The place of an atom that mixes symbols of two sides.
   static constexpr std::size_t NO_PLACE = static_cast<std::size_t>(-1);
 
-  /// `symbols` has the tree and the symbols of all assertions; `group_of`: the group of each
-  /// assertion, which is never BACKGROUND.
+  /// `symbols` has the tree and the symbols of all assertions; `group_of`: the group of
+  /// each assertion, which is never BACKGROUND.
   AtomPlaces(const resolution::ClauseRefutation& refutation,
              std::shared_ptr<const Grouping> symbols, std::vector<std::size_t> group_of);
 

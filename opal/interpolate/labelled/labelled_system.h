@@ -7,8 +7,8 @@
 //     I, B and the denial of C's literals that B has       contradict each other
 //
 // so that the empty clause's is an interpolant. Whether A, B or both have a literal that is
-// counted for both sides is the label of its atom: B in the strong system, both in the middle
-// one. (The weak system, A, is the strong one with A and B exchanged, negated.)
+// counted for both sides is the label of its atom: B in the strong system, both in the
+// middle one. (The weak system, A, is the strong one with A and B exchanged, negated.)
 //
 //                          strong                        middle
 //     clause of A          C's literals that are not     false
@@ -30,8 +30,8 @@
 // Contraction. A part of the proof that uses no clause of B follows from A alone. So its
 // conclusion counts as a clause of A, when each of its literals that is not A's alone is in
 // a clause of A (strong) or none of its literals is B's alone (middle). A part without
-// clauses of A, whose conclusion has no literal that is A's alone, contributes true. What is
-// inside of such parts is not looked at.
+// clauses of A, whose conclusion has no literal that is A's alone, contributes true. What
+// is inside of such parts is not looked at.
 //
 // Sequences and trees. Let I, J be what C has in the partitions of a group g's children and
 // of g itself. In both systems
@@ -39,13 +39,13 @@
 //     all I, the clauses of g, and the denial of R    imply  J
 //
 // where R are C's literals but for those that lie within one child alone, and those that no
-// assertion below g has. For a leaf this is checked case by case, for a resolution on p in R
-// one assumes p, then not p; a p outside of R is `or` in one child and `and` in the others,
-// or `and` in all. A contracted part has it since the above holds for its own leaves: say
-// it is contracted to a clause of A for g and to nothing for the children; then I and the
-// clauses of g imply the conclusion. In the weak system a sequence is one read backwards;
-// trees it does not fit. (Gurfinkel, Rollini, Sharygina, "Interpolation properties and
-// SAT-based model checking", 2013.)
+// assertion below g has. For a leaf this is checked case by case, for a resolution on p in
+// R one assumes p, then not p; a p outside of R is `or` in one child and `and` in the
+// others, or `and` in all. A contracted part has it since the above holds for its own
+// leaves: say it is contracted to a clause of A for g and to nothing for the children; then
+// I and the clauses of g imply the conclusion. In the weak system a sequence is one read
+// backwards; trees it does not fit. (Gurfinkel, Rollini, Sharygina, "Interpolation
+// properties and SAT-based model checking", 2013.)
 //
 // Cost: linear in the steps of the proof, for each partition.
 

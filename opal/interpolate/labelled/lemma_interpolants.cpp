@@ -71,8 +71,8 @@ std::string LemmaInterpolants::colours(const std::vector<int>& constraints,
       variables.insert(entry.first);
   }
   for (const int variable : variables)
-    result += static_cast<char>(
-        '0' + grouping.symbols_colour(mapper_.var_term(variable), root));
+    result +=
+        static_cast<char>('0' + grouping.symbols_colour(mapper_.var_term(variable), root));
   return result;
 }
 

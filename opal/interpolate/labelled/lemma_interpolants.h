@@ -17,8 +17,8 @@
 
 namespace opal::host {
 
-/// Proofs of the lemmas of a refutation: the negations of a lemma's literals contradict each
-/// other, and the solver of conjunctions proves it, when a proof is asked for.
+/// Proofs of the lemmas of a refutation: the negations of a lemma's literals contradict
+/// each other, and the solver of conjunctions proves it, when a proof is asked for.
 class LemmaProofs {
  public:
   /// Keeps references to all.
@@ -69,8 +69,7 @@ class LemmaInterpolants {
 
   /// The groups and places of a lemma's denials, for the engine. Throws NotInterpolated
   /// when one of them has no place.
-  [[nodiscard]] std::shared_ptr<const Grouping> grouping(
-      resolution::NodeIndex lemma) const;
+  [[nodiscard]] std::shared_ptr<const Grouping> grouping(resolution::NodeIndex lemma) const;
   /// Computes what `interpolant` answers for a lemma in the partitions of `roots`, in one
   /// mode and style. Throws what Interpolation::interpolants() throws, and NotInterpolated.
   void prepare(resolution::NodeIndex lemma, const std::vector<std::size_t>& roots);
