@@ -31,7 +31,7 @@ bool ArithmeticTheory::Impl::imply(Literal literal, Ground ground,
       break;
     case sat::Value::UNASSIGNED: break;
   }
-  implied_by_[literal.variable()] = ground;
+  implied_by_[literal.code()] = ground;
   consequences.imply(literal);
   return true;
 }
