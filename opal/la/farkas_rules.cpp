@@ -79,9 +79,8 @@ void Interpolator::handle_comb(LaComb* comb, TermSet& vars) {
   if (l2 == nullptr) to_visit_.push_back(comb->premise2);
   if (l1 == nullptr || l2 == nullptr) return;
   to_visit_.pop_back();
-  if (l1->empty() || l2->empty()) throw error("empty coefficient list", true);
-  if (is_zero(comb->coeff1) || is_zero(comb->coeff2))
-    throw error("zero multiplier in LaComb", true);
+  if (l1->empty() || l2->empty()) fail("empty coefficient list");
+  if (is_zero(comb->coeff1) || is_zero(comb->coeff2)) fail("zero multiplier in LaComb");
   const FirstMultiplier first(*l1, comb->coeff1);
   const FirstMultiplier second(*l2, comb->coeff2);
   combine_eq_coeff_lists(*l1, *l2, store_in_cache(comb), vars);
@@ -100,7 +99,7 @@ void Interpolator::handle_comb_imp(LaCombImp* node, TermSet& vars) {
                          "AB-mixed term in LaCombImp", vars)) {
     const int id = mapper_->lit_constraint(!lit);
     if (is_zero_constr(id) || to_lit(id).has_no_atom())
-      throw error("unmapped negation in LaCombImp", true);
+      fail("unmapped negation in LaCombImp");
     negation = get_as_rhs(id, node->sign);
   }
   CoeffList hypothesis{{nullptr, negation}};
@@ -110,7 +109,7 @@ void Interpolator::handle_comb_imp(LaCombImp* node, TermSet& vars) {
 void Interpolator::handle_neq(LaNeq* neq, TermSet& /*vars*/) {
   // The root is the lowest node of the stack. Anywhere else the parent of a node without
   // a list would wait for ever.
-  if (to_visit_.size() > 1) throw error("LaNeq below the root of a proof", true);
+  if (to_visit_.size() > 1) fail("LaNeq below the root of a proof");
   const bool lacks1 = find_in_cache(neq->case1) == nullptr;
   const bool lacks2 = find_in_cache(neq->case2) == nullptr;
   if (lacks1) to_visit_.push_back(neq->case1);
@@ -120,13 +119,13 @@ void Interpolator::handle_neq(LaNeq* neq, TermSet& /*vars*/) {
 
 bool Interpolator::is_constraint_of_A(TheoryLit lit, const char* unknown, const char* mixed,
                                       TermSet& vars) {
-  if (lit.has_no_atom()) throw error(unknown, true);
+  if (lit.has_no_atom()) fail(unknown);
   const auto status = classify(lit.atom());
   if (classifier_->is_B_colorable(status)) {
     collect_vars(lit.atom(), &vars);
     return false;
   }
-  if (!classifier_->is_A_colorable(status)) throw error(mixed, true);
+  if (!classifier_->is_A_colorable(status)) fail(mixed);
   return true;
 }
 

@@ -1,9 +1,14 @@
+// The object: construction and destruction, what it keeps for a request, and how it looks
+// up literals, sides and constraints.
+
 #include "opal/la/interpolator.h"
 
 #include <cassert>
 #include <memory>
 #include <string>
 #include <utility>
+
+#include "opal/la/merge_table.h"
 
 namespace opal::la {
 
@@ -21,14 +26,19 @@ Interpolator::Interpolator(TermManager* mgr, Solver* solver, ItpLinearTermMapper
       zero_constr_id_(mapper->zero_constraint()),
       zero_proof_(nullptr),
       dump_counter_(1),
-      in_laz_bb_(false) {
-  assert(mgr != nullptr);
+      in_laz_bb_(false),
+      merge_table_(std::make_unique<MergeTable>(*this)) {
+  assert(mgr != nullptr && mgr->true_term() != nullptr && mgr->false_term() != nullptr);
+  assert(mode == MODE_SUM || mode == MODE_CONJ || mode == MODE_DUAL);
+  assert(delta_var_ != 0);
 }
 
 Interpolator::~Interpolator() {
   clear_split_cache();  // a split request that threw has left its references there
   proof::Proof::release(zero_proof_);
 }
+
+void Interpolator::fail(const std::string& message) { throw error(message, true); }
 
 void Interpolator::set_classifier(itp::TheoryAtomClassifier* classifier) {
   classifier_ = classifier;
@@ -112,7 +122,7 @@ Equation* Interpolator::own(Equation e) {
 
 const Term_* Interpolator::term_of(int var) {
   const Term_* const term = mapper_->var_term(var);
-  if (term == nullptr) throw error("variable without a term: " + std::to_string(var), true);
+  if (term == nullptr) fail("variable without a term: " + std::to_string(var));
   return term;
 }
 

@@ -77,7 +77,7 @@ Interpolator::SharedPart Interpolator::split_off_shared_part(const Equation& e) 
   SharedPart shared;
   for (const auto& [var, coeff] : e.coeffs()) {
     const Term_* const x = mapper_->var_term(var);
-    if (x == nullptr) throw error("unknown variable in LA(Z) Equation", true);
+    if (x == nullptr) fail("unknown variable in LA(Z) Equation");
     shared.gcd = gcd(shared.gcd, coeff);
     if (classifier_->is_B_colorable(classifier_->classify(x, false))) {
       const Term_* const product = mgr_->make_times(mgr_->make_number(coeff), x);

@@ -1,0 +1,128 @@
+// Merging a coefficient list by variables.
+//
+// The variables are visited in the order of the table. The first two constraints that have
+// the visited variable, if it may not stay, give way to their sum:
+//
+//     [x2 - x3, x3 - x4, x4 - x5]    vars = {x2, x5}
+//     x3:  [x4 - x5, x2 - x4]
+//     x4:  [x2 - x5]
+//
+// A pass visits each variable once. A sum may have lost variables, but never has new ones,
+// so passes end: each but the last one makes the list shorter.
+//
+// The table's order: buckets of variable mod count, each with the variable that was
+// inserted last in front. Of two constraints with the same first variable, the one that
+// came first is written first.
+//
+// Cost: linear in the constraints for each pass; there are rarely more than two.
+
+#include "opal/la/merge_table.h"
+
+#include <cassert>
+
+namespace opal::la {
+
+void Interpolator::MergeTable::merge(CoeffList& pairs, const TermSet& vars) {
+  fill(pairs);
+  while (eliminate(vars)) {
+  }
+  write(pairs);
+}
+
+void Interpolator::MergeTable::order(CoeffList& pairs) {
+  fill(pairs);
+  write(pairs);
+}
+
+void Interpolator::MergeTable::fill(const CoeffList& pairs) {
+  const std::size_t least_count = hsh::bucket_shape(1).count;
+  if (chains_.bucket_count() == least_count)
+    chains_.clear();
+  else
+    chains_ = {};  // the order of a table that has grown would be another one
+  occurrences_.clear();
+  pairs_.assign(pairs.begin(), pairs.end());
+  for (std::size_t i = 0; i < pairs_.size(); ++i) {
+    assert(pairs_[i].second != nullptr && pairs_[i].second->is_normal());
+    for (const auto& term : pairs_[i].second->coeffs())
+      enter(chains_[term.first], i);
+  }
+  assert(is_normal());
+}
+
+void Interpolator::MergeTable::enter(Chain& chain, std::size_t pair) {
+  assert(pair < pairs_.size());
+  const std::size_t last = occurrences_.size();
+  occurrences_.push_back({pair, NONE});
+  (chain.head == NONE ? chain.head : occurrences_[chain.tail].next) = last;
+  chain.tail = last;
+}
+
+std::size_t Interpolator::MergeTable::present(std::size_t i) const {
+  while (i != NONE && pairs_[occurrences_[i].pair].second == nullptr)
+    i = occurrences_[i].next;
+  return i;
+}
+
+bool Interpolator::MergeTable::eliminate(const TermSet& vars) {
+  const Equation* last_sum = nullptr;
+  for (auto& [var, chain] : chains_) {
+    chain.head = present(chain.head);
+    if (chain.head == NONE) continue;
+    const std::size_t second = present(occurrences_[chain.head].next);
+    if (second == NONE || !engine_.is_eliminable(var, vars)) continue;
+    sum(occurrences_[chain.head].pair, occurrences_[second].pair);
+    last_sum = pairs_.back().second;
+  }
+  // Looking up a variable may make the table grow. That waits for the end of the pass.
+  if (last_sum != nullptr && last_sum->has_vars())
+    (void)chains_[last_sum->coeffs().front().first];
+  assert(is_normal());
+  return last_sum != nullptr;
+}
+
+void Interpolator::MergeTable::sum(std::size_t first, std::size_t second) {
+  assert(first != second);
+  const auto [q1, e1] = pairs_[first];
+  const auto [q2, e2] = pairs_[second];
+  Equation* const e = engine_.get_comb(q1, e1, q2, e2);
+  pairs_[first].second = pairs_[second].second = nullptr;
+  pairs_.emplace_back(nullptr, e);
+  for (const auto& term : e->coeffs()) {
+    const auto chain = chains_.find(term.first);
+    assert(chain != chains_.end());
+    enter(chain->second, pairs_.size() - 1);
+  }
+}
+
+void Interpolator::MergeTable::write(CoeffList& pairs) {
+  pairs.clear();
+  auto take = [&pairs](Pair& pair) {
+    pairs.push_back(pair);
+    pair.second = nullptr;
+  };
+  for (const auto& entry : chains_)
+    for (std::size_t i = present(entry.second.head); i != NONE;
+         i = present(occurrences_[i].next))
+      take(pairs_[occurrences_[i].pair]);
+  for (Pair& pair : pairs_) {
+    if (pair.second == nullptr) continue;
+    assert(!pair.second->has_vars());
+    take(pair);
+  }
+}
+
+bool Interpolator::MergeTable::is_normal() const {
+  std::size_t expected = 0, found = 0;
+  for (const Pair& pair : pairs_)
+    expected += pair.second == nullptr ? 0 : pair.second->coeffs().size();
+  for (const auto& [var, chain] : chains_)
+    for (std::size_t i = present(chain.head); i != NONE;
+         i = present(occurrences_[i].next)) {
+      if (pairs_[occurrences_[i].pair].second->coeff(var).is_zero()) return false;
+      ++found;
+    }
+  return found == expected && chains_.is_normal();
+}
+
+}  // namespace opal::la
