@@ -35,6 +35,7 @@
 namespace opal::la {
 
 const Term_* Interpolator::do_get_laz_bb_interpolant(laz::LaZInternalBBProof* root) {
+  assert(root != nullptr && in_laz_bb_);
   hsh::HashMap<proof::Proof*, const Term_*> results;
   std::vector<proof::Proof*> stack{root};
   bb_lits_.clear();
@@ -61,17 +62,20 @@ const Term_* Interpolator::do_get_laz_bb_interpolant(laz::LaZInternalBBProof* ro
         }
         result = join_branches(*node, left, right);
       }
+      assert(result != nullptr);
       results[p] = result;
     }
     stack.pop_back();
   }
   in_laz_bb_ = false;
   bb_lits_.clear();
+  assert(results.is_normal());
   return result_of(root);
 }
 
 const Term_* Interpolator::join_branches(const laz::LaZInternalBBProof& node,
                                          const Term_* left, const Term_* right) {
+  assert(left != nullptr && right != nullptr);
   using Classifier = itp::TheoryAtomClassifier;
   const TheoryLit l1 = to_lit(node.left_id), l2 = to_lit(node.right_id);
   if (l1.has_no_atom() || l2.has_no_atom())
@@ -105,6 +109,7 @@ void Interpolator::map_laz_bb_tlit(int id, const LinearTerm& lt) {
   TheoryLit lit;
   if (lt.kind == LinearTerm::LEQ) lit = TheoryLit(mgr_->make_leq(sum, bound));
   if (lt.kind == LinearTerm::GEQ) lit = TheoryLit(mgr_->make_leq(bound, sum));
+  assert(!lit.is_negated() && lt.vars.is_normal());
   bb_lits_[id] = lit;
 }
 
@@ -121,6 +126,7 @@ const Term_* Interpolator::get_interpolant_from_laz_bb_lemma(laz::LaZBBLemma* le
   }
   if (of_A.empty()) return mgr_->true_term();
   if (of_B.empty()) return mgr_->false_term();
+  assert(of_A.size() == 1 || of_B.size() == 1);
   const TheoryLit lit = of_A.size() == 1 ? !of_A.front() : of_B.front();
   return lit.is_negated() ? mgr_->make_not(lit.atom()) : lit.atom();
 }

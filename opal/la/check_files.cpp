@@ -17,6 +17,7 @@
 // and B on his own. A hypothesis without literal adds nothing either. Any other literal
 // that is missing, or on no side, is left out, and a comment in the files names it.
 
+#include <cassert>
 #include <cstdio>
 #include <fstream>
 
@@ -43,6 +44,7 @@ bool Interpolator::write_check_files(const Term_* a, const Term_* b, const Term_
 }
 
 Interpolator::CheckedSides Interpolator::gather_sides(proof::Proof* p) {
+  assert(classifier_ != nullptr);
   CheckedSides sides{mgr_->true_term(), mgr_->true_term(), {}};
   hsh::HashSet<proof::Proof*> visited;
   to_visit_.assign(1, p);
@@ -95,12 +97,14 @@ void Interpolator::add_to_side(int constr_id, TheoryLit lit, CheckedSides& sides
                              classifier_->to_str(status));
     return;
   }
+  assert(sides.a != nullptr && sides.b != nullptr);
   const Term_*& side = of_B ? sides.b : sides.a;
   side = mgr_->make_and(side, lit.is_negated() ? mgr_->make_not(lit.atom()) : lit.atom());
 }
 
 bool Interpolator::write_check_files(const CheckedSides& sides, const Term_* itp,
                                      const std::string& folder) {
+  assert(sides.a != nullptr && sides.b != nullptr && itp != nullptr);
   struct File {
     const char* pattern;
     const Term_* formula;

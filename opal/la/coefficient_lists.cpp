@@ -45,6 +45,7 @@ Equation sum_of(const QNumber* c1, const Equation& e1, const QNumber* c2,
   auto j = e2.coeffs().begin();
   const auto i_end = e1.coeffs().end();
   const auto j_end = e2.coeffs().end();
+  assert(e1.is_normal() && e2.is_normal());
   while (i != i_end || j != j_end) {
     const bool takes_i = j == j_end || (i != i_end && i->first <= j->first);
     const bool takes_j = i == i_end || (j != j_end && j->first <= i->first);
@@ -55,6 +56,7 @@ Equation sum_of(const QNumber* c1, const Equation& e1, const QNumber* c2,
   }
   if (e1.constant() != nullptr) sum.add_const(times(c1, *e1.constant()));
   if (e2.constant() != nullptr) sum.add_const(times(c2, *e2.constant()));
+  assert(sum.is_normal());
   return sum;
 }
 
@@ -63,6 +65,7 @@ Equation sum_of(const QNumber* c1, const Equation& e1, const QNumber* c2,
 template <typename Find>
 void collect(const CoeffList& list, const Equation* zero, CoeffList& pairs, Find find) {
   for (const auto& [multiplier, e] : list) {
+    assert(e != nullptr);
     if (e == zero) continue;
     if (auto* known = find(e))
       known->first = multiplier;
@@ -74,6 +77,7 @@ void collect(const CoeffList& list, const Equation* zero, CoeffList& pairs, Find
 }  // namespace
 
 Equation* Interpolator::get_comb(QNumber* c1, Equation* e1, QNumber* c2, Equation* e2) {
+  assert(e1 != nullptr && e2 != nullptr);
   if (e1 != &zero_eq_ && e2 != &zero_eq_) {
     const Equation sum = sum_of(c1, *e1, c2, *e2);
     return own(sum);  // a copy has no spare capacity
@@ -87,6 +91,7 @@ Equation* Interpolator::get_comb(QNumber* c1, Equation* e1, QNumber* c2, Equatio
 
 Equation* Interpolator::build_equation(CoeffList& list) {
   fold(list);
+  assert(list.size() == 1);
   Equation* const sum = own(*list.front().second);
   if (list.front().first != nullptr) sum->mult(*list.front().first);
   return sum;
@@ -106,6 +111,7 @@ void Interpolator::fold(CoeffList& list) {
     if (list.size() % 2 == 1) list[half] = list.back();
     list.resize(list.size() - half);
   }
+  assert(list.size() == 1 && list.front().second != nullptr);
 }
 
 bool Interpolator::is_eliminable(int var, const TermSet& vars) {
@@ -129,7 +135,7 @@ bool Interpolator::are_linked(const Equation& a, const Equation& b, const TermSe
 }
 
 void Interpolator::merge_two(CoeffList& pairs, const TermSet& vars) {
-  assert(pairs.size() == 2);
+  assert(pairs.size() == 2 && pairs[0].second != pairs[1].second);
   const auto [q1, e1] = pairs[0];
   const auto [q2, e2] = pairs[1];
   if (are_linked(*e1, *e2, vars)) {

@@ -34,6 +34,7 @@
 namespace opal::la {
 
 const Term_* Interpolator::build_term_without_cuts(const Equation& sum) {
+  assert(!tight_vars_.empty() && sum.is_normal());
   Equation remainder;
   LaZCutValues values;
   Strictness strictness = NON_STRICT;
@@ -47,6 +48,7 @@ const Term_* Interpolator::build_term_without_cuts(const Equation& sum) {
   }
   if (values.empty()) return build_leq_term(&sum, true);
   if (sum.constant() != nullptr) remainder.add_const(*sum.constant());
+  assert(remainder.is_normal() && remainder.coeff(delta_var_).is_zero());
   const LaZLeqPattern leq = build_laz_leq_pattern(&remainder);
   std::vector<LaZModEqPattern> patterns;
   patterns.reserve(values.size());

@@ -22,6 +22,7 @@
 // Cost: linear in the equalities' sizes, times the number of equalities.
 
 #include <algorithm>
+#include <cassert>
 
 #include "opal/la/interpolator.h"
 
@@ -47,6 +48,7 @@ const Term_* Interpolator::get_interpolant_from_laz_eqproof(laz::LaZEqSubProof* 
   }
   if (!has_A) return mgr_->true_term();
   if (!has_B) return mgr_->false_term();
+  assert(sum->is_normal() && denominator.sign() > 0);
   const auto is_integral = [](const auto& pair) { return pair.second.is_integer(); };
   if (!std::all_of(sum->coeffs().begin(), sum->coeffs().end(), is_integral))
     sum->mult(denominator);

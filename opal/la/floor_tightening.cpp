@@ -101,7 +101,7 @@ int Interpolator::floor_variable(
     if (x != nullptr) t = mgr_->make_times(t, x);
     sum = sum == nullptr ? t : mgr_->make_plus(sum, t);
   }
-  assert(sum != nullptr);
+  assert(sum != nullptr && denominator.sign() > 0);
   const Term_* const quotient = mgr_->make_times(mgr_->make_number(denominator.inv()), sum);
   const int var = mapper_->term_def_var(mgr_->make_floor(quotient));
   if (var == 0) fail("no variable for a floor term");

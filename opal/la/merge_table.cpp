@@ -59,33 +59,36 @@ void Interpolator::MergeTable::enter(Chain& chain, std::size_t pair) {
 }
 
 std::size_t Interpolator::MergeTable::present(std::size_t i) const {
+  assert(i == NONE || i < occurrences_.size());
   while (i != NONE && pairs_[occurrences_[i].pair].second == nullptr)
     i = occurrences_[i].next;
   return i;
 }
 
 bool Interpolator::MergeTable::eliminate(const TermSet& vars) {
-  const Equation* last_sum = nullptr;
+  const int none = engine_.delta_var_;  // which links nothing
+  int last_linked = none;
   for (auto& [var, chain] : chains_) {
     chain.head = present(chain.head);
     if (chain.head == NONE) continue;
     const std::size_t second = present(occurrences_[chain.head].next);
     if (second == NONE || !engine_.is_eliminable(var, vars)) continue;
     sum(occurrences_[chain.head].pair, occurrences_[second].pair);
-    last_sum = pairs_.back().second;
+    last_linked = var;
   }
   // Looking up a variable may make the table grow. That waits for the end of the pass.
-  if (last_sum != nullptr && last_sum->has_vars())
-    (void)chains_[last_sum->coeffs().front().first];
+  if (last_linked != none) (void)chains_[last_linked];
   assert(is_normal());
-  return last_sum != nullptr;
+  return last_linked != none;
 }
 
 void Interpolator::MergeTable::sum(std::size_t first, std::size_t second) {
   assert(first != second);
   const auto [q1, e1] = pairs_[first];
   const auto [q2, e2] = pairs_[second];
+  assert(e1 != nullptr && e2 != nullptr && e1 != e2);
   Equation* const e = engine_.get_comb(q1, e1, q2, e2);
+  assert(e->coeffs().size() <= e1->coeffs().size() + e2->coeffs().size());
   pairs_[first].second = pairs_[second].second = nullptr;
   pairs_.emplace_back(nullptr, e);
   for (const auto& term : e->coeffs()) {
@@ -110,6 +113,7 @@ void Interpolator::MergeTable::write(CoeffList& pairs) {
     assert(!pair.second->has_vars());
     take(pair);
   }
+  assert(pairs.size() <= pairs_.size());
 }
 
 bool Interpolator::MergeTable::is_normal() const {

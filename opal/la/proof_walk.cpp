@@ -70,13 +70,16 @@ const Term_* Interpolator::get_interpolant(itp::TheoryAtomClassifier* classifier
   if (mode_ == MODE_DUAL) classifier_ = &flipped;
   auto* const tree = as<laz::LaZInternalBBProof>(proof);
   in_laz_bb_ = tree != nullptr;
+  assert(mode_ != MODE_DUAL || classifier_ == &flipped);
   const Term_* const result =
       tree != nullptr ? do_get_laz_bb_interpolant(tree) : do_get_interpolant(proof);
+  assert(result != nullptr && owned_eqs_.empty());
   return mode_ == MODE_DUAL ? mgr_->make_not(result) : result;
 }
 
 const Term_* Interpolator::do_get_interpolant(proof::Proof* proof) {
   TermSet vars;
+  assert(classifier_ != nullptr);
   clear_cache();
   const Term_* result = root_only_interpolant(proof);
   if (result == nullptr) {
@@ -103,6 +106,7 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
   while (!to_visit_.empty()) {
     mgr_->poll();
     proof::Proof* const p = to_visit_.back();
+    assert(p == nullptr || p->references() > 0);
     const std::size_t height = to_visit_.size();
     const bool is_shared = p != nullptr && p->references() > 1;
     if (is_shared && find_in_cache(p) != nullptr) {
@@ -135,6 +139,7 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
       refuse_rule();
     }
   }
+  assert(proof_cache_.is_normal() && vars.is_normal());
   long_list.settle(proof);
   if (const auto* neq = as<LaNeq>(proof)) {
     long_list.settle(neq->case1);
@@ -164,7 +169,8 @@ void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
 const Term_* Interpolator::root_term(proof::Proof* proof) {
   if (CoeffList* list = find_in_cache(proof)) return build_term_from_eq_list(*list);
   const auto* neq = as<LaNeq>(proof);
-  assert(neq != nullptr);
+  assert(neq != nullptr && find_in_cache(neq->case1) != nullptr);
+  assert(find_in_cache(neq->case2) != nullptr);
   const Term_* const i1 = build_term_from_eq_list(*find_in_cache(neq->case1));
   const Term_* const i2 = build_term_from_eq_list(*find_in_cache(neq->case2));
   const TheoryLit lit = to_lit(neq->constraint_id);
@@ -178,6 +184,7 @@ const Term_* Interpolator::root_term(proof::Proof* proof) {
 const Term_* Interpolator::under_side_constraints(const Term_* interpolant) {
   if (side_constraints_.empty()) return interpolant;
   const Term_* premise = mgr_->true_term();
+  assert(premise != nullptr && interpolant != nullptr);
   for (const Equation* e : side_constraints_)
     premise = mgr_->make_and(premise, build_leq_term(e, true));
   return mgr_->make_or(mgr_->make_not(premise), interpolant);

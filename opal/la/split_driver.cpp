@@ -69,6 +69,7 @@ std::pair<Proof*, Proof*> Interpolator::split_mixed_proof(
   classifier_ = classifier;
   clear_cache();
   clear_split_cache();
+  assert(split_cache_.empty() && owned_eqs_.empty());
   SplitRequest request;
   request.root = as<LaNeq>(proof);
   if (request.root != nullptr) {
@@ -90,6 +91,7 @@ std::pair<Proof*, Proof*> Interpolator::split_mixed_proof(
 }
 
 void Interpolator::clear_split_cache() {
+  assert(split_cache_.is_normal());
   for (auto& [node, entry] : split_cache_) {
     Proof::release(std::exchange(entry.proof_a, nullptr));
     Proof::release(std::exchange(entry.proof_b, nullptr));
@@ -119,6 +121,7 @@ void Interpolator::enter_split_root(SplitRequest& request) {
 
 // The second case lies on top of the first one, so it has an entry when the first is begun.
 void Interpolator::split_walk(SplitRequest& request, itp::EqItpMap& eq_itp) {
+  assert(!to_visit_.empty() && split_cache_.empty());
   const bool splitting = request.splitting;
   const bool rewrites_nothing = !splitting && eq_itp.empty();
   while (!to_visit_.empty()) {
@@ -192,6 +195,7 @@ itp::EqItpInfo Interpolator::find_shared_term(const SplitRequest& request,
   }
   sub_equation(case1.eq_a, of_a);
   sub_equation(case1.eq_b, of_b);
+  assert(case1.eq_a->is_normal() && case1.eq_b->is_normal());
   split.shared_term = build_leq_term(case1.eq_a, false);
   if (!is_b_minus_a)
     split.shared_term = mgr_->make_times(mgr_->make_number(-1), split.shared_term);
@@ -205,6 +209,8 @@ std::pair<ProofRef, ProofRef> Interpolator::split_root(const SplitRequest& reque
   assert(request.first_hyp != nullptr && request.last_hyp != nullptr);
   SplitData& case1 = split_cache_[request.root->case1];
   const SplitData& case2 = split_cache_[request.root->case2];
+  assert(case1.proof_a != nullptr && case1.proof_b != nullptr);
+  assert(case2.proof_a != nullptr && case2.proof_b != nullptr);
   const itp::EqItpInfo split = find_shared_term(request, case1);
   using Fakes = std::pair<proof::Counted<LaFakeHyp>, proof::Counted<LaFakeHyp>>;
   auto fakes_for = [&](LaHyp* hyp) {

@@ -19,6 +19,8 @@
 //
 // An atom that both sides own counts as A's.
 
+#include <cassert>
+
 #include "opal/la/interpolator.h"
 
 namespace opal::la {
@@ -32,6 +34,7 @@ const Term_* Interpolator::get_interpolant_from_split_lemma(LaEqSplitLemma* lemm
       fail("AB-mixed term in LaEqSplitLemma");
     return is_A;
   };
+  assert(lemma != nullptr && classifier_ != nullptr);
   const Term_* const e = lemma->equality;
   const Term_* const l1 = lemma->inequality1;
   const Term_* const l2 = lemma->inequality2;

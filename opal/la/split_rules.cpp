@@ -45,6 +45,7 @@ std::unique_ptr<QNumber> copy_of(const QNumber* q) {
 
 proof::ProofRef Interpolator::combine(const QNumber* c1, proof::Proof* p1,
                                       const QNumber* c2, proof::Proof* p2) {
+  assert(p1 != nullptr && p2 != nullptr);
   proof::ProofRef premise1(proof::Proof::retain(p1)), premise2(proof::Proof::retain(p2));
   auto copy1 = copy_of(c1), copy2 = copy_of(c2);
   return proof::ProofRef(new LaComb(copy1.release(), premise1.take(), copy2.release(),
@@ -73,6 +74,7 @@ void Interpolator::split_mixed_handle_comb(LaComb* p, TheoryLit /*root_lit*/,
   if (lacks2) to_visit_.push_back(p->premise2);
   if (lacks1 || lacks2) return;
   to_visit_.pop_back();
+  assert(p->premise1 != p && p->premise2 != p);
   SplitData& entry = split_cache_[p];
   const SplitData& s1 = split_cache_[p->premise1];
   const SplitData& s2 = split_cache_[p->premise2];
@@ -90,6 +92,7 @@ void Interpolator::split_mixed_handle_comb(LaComb* p, TheoryLit /*root_lit*/,
 
 void Interpolator::split_mixed_handle_hyp(LaHyp* p, TheoryLit root_lit, bool splitting,
                                           itp::EqItpMap& eq_itp) {
+  assert(!to_visit_.empty() && to_visit_.back() == p);
   to_visit_.pop_back();
   SplitData& entry = split_cache_[p];
   LaHyp* const zero = get_zero_proof();
@@ -158,6 +161,7 @@ void Interpolator::split_mixed_handle_fakehyp(LaFakeHyp* p, TheoryLit /*root_lit
   const bool of_B = splits_to_B(lit.atom(), splitting ? SPLITTING : REWRITING,
                                 "AB-mixed term in a LaFakeHyp");
   Equation* const e = p->equation.get();
+  assert(e != nullptr && e->is_normal());
   set_a(entry, p, splitting && of_B ? get_zero() : e);
   if (splitting) set_b(entry, p, of_B ? e : get_zero());
 }
@@ -176,6 +180,7 @@ void Interpolator::split_mixed_handle_comb_imp(LaCombImp* p, TheoryLit /*root_li
   if (eq_itp.find(lit.atom()) != nullptr)
     fail("constraint implied by LaCombImp is in the EqItpMap");
   proof::ProofRef premise(proof::Proof::retain(split_cache_[p->premise].proof_a));
+  assert(entry.proof_a == nullptr && premise);
   entry.proof_a = new LaCombImp(p->constraint_id, p->sign, premise.take());
 }
 

@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_HASH_MAP_H
 #define OPAL_UTILS_HASH_MAP_H
 
+// Hash tables from keys to values.
+
 #include <functional>
 #include <tuple>
 #include <utility>
