@@ -66,8 +66,8 @@ class LaCombImp final : public LaProof {
 class LaNeq final : public LaProof {
  public:
   /// Takes over one reference to each case.
-  LaNeq(int constr_id, proof::Proof* first, proof::Proof* second)
-      : constraint_id(constr_id), case1(first), case2(second) {}
+  LaNeq(int constr_id, proof::Proof* first_case, proof::Proof* second_case)
+      : constraint_id(constr_id), case1(first_case), case2(second_case) {}
   ~LaNeq() override;
 
   const int constraint_id;

@@ -153,12 +153,12 @@ bool Interpolator::comes_first(const Equation& e2, const Equation& e1) {
   assert(e1.coeffs().size() + e2.coeffs().size() < shape.full);
   if (!e1.has_vars() || !e2.has_vars()) return e2.has_vars();
   std::uint64_t least = shape.count;
-  int first = 0;
+  int first_var = 0;
   auto insert = [&](int var) {
     const std::uint64_t bucket = shape.index(hsh::hash<int>()(var));
     if (bucket > least) return false;
     least = bucket;
-    first = var;
+    first_var = var;
     return true;
   };
   for (const auto& pair : e1.coeffs())
@@ -168,7 +168,7 @@ bool Interpolator::comes_first(const Equation& e2, const Equation& e1) {
     const bool is_new = e1.coeff(pair.first).is_zero();
     if (is_new && insert(pair.first)) is_of_e2 = true;
   }
-  assert(!(is_of_e2 ? e2 : e1).coeff(first).is_zero());
+  assert(!(is_of_e2 ? e2 : e1).coeff(first_var).is_zero());
   return is_of_e2;
 }
 

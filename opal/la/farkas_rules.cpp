@@ -86,8 +86,8 @@ void Interpolator::handle_comb(LaComb* comb, TermSet& vars) {
   to_visit_.pop_back();
   if (l1->empty() || l2->empty()) fail("empty coefficient list");
   if (is_zero(comb->coeff1) || is_zero(comb->coeff2)) fail("zero multiplier in LaComb");
-  const FirstMultiplier first(*l1, comb->coeff1);
-  const FirstMultiplier second(*l2, comb->coeff2);
+  const FirstMultiplier of_premise1(*l1, comb->coeff1);
+  const FirstMultiplier of_premise2(*l2, comb->coeff2);
   combine_eq_coeff_lists(*l1, *l2, store_in_cache(comb), vars);
 }
 

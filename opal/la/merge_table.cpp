@@ -82,14 +82,14 @@ bool Interpolator::MergeTable::eliminate(const TermSet& vars) {
   return last_linked != none;
 }
 
-void Interpolator::MergeTable::sum(std::size_t first, std::size_t second) {
-  assert(first != second);
-  const auto [q1, e1] = pairs_[first];
-  const auto [q2, e2] = pairs_[second];
+void Interpolator::MergeTable::sum(std::size_t i, std::size_t j) {
+  assert(i != j);
+  const auto [q1, e1] = pairs_[i];
+  const auto [q2, e2] = pairs_[j];
   assert(e1 != nullptr && e2 != nullptr && e1 != e2);
   Equation* const e = engine_.get_comb(q1, e1, q2, e2);
   assert(e->coeffs().size() <= e1->coeffs().size() + e2->coeffs().size());
-  pairs_[first].second = pairs_[second].second = nullptr;
+  pairs_[i].second = pairs_[j].second = nullptr;
   pairs_.emplace_back(nullptr, e);
   for (const auto& term : e->coeffs()) {
     const auto chain = chains_.find(term.first);

@@ -53,7 +53,7 @@ class Interpolator::MergeTable {
   /// Looks at each variable once; false when nothing was linked.
   bool eliminate(const TermSet& vars);
   /// Replaces two pairs by their sum.
-  void sum(std::size_t first, std::size_t second);
+  void sum(std::size_t i, std::size_t j);
   /// Moves all pairs into a list, those without variables last.
   void write(CoeffList& pairs);
   /// The first occurrence from `i` on whose pair is there, or NONE.

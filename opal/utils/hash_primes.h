@@ -20,7 +20,7 @@ namespace opal::hsh {
 /// lies in (hash/d - 1, hash/d], so its floor q is the quotient floor(hash/d) or one less,
 /// and hash - q*d is the remainder or the remainder plus d. One comparison tells which.
 /// This is exact for every 64-bit hash.
-struct BucketShape {
+struct alignas(32) BucketShape {
   std::uint64_t count = 0;
   std::uint64_t reciprocal = 0;  // m above
   /// With this many elements the table grows before the next insertion: the least n with
@@ -40,13 +40,13 @@ struct BucketShape {
 };
 
 /// All shapes by slot_of their counts; slots between them hold the default.
-constexpr std::size_t SLOTS = 33;
+constexpr std::size_t SLOTS = 34;
 extern const std::array<BucketShape, SLOTS> SHAPES;
 
-/// Counts roughly double from one prime to the next: each of them, times 3/2, has a bit
+/// Counts roughly double from one prime to the next: each of them, times 3, has a bit
 /// length of its own (and 0 has that of 1).
 constexpr std::size_t slot_of(std::uint64_t count) {
-  return 63U - static_cast<std::size_t>(__builtin_clzl((count + count / 2) | 1U));
+  return 63U - static_cast<std::size_t>(__builtin_clzl((3 * count) | 1U));
 }
 
 /// The shape of a table with `count` buckets, which is one of the primes, or 0.
