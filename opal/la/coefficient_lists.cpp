@@ -61,17 +61,24 @@ Equation sum_of(const QNumber* c1, const Equation& e1, const QNumber* c2,
 }
 
 // Appends the pairs of a list but for those of `zero`. A constraint that is there already
-// gets the new multiplier; `find` tells where it is, or answers null.
+// gets the new multiplier; `find` tells where it is, or answers null. Returns how many
+// pairs there were when a constraint with variables was met again for the last time, else
+// 0.
 template <typename Find>
-void collect(const CoeffList& list, const Equation* zero, CoeffList& pairs, Find find) {
+std::size_t collect(const CoeffList& list, const Equation* zero, CoeffList& pairs,
+                    Find find) {
+  std::size_t repeated = 0;
   for (const auto& [multiplier, e] : list) {
     assert(e != nullptr);
     if (e == zero) continue;
-    if (auto* known = find(e))
+    if (auto* known = find(e)) {
       known->first = multiplier;
-    else
+      if (e->has_vars()) repeated = pairs.size();
+    } else {
       pairs.emplace_back(multiplier, e);
+    }
   }
+  return repeated;
 }
 
 }  // namespace
@@ -178,29 +185,32 @@ void Interpolator::combine_eq_coeff_lists(CoeffList& l1, CoeffList& l2, CoeffLis
   CoeffList apart;  // from what the list has already
   CoeffList& pairs = out->empty() ? *out : apart;
   pairs.reserve(l1.size() + l2.size());
+  std::size_t repeated = 0;
+  auto collect_both = [&](auto find) {
+    repeated = collect(l1, &zero_eq_, pairs, find);
+    repeated = std::max(repeated, collect(l2, &zero_eq_, pairs, find));
+  };
   if (l1.size() + l2.size() <= LongList::SHORT) {
     auto find = [&pairs](const Equation* e) {
       const auto it = std::find_if(pairs.begin(), pairs.end(),
                                    [e](const auto& pair) { return pair.second == e; });
       return it == pairs.end() ? nullptr : &*it;
     };
-    collect(l1, &zero_eq_, pairs, find);
-    collect(l2, &zero_eq_, pairs, find);
+    collect_both(find);
   } else {
     hsh::HashMap<Equation*, std::size_t> positions;
     auto find = [&](Equation* e) {
       const auto [it, is_new] = positions.insert({e, pairs.size()});
       return is_new ? nullptr : &pairs[it->second];
     };
-    collect(l1, &zero_eq_, pairs, find);
-    collect(l2, &zero_eq_, pairs, find);
+    collect_both(find);
   }
   const bool are_two = pairs.size() == 2;
   if (are_two && pairs[0].second->coeffs().size() + pairs[1].second->coeffs().size() <
                      hsh::bucket_shape(1).full)
     merge_two(pairs, vars);
   else if (pairs.size() > 1)
-    merge_table_->merge(pairs, vars);
+    merge_table_->merge(pairs, vars, repeated);
   out->insert(out->end(), apart.begin(), apart.end());
   if (out->empty()) out->emplace_back(nullptr, &zero_eq_);
 }

@@ -22,19 +22,23 @@
 
 namespace opal::la {
 
-void Interpolator::MergeTable::merge(CoeffList& pairs, const TermSet& vars) {
-  fill(pairs);
+void Interpolator::MergeTable::merge(CoeffList& pairs, const TermSet& vars,
+                                     std::size_t repeated) {
+  fill(pairs, repeated);
   while (eliminate(vars)) {
   }
   write(pairs);
 }
 
 void Interpolator::MergeTable::order(CoeffList& pairs) {
-  fill(pairs);
+  fill(pairs, 0);
   write(pairs);
 }
 
-void Interpolator::MergeTable::fill(const CoeffList& pairs) {
+// A full table grows when a variable is looked up, whether it is new or not. So it grows
+// for the variables of a repeated constraint as well.
+void Interpolator::MergeTable::fill(const CoeffList& pairs, std::size_t repeated) {
+  assert(repeated <= pairs.size());
   const std::size_t least_count = hsh::bucket_shape(1).count;
   if (chains_.bucket_count() == least_count)
     chains_.clear();
@@ -46,6 +50,7 @@ void Interpolator::MergeTable::fill(const CoeffList& pairs) {
     assert(pairs_[i].second != nullptr && pairs_[i].second->is_normal());
     for (const auto& term : pairs_[i].second->coeffs())
       enter(chains_[term.first], i);
+    if (i + 1 == repeated && !chains_.empty()) (void)chains_[chains_.begin()->first];
   }
   assert(is_normal());
 }

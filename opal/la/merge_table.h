@@ -24,8 +24,9 @@ class Interpolator::MergeTable {
   explicit MergeTable(Interpolator& engine) : engine_(engine) {}
 
   /// Sums the pairs that a variable links which may not stay, until none is linked, and
-  /// puts them in order. No constraint may occur twice.
-  void merge(CoeffList& pairs, const TermSet& vars);
+  /// puts them in order. No constraint may occur twice; if one did, `repeated` is how many
+  /// pairs came before its last repetition, else 0.
+  void merge(CoeffList& pairs, const TermSet& vars, std::size_t repeated);
   /// Puts pairs in order that are not linked.
   void order(CoeffList& pairs);
 
@@ -47,7 +48,7 @@ class Interpolator::MergeTable {
     std::size_t tail = NONE;
   };
 
-  void fill(const CoeffList& pairs);
+  void fill(const CoeffList& pairs, std::size_t repeated);
   /// Appends a pair to the chain of one of its variables.
   void enter(Chain& chain, std::size_t pair);
   /// Looks at each variable once; false when nothing was linked.

@@ -153,8 +153,7 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
 void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
   assert(premise != nullptr);
   if (premise->references() > 1) return;
-  std::unique_ptr<CoeffList> list(find_in_cache(premise));
-  proof_cache_.erase(premise);
+  std::unique_ptr<CoeffList> list(proof_cache_.take(premise));
   if (list == nullptr) return;
   constexpr std::size_t MOST_SPARE = 256;
   if (list->capacity() >= LongList::SHORT) index.forget(list.get());

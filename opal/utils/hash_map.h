@@ -36,6 +36,12 @@ class HashMap : public Hashtable<std::pair<K, V>, GetKey_pair<K, V>, K, Hash, Eq
                        std::forward_as_tuple())
         .first->second;
   }
+  /// Removes the key and returns its value; a default value when it is absent.
+  V take(const K& key) {
+    V value{};
+    this->erase_after(key, [&value](auto& element) { value = std::move(element.second); });
+    return value;
+  }
 };
 
 }  // namespace opal::hsh

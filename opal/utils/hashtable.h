@@ -169,17 +169,7 @@ class Hashtable {
 
   /// Removes the key; tells whether it was present.
   bool erase(const Key& key) {
-    if (count_ == 0) return false;
-    assert(!buckets_.empty());
-    for (Bucket** link = &buckets_[index(key)]; *link != nullptr; link = &(*link)->next) {
-      if (!Equal()(GetKey()((*link)->value), key)) continue;
-      Bucket* const node = *link;
-      *link = node->next;
-      --count_;
-      release(node);
-      return true;
-    }
-    return false;
+    return erase_after(key, [](const Value&) {});
   }
 
   /// Removes everything and keeps the buckets.
@@ -244,6 +234,23 @@ class Hashtable {
     assert(Equal()(GetKey()((*head)->value), key));
     ++count_;
     return {iterator_at<iterator>(*head, head), true};
+  }
+
+  /// Removes the key after its element was used, if there is one; tells whether there was.
+  template <class Use>
+  bool erase_after(const Key& key, Use use) {
+    if (count_ == 0) return false;
+    assert(!buckets_.empty());
+    for (Bucket** link = &buckets_[index(key)]; *link != nullptr; link = &(*link)->next) {
+      if (!Equal()(GetKey()((*link)->value), key)) continue;
+      Bucket* const node = *link;
+      use(node->value);
+      *link = node->next;
+      --count_;
+      release(node);
+      return true;
+    }
+    return false;
   }
 
  private:

@@ -191,16 +191,15 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
   }
   /// The id of an equality with a given atom; that of its negation is the next one.
   int add_equality(Term atom, const Row& row, const QNumber& c) {
-    enter(la::LinearTerm::EQ, row, c, TheoryLit(atom));
-    return enter(la::LinearTerm::NEQ, row, c, TheoryLit(atom, true)) - 1;
+    enter(EQ, row, c, TheoryLit(atom));
+    return enter(NEQ, row, c, TheoryLit(atom, true)) - 1;
   }
   /// The id of a branch x <= c or x >= c, whose atom is the one that the engine builds.
   int add_branch(int kind, int var, const QNumber& c, Status colour) {
     Term sum = terms_.make_plus(terms_.make_number(0),
                                 terms_.make_times(terms_.make_number(1), var_term(var)));
     Term bound = terms_.make_number(c);
-    enter_atom(kind == la::LinearTerm::LEQ ? terms_.make_leq(sum, bound)
-                                           : terms_.make_leq(bound, sum),
+    enter_atom(kind == LEQ ? terms_.make_leq(sum, bound) : terms_.make_leq(bound, sum),
                colour);
     return add(kind, {{var, 1}}, c, Status::UNKNOWN);
   }
@@ -295,7 +294,7 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
     for (const auto& [var, coeff] : row)
       lt.vars.add_var(coeff, var);
     constraints_.emplace_back(std::move(lt), lit);
-    if (kind == la::LinearTerm::EQ) equalities_[lit.atom()] = last_id();
+    if (kind == EQ) equalities_[lit.atom()] = last_id();
     return last_id();
   }
   void may_fail() {

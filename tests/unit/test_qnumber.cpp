@@ -132,7 +132,7 @@ TEST(QNumber, ComparisonsIgnoreTheFormAndOtherOperationsKeepIt) {
     mpz_class down;
     mpz_fdiv_q(down.get_mpz_t(), v.get_num_mpz_t(), v.get_den_mpz_t());
     EXPECT_NUMBER(a.neg(), -v, a.is_small());
-    EXPECT_NUMBER(abs(a), abs(v), a.is_small());
+    EXPECT_NUMBER(opal::abs(a), abs(v), a.is_small());
     EXPECT_NUMBER(a.floor(), down, a.is_small());
     if (v != 0) EXPECT_NUMBER(a.inv(), 1 / v, a.is_small());
     EXPECT_NUMBER(a.get_num(), v.get_num(), a.is_small() || v.get_num().fits_sint_p());
@@ -151,8 +151,8 @@ TEST(QNumber, ComparisonsIgnoreTheFormAndOtherOperationsKeepIt) {
     const bool both_small = x.is_small() && y.is_small();
     const bool gcd_small =
         both_small || (x.is_small() && m != 0) || (y.is_small() && n != 0);
-    EXPECT_NUMBER(gcd(x, y), gcd_of(m, n), gcd_small);
-    EXPECT_NUMBER(lcm(x, y), lcm(m, n), both_small && is_word(lcm(m, n)));
+    EXPECT_NUMBER(opal::gcd(x, y), gcd_of(m, n), gcd_small);
+    EXPECT_NUMBER(opal::lcm(x, y), lcm(m, n), both_small && is_word(lcm(m, n)));
     EXPECT_TRUE(m == 0 ||
                 x.divides(y) == (mpz_divisible_p(n.get_mpz_t(), m.get_mpz_t()) != 0));
   }
