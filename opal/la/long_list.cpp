@@ -21,6 +21,7 @@ void Interpolator::LongList::attach(CoeffList& list) {
   if (list_ == &list) return;
   list_ = nullptr;
   is_settled_ = true;
+  list.reserve(SHORT + 1);  // by which forget_premise knows it
   position_of_.clear();
   constraints_.clear();
   for (std::size_t i = 0; i < list.size(); ++i) {

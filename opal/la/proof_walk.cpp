@@ -156,8 +156,11 @@ void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
   std::unique_ptr<CoeffList> list(proof_cache_.take(premise));
   if (list == nullptr) return;
   constexpr std::size_t MOST_SPARE = 256;
-  if (list->capacity() >= LongList::SHORT) index.forget(list.get());
-  if (list->capacity() > LongList::SHORT || spare_lists_.size() >= MOST_SPARE) return;
+  if (list->capacity() > LongList::SHORT) {
+    index.forget(list.get());
+    return;
+  }
+  if (spare_lists_.size() >= MOST_SPARE) return;
   list->clear();
   spare_lists_.push_back(std::move(list));
 }

@@ -87,7 +87,7 @@ class Terms : public TermManager {
   }
   /// Sums are built whatever the flag is, as in the integer rules that leave it alone.
   bool any_flag = false;
-  /// What the flag allows: t and true is t.
+  /// What the flag allows: t and true is t, and so is t and t.
   bool simplifies = false;
 
   static const NamedSymbol& named(const Symbol* s) {
@@ -120,7 +120,7 @@ class Terms : public TermManager {
   }
   Term make_not(Term t) override { return make("not", {t}); }
   Term make_and(Term a, Term b) override {
-    const bool is_a = simplifies && building_flag() != 0 && b == true_;
+    const bool is_a = simplifies && building_flag() != 0 && (b == true_ || b == a);
     return is_a ? a : make("and", {a, b});
   }
   Term make_or(Term a, Term b) override { return make("or", {a, b}); }
