@@ -21,18 +21,6 @@ namespace {
 
 using Atoms = std::unordered_set<const Term_*>;
 
-// One level of the solver, taken back at the end of the scope.
-class LevelScope {
- public:
-  explicit LevelScope(la::Solver& solver) : solver_(solver) { solver_.push(); }
-  LevelScope(const LevelScope&) = delete;
-  LevelScope& operator=(const LevelScope&) = delete;
-  ~LevelScope() { solver_.pop(); }
-
- private:
-  la::Solver& solver_;
-};
-
 // Takes a conjunction's atoms from the open ones; whether there were any.
 bool takes_any(const Conjunction& part, Atoms& open) {
   bool any = false;
@@ -54,6 +42,7 @@ ConjunctiveRoad::ConjunctiveRoad(Terms& terms, Mapper& mapper, Limits& limits)
 }
 
 void ConjunctiveRoad::push() {
+  forget_answer();
   levels_.push_back(parts_.size());
   try {
     solver_.push();
@@ -84,6 +73,8 @@ void ConjunctiveRoad::clear() {
 }
 
 void ConjunctiveRoad::forget_answer() {
+  if (has_assumption_level_) solver_.pop();
+  has_assumption_level_ = false;
   assumptions_.clear();
   proof_ = proof::ProofRef();
 }
@@ -171,8 +162,10 @@ bool ConjunctiveRoad::catch_up(const AssertionStack& stack) {
 
 la::Solver::Verdict ConjunctiveRoad::check(std::vector<Conjunction> assumptions) {
   forget_answer();
-  std::optional<LevelScope> level;
-  if (!assumptions.empty()) level.emplace(solver_);
+  if (!assumptions.empty()) {
+    solver_.push();
+    has_assumption_level_ = true;
+  }
   for (const Conjunction& assumption : assumptions)
     assert_atoms(assumption);
   assumptions_ = std::move(assumptions);

@@ -66,7 +66,8 @@ class ConjunctiveRoad {
 
   /// A formula taken apart, or nothing for one that is no conjunction of linear literals.
   [[nodiscard]] std::optional<Conjunction> take_apart(const Term_* formula);
-  /// Decides what is here together with assumptions.
+  /// Decides what is here together with assumptions. After SAT the model is in solver(),
+  /// until the next change or check.
   la::Solver::Verdict check(std::vector<Conjunction> assumptions);
 
   // --- after UNSAT, until the next change or check
@@ -116,6 +117,9 @@ class ConjunctiveRoad {
   // The position of an assertion that is known to be no conjunction, while it is there.
   std::optional<std::size_t> no_conjunction_;
   std::vector<Conjunction> assumptions_;  // of the last check
+  // Whether the solver has a level for them: it stays as long as the answer, whose model is
+  // read from the solver.
+  bool has_assumption_level_ = false;
   proof::ProofRef proof_;                 // after UNSAT
 };
 
