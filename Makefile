@@ -24,6 +24,7 @@ bench:
 	scripts/deps.sh bench
 	scripts/build.sh bench
 	python3 bench/run.py --build build/bench
+	python3 bench/sat.py build/bench/bench_dimacs
 
 # The tool, z3 and cvc5 side by side, family by family, with T seconds a run.
 bench-compare:

@@ -10,10 +10,10 @@ set -euo pipefail
 build=(g++ cmake ninja-build libgmp-dev libcli11-dev nlohmann-json3-dev python3)
 solvers=(z3 cvc5)
 test=(clang libclang-rt-14-dev clang-format-14 libgtest-dev libgmock-dev valgrind graphviz
-  pkgconf bash-completion zsh doxygen)
+  pkgconf bash-completion zsh doxygen minisat cadical)
 lint=(clang-tidy)
 package=(dpkg-dev file)
-bench=(libgtest-dev libbenchmark-dev libflint-dev libabsl-dev)
+bench=(libgtest-dev libbenchmark-dev libflint-dev libabsl-dev minisat)
 
 case "${1:-}" in
   build) wanted=("${build[@]}") ;;

@@ -94,6 +94,10 @@ void describe(CLI::App& app, Options& options) {
               "division), or auto (the smaller)")
       ->type_name("STYLE")
       ->default_str("auto");
+  add_setting(app, options, "--strength", "opal-strength",
+              "of interpolants of formulas: strong, middle, weak, or auto (the smallest)")
+      ->type_name("SYSTEM")
+      ->default_str("auto");
   add_switch(app, options, "--raw", "opal-raw", "print interpolants as they are built");
   add_switch(app, options, "--verify", "opal-verify",
              "check the proof, the symbols, and each interpolant with an outside solver");

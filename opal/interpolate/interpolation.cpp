@@ -3,6 +3,7 @@
 #include <cassert>
 #include <chrono>
 #include <map>
+#include <numeric>
 #include <utility>
 
 #include "opal/interpolate/branch_colours.h"
@@ -122,9 +123,10 @@ la::Interpolator& Interpolation::interpolator(Mode mode, Cuts cuts) {
 
 std::vector<const Term_*> Interpolation::raw_interpolants(
     proof::Proof* proof, const std::vector<laz::LaZInternalBBProof*>& branches,
-    const std::shared_ptr<const Grouping>& grouping, la::Interpolator& interpolator) {
+    const std::shared_ptr<const Grouping>& grouping, const std::vector<std::size_t>& roots,
+    la::Interpolator& interpolator) {
   std::vector<const Term_*> terms;
-  for (std::size_t root = 0; root + 1 < grouping->num_groups(); ++root) {
+  for (const std::size_t root : roots) {
     itp::TheoryAtomClassifier classifier(std::make_shared<Partition>(grouping, root));
     colour_branches(branches, mapper_, classifier);
     terms.push_back(interpolator.get_interpolant(&classifier, proof));
@@ -133,6 +135,7 @@ std::vector<const Term_*> Interpolation::raw_interpolants(
 }
 
 Interpolants Interpolation::smallest(proof::Proof* proof, const InterpolationTask& task,
+                                     const std::vector<std::size_t>& roots,
                                      const std::vector<Mode>& modes,
                                      const std::vector<Cuts>& styles) {
   const auto branches = branch_tree(*proof).branches;
@@ -147,12 +150,12 @@ Interpolants Interpolation::smallest(proof::Proof* proof, const InterpolationTas
       candidate.cuts = cuts;
       {
         const Stopwatch watch(seconds);
-        candidate.terms =
-            raw_interpolants(proof, branches, task.grouping, interpolator(mode, cuts));
+        candidate.terms = raw_interpolants(proof, branches, task.grouping, roots,
+                                           interpolator(mode, cuts));
       }
       const auto [entry, is_new] = sizes.emplace(candidate.terms, 0);
       if (!is_new) {
-        candidates.push_back({mode, cuts, entry->second});
+        candidates.push_back({mode, cuts, entry->second, Strength::STRONG});
         continue;
       }
       candidate.raw_size = dag_size(candidate.terms);
@@ -162,7 +165,7 @@ Interpolants Interpolation::smallest(proof::Proof* proof, const InterpolationTas
       }
       candidate.size = task.raw ? candidate.raw_size : dag_size(candidate.terms);
       entry->second = candidate.size;
-      candidates.push_back({mode, cuts, candidate.size});
+      candidates.push_back({mode, cuts, candidate.size, Strength::STRONG});
       if (!best || candidate.size < best->size) best = std::move(candidate);
     }
   }
@@ -190,6 +193,13 @@ std::optional<Interpolants> Interpolation::one_sided(proof::Proof& proof,
 
 Interpolants Interpolation::interpolants(proof::Proof* proof,
                                          const InterpolationTask& task) {
+  std::vector<std::size_t> roots(task.grouping->num_groups() - 1);
+  std::iota(roots.begin(), roots.end(), std::size_t{0});
+  return interpolants(proof, task, roots);
+}
+
+Interpolants Interpolation::interpolants(proof::Proof* proof, const InterpolationTask& task,
+                                         const std::vector<std::size_t>& roots) {
   assert(proof != nullptr);
   const Grouping& grouping = *task.grouping;
   if (task.mode == Mode::DUAL && !grouping.is_sequence()) {
@@ -205,7 +215,7 @@ Interpolants Interpolation::interpolants(proof::Proof* proof,
     result->mode = modes.front();
     result->cuts = styles.styles.front();
   } else {
-    result = smallest(part.get(), task, modes, styles.styles);
+    result = smallest(part.get(), task, roots, modes, styles.styles);
   }
   result->cuts_reason = styles.reason;
   return std::move(*result);

@@ -14,6 +14,7 @@
 #include "opal/base/limits.h"
 #include "opal/checker/proof_checker.h"
 #include "opal/interpolate/partition.h"
+#include "opal/interpolate/strength.h"
 #include "opal/la/interpolator.h"
 #include "opal/linear/mapper.h"
 #include "opal/terms/terms.h"
@@ -67,14 +68,16 @@ struct Interpolants {
     Mode mode;
     Cuts cuts;
     std::size_t size;
+    Strength strength = Strength::STRONG;  // of formulas
   };
 
   std::vector<const Term_*> terms;  // one per group but the root, in post-order
-  Mode mode = Mode::SUM;            // the one that was used, never AUTO
+  Mode mode = Mode::SUM;            // that was used; AUTO when lemmas of formulas differ
   Cuts cuts = Cuts::MODULAR;        // likewise; MODULAR for a proof without cuts
-  std::size_t raw_size = 0;         // distinct sub-terms in all, as built
-  std::size_t size = 0;             // and as answered
-  double engine_seconds = 0;        // spent in the engine, all modes and styles
+  Strength strength = Strength::STRONG;  // that was used, of formulas; never AUTO
+  std::size_t raw_size = 0;              // distinct sub-terms in all, as built
+  std::size_t size = 0;                  // and as answered
+  double engine_seconds = 0;             // spent in the engine, all modes and styles
   Origin origin = Origin::PROOF;
   CutsReason cuts_reason = CutsReason::ASKED;
   std::vector<Candidate> candidates;  // in the order of the tries; none without the engine
@@ -105,6 +108,9 @@ class Interpolation {
   /// that has cuts, std::logic_error for a branch whose atoms have no colour,
   /// opal::Exception for an impossible proof, LimitReached at a limit.
   Interpolants interpolants(proof::Proof* proof, const InterpolationTask& task);
+  /// The same for the partitions of the groups `roots` only, at least one, ascending.
+  Interpolants interpolants(proof::Proof* proof, const InterpolationTask& task,
+                            const std::vector<std::size_t>& roots);
 
   /// Has the checker look at what the engine is asked about for a grouping: the trimmed
   /// proof, and its colours in each partition. What is wrong, or nothing.
@@ -120,8 +126,10 @@ class Interpolation {
   la::Interpolator& interpolator(Mode mode, Cuts cuts);
   std::vector<const Term_*> raw_interpolants(
       proof::Proof* proof, const std::vector<laz::LaZInternalBBProof*>& branches,
-      const std::shared_ptr<const Grouping>& grouping, la::Interpolator& interpolator);
+      const std::shared_ptr<const Grouping>& grouping,
+      const std::vector<std::size_t>& roots, la::Interpolator& interpolator);
   Interpolants smallest(proof::Proof* proof, const InterpolationTask& task,
+                        const std::vector<std::size_t>& roots,
                         const std::vector<Mode>& modes, const std::vector<Cuts>& styles);
   [[nodiscard]] std::optional<Interpolants> one_sided(proof::Proof& proof,
                                                       const InterpolationTask& task);

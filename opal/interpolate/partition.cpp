@@ -30,6 +30,9 @@ Grouping::Grouping(std::vector<std::size_t> first) : first_(std::move(first)) {
   assert(is_tree(first_));
 }
 
+Grouping::Grouping(std::shared_ptr<const Grouping> symbols)
+    : first_(symbols->first_), symbols_(std::move(symbols)) {}
+
 std::vector<std::size_t> Grouping::sequence(std::size_t n) {
   return std::vector<std::size_t>(n, 0);
 }
@@ -38,12 +41,22 @@ std::vector<std::size_t> Grouping::sequence(std::size_t n) {
 // after the first few dozen terms is remembered. Floor terms nest and share: each is opened
 // once for a group.
 void Grouping::add(const Term_* atom, std::size_t group) {
-  constexpr int VISITS_WITHOUT_TABLE = 64;
+  place_atom(atom, group);
+  add_symbols(atom, group);
+}
+
+void Grouping::place_atom(const Term_* atom, std::size_t group) {
   assert(group < num_groups() || group == BACKGROUND);
   const auto [entry, is_new] = place_.insert({atom, group});
   if (!is_new) entry->second = std::max(entry->second, group);
+}
+
+void Grouping::add_symbols(const Term_* term, std::size_t group) {
+  constexpr int VISITS_WITHOUT_TABLE = 64;
+  assert(group < num_groups() || group == BACKGROUND);
+  assert(symbols_ == nullptr);
   seen_.clear();
-  open_.assign(1, atom);
+  open_.assign(1, term);
   for (int visits = 0; !open_.empty(); ++visits) {
     const Term_* const t = open_.back();
     open_.pop_back();
@@ -75,6 +88,20 @@ bool Grouping::is_sequence() const {
   return std::all_of(first_.begin(), first_.end(), [](std::size_t f) { return f == 0; });
 }
 
+std::size_t Grouping::lowest_common(std::size_t a, std::size_t b) const {
+  std::size_t group = std::max(a, b);
+  const std::size_t low = std::min(a, b);
+  while (first_[group] > low)
+    ++group;
+  return group;
+}
+
+const std::vector<std::size_t>* Grouping::groups_of(const Term_* symbol) const {
+  const auto& table = symbols_ ? symbols_->groups_of_ : groups_of_;
+  const auto found = table.find(symbol);
+  return found == table.end() ? nullptr : &found->second;
+}
+
 std::vector<std::size_t> Grouping::children(std::size_t group) const {
   std::vector<std::size_t> result;
   for (std::size_t end = group; end > first_[group]; end = first_[end - 1])
@@ -96,9 +123,9 @@ Grouping::status Grouping::symbols_colour(const Term_* term, std::size_t root) c
   bool b_local = false;
   for (const Term_* t : SubTerms({term})) {
     if (Terms::kind_of(t) != Kind::VARIABLE) continue;
-    const auto found = groups_of_.find(t);
-    if (found == groups_of_.end()) return status::UNKNOWN;
-    const std::vector<std::size_t>& groups = found->second;
+    const std::vector<std::size_t>* const found = groups_of(t);
+    if (found == nullptr) return status::UNKNOWN;
+    const std::vector<std::size_t>& groups = *found;
     const bool background = groups.back() == BACKGROUND;
     const auto inside = std::lower_bound(groups.begin(), groups.end(), first_[root]);
     const bool in_a = background || (inside != groups.end() && *inside <= root);
@@ -109,6 +136,31 @@ Grouping::status Grouping::symbols_colour(const Term_* term, std::size_t root) c
   if (a_local && b_local) return status::AB_MIXED;
   if (a_local) return status::A_LOCAL;
   return b_local ? status::B_LOCAL : status::SHARED;
+}
+
+// Let top(s) be the lowest group whose sub-tree has all groups of s. In the partition of r
+// the symbol is local to A when top(s) is below r, and local to B when none of its groups
+// is. So a place fits when it is below every top, and above or at a group of each symbol.
+std::optional<std::size_t> Grouping::place_by_symbols(const Term_* atom) const {
+  std::size_t place = num_groups() - 1;
+  std::vector<const std::vector<std::size_t>*> all;
+  for (const Term_* t : SubTerms({atom})) {
+    if (Terms::kind_of(t) != Kind::VARIABLE) continue;
+    const std::vector<std::size_t>* const groups = groups_of(t);
+    if (groups == nullptr) return std::nullopt;
+    if (groups->back() == BACKGROUND) continue;
+    all.push_back(groups);
+    const std::size_t top = lowest_common(groups->front(), groups->back());
+    if (in_subtree(top, place))
+      place = top;
+    else if (!in_subtree(place, top))
+      return std::nullopt;
+  }
+  for (const auto* groups : all) {
+    const auto inside = std::lower_bound(groups->begin(), groups->end(), first_[place]);
+    if (inside == groups->end() || *inside > place) return std::nullopt;
+  }
+  return place;
 }
 
 Partition::Partition(std::shared_ptr<const Grouping> grouping, std::size_t root)

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "opal/interfaces/atom_classifier.h"
@@ -25,17 +26,29 @@ namespace opal::host {
 /// together. For the same reason the background is the root's, and never A's, when there
 /// are more than two groups: cuts count a shared atom as A's, and siblings, which each
 /// would use it, then would not imply their parent's interpolant.
+///
+/// Where atoms are not asserted by themselves but occur in formulas, symbols and places are
+/// entered each by themselves: the symbols of the formulas, and for each atom the place
+/// that it has for all partitions.
 class Grouping {
  public:
   static constexpr std::size_t BACKGROUND = static_cast<std::size_t>(-1);
 
   /// `first` as above; it must be well formed (checked by an assertion).
   explicit Grouping(std::vector<std::size_t> first);
+  /// The same tree without atoms; what symbols occur where is read from `symbols`, and none
+  /// can be added.
+  explicit Grouping(std::shared_ptr<const Grouping> symbols);
   /// The sequence of n groups.
   static std::vector<std::size_t> sequence(std::size_t n);
 
   /// Enters an atom asserted in `group` (or BACKGROUND), with its symbols.
   void add(const Term_* atom, std::size_t group);
+  /// Enters the symbols of a term that occurs in `group`, and no atom. Time linear in the
+  /// term as a DAG.
+  void add_symbols(const Term_* term, std::size_t group);
+  /// Enters an atom, whose symbols are known already; the last of several places counts.
+  void place_atom(const Term_* atom, std::size_t group);
 
   /// The group that has an atom, or BACKGROUND; num_groups() for one that was not entered.
   [[nodiscard]] std::size_t place(const Term_* atom) const;
@@ -47,6 +60,8 @@ class Grouping {
     return first_[root] <= group && group <= root;
   }
   [[nodiscard]] bool is_sequence() const;
+  /// The lowest group whose sub-tree has both.
+  [[nodiscard]] std::size_t lowest_common(std::size_t a, std::size_t b) const;
   /// The groups whose parent is `group`, ascending.
   [[nodiscard]] std::vector<std::size_t> children(std::size_t group) const;
 
@@ -57,12 +72,21 @@ class Grouping {
   /// The colour of a term by its symbols (those of a floor term are inside of it), of all
   /// atoms entered wherever they were asserted.
   [[nodiscard]] status symbols_colour(const Term_* term, std::size_t root) const;
+  /// The place of an atom that nobody asserted: the lowest group that, for one symbol of
+  /// the atom, has every group in its sub-tree in which the symbol occurs. So in each
+  /// partition the atom is A's if one of its symbols is local to A, else B's. Nothing when
+  /// it mixes symbols that are local to two sides in some partition, or has one of no
+  /// group.
+  [[nodiscard]] std::optional<std::size_t> place_by_symbols(const Term_* atom) const;
 
  private:
   /// Notes that a variable or floor term occurs in a group; false when it was known.
   bool enter(const Term_* symbol, std::size_t group);
+  /// The groups of a symbol, ascending; null for an unknown one.
+  [[nodiscard]] const std::vector<std::size_t>* groups_of(const Term_* symbol) const;
 
   std::vector<std::size_t> first_;
+  std::shared_ptr<const Grouping> symbols_;        // that of another grouping; may be null
   hsh::HashMap<const Term_*, std::size_t> place_;  // of each atom
   // For each variable and floor term, the ascending groups in which it occurs; BACKGROUND
   // is the last.

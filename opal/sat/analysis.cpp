@@ -51,6 +51,7 @@ Search::Engine::Preparation Search::Engine::prepare_conflict(ClauseRef conflict)
   order_watches(clause.begin(), clause.end());
   if (attached) attach(conflict);
   backtrack(clause.size() > 1 ? level(clause[1]) : 0);
+  assert(truth(clause[0]) == 0);
   assign(clause[0], conflict);
   return Preparation::IMPLICATION;
 }
@@ -71,6 +72,7 @@ void Search::Engine::order_watches(Literal* begin, Literal* end) const {
 void Search::Engine::learn_from(ClauseRef conflict) {
   assert(level() > 0);
   resolve_back(conflict);
+  assert(units_.empty() || is_recording());
   statistics_.learned_literals += learned_.size();
   minimise();
   statistics_.minimised_literals += removed_.size();
@@ -159,6 +161,7 @@ std::uint32_t Search::Engine::glue(LiteralSpan literals) {
 // Goes back to where the learned clause implies its first literal, and assigns that.
 void Search::Engine::learn() {
   const std::uint32_t its_glue = glue(learned_);
+  assert(its_glue >= 1 && its_glue <= learned_.size());
   restarts_.add_conflict(its_glue);
   const ClauseId id = is_recording() ? proofs_.add_chain(chain_) : NO_CLAUSE;
   if (learned_.size() == 1) {
@@ -166,7 +169,9 @@ void Search::Engine::learn() {
     assign_unit(learned_[0], id);
     return;
   }
+  assert(truth(learned_[0]) < 0 && level(learned_[0]) == level());
   order_watches(learned_.data() + 1, learned_.data() + learned_.size());
+  assert(truth(learned_[1]) < 0 && level(learned_[1]) < level());
   backtrack(level(learned_[1]));
   const ClauseRef ref = store(learned_, ClauseKind::LEARNED, its_glue, id);
   arena_[ref].set_uses(its_glue <= GOOD_GLUE ? 2 : 1);
@@ -184,27 +189,28 @@ void Search::Engine::clear_marks() {
 // alone: the final clause.
 void Search::Engine::analyse_failed_assumption(Literal failed) {
   assert(truth(failed) < 0 && marked_.empty() && units_.empty());
-  chain_.clear();
-  marks_[failed.variable()] |= ESSENTIAL;  // here: a failed assumption
-  marked_.push_back(failed.variable());
   const VariableState& state = variables_[failed.variable()];
-  // Whether its negation is an assumption as well.
-  const bool is_contradictory = state.level > 0 && state.reason == NO_REF;
   if (state.level == 0) {
-    if (is_recording()) final_clause_ = unit_ids_[failed.variable()];
+    failed_assumptions_ = {failed};
+    if (!is_recording()) return;
+    final_clause_ = unit_ids_[failed.variable()];
     if (final_clause_ != NO_CLAUSE) proofs_.hold(final_clause_);
-  } else if (!is_contradictory) {
+  } else if (state.reason == NO_REF) {  // its negation is an assumption, too
+    failed_assumptions_ = {~failed, failed};
+  } else {
     resolve_to_assumptions(~failed);
     if (is_recording()) final_clause_ = proofs_.add_chain(chain_);
+    add_mark(failed.variable(), ESSENTIAL);
+    for (const Literal assumption : assumptions_) {
+      std::uint8_t& mark = marks_[assumption.variable()];
+      if ((mark & ESSENTIAL) == 0) continue;
+      const bool is_of_failed = assumption.variable() == failed.variable();
+      if (is_of_failed ? assumption != failed : truth(assumption) < 0) continue;
+      failed_assumptions_.push_back(assumption);
+      mark = IN_CLAUSE;  // named once
+    }
+    clear_marks();
   }
-  for (const Literal assumption : assumptions_) {
-    std::uint8_t& mark = marks_[assumption.variable()];
-    const bool is_needed = truth(assumption) > 0 || assumption == failed;
-    if ((mark & ESSENTIAL) == 0 || !is_needed) continue;
-    failed_assumptions_.push_back(assumption);
-    if (!is_contradictory) mark = 0;  // named once
-  }
-  clear_marks();
 }
 
 // Begins chain_ with the reason of `implied` and resolves until decisions only are left,
@@ -223,6 +229,7 @@ void Search::Engine::resolve_to_assumptions(Literal implied) {
     }
   };
   const ClauseRef first = explained_reason(implied);
+  chain_.clear();
   chain_.first = arena_[first].id();
   take(first, implied);
   for (std::size_t i = variables_[implied.variable()].position; i-- > trail_limits_[0];) {

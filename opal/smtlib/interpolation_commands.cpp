@@ -64,6 +64,7 @@ InterpolationQuery Interpreter::query_of(const Command& command) const {
   query.first = std::move(tree.first);
   query.mode = settings_.mode;
   query.cuts = settings_.cuts;
+  query.strength = settings_.strength;
   query.raw = settings_.raw;
   query.unmentioned = settings_.unmentioned;
   return query;

@@ -20,6 +20,7 @@ namespace opal::smtlib {
 
 using host::Cuts;
 using host::Mode;
+using host::Strength;
 using host::Unmentioned;
 using Method = la::Solver::Method;
 
@@ -59,6 +60,14 @@ template <>
 struct Names<Cuts> {
   static std::array<Named<Cuts>, 3> all() {
     return {named(Cuts::MODULAR), named(Cuts::FLOOR), named(Cuts::AUTO)};
+  }
+};
+
+template <>
+struct Names<Strength> {
+  static std::array<Named<Strength>, 4> all() {
+    return {named(Strength::STRONG), named(Strength::MIDDLE), named(Strength::WEAK),
+            named(Strength::AUTO)};
   }
 };
 
@@ -173,6 +182,7 @@ constexpr Option option(std::string_view name) {
 constexpr Option OPTIONS[] = {
     option<&Settings::mode>("opal-mode"),
     option<&Settings::cuts>("opal-cuts"),
+    option<&Settings::strength>("opal-strength"),
     option<&Settings::raw>("opal-raw"),
     option<&Settings::verify>("opal-verify"),
     option<&Settings::verify_with>("opal-verify-with"),

@@ -29,6 +29,7 @@ enum class OnError : std::uint8_t { AUTO, STOP, CONTINUE };
 struct Settings {
   host::Mode mode = host::Mode::AUTO;
   host::Cuts cuts = host::Cuts::AUTO;
+  host::Strength strength = host::Strength::AUTO;
   bool raw = false;     // interpolants as built, without simplification
   bool verify = false;  // check proofs and interpolants
   std::string verify_with = host::OUTSIDE_SOLVERS;

@@ -144,8 +144,8 @@ static void test_misuse(void) {
          OPAL_INVALID);
   EXPECT_ERROR(s, "a division by zero: x");
   /* The first half would make the rest unsatisfiable; it is not asserted alone. */
-  answer = opal_not(s, opal_and(s, opal_le(s, x, opal_integer(s, 1)),
-                                opal_ne(s, x, opal_integer(s, 0))));
+  answer = opal_not(
+      s, opal_and(s, opal_le(s, x, opal_integer(s, 1)), opal_ne(s, x, opal_integer(s, 0))));
   answer = opal_and(s, opal_lt(s, opal_integer(s, 1), x), answer);
   EXPECT(opal_assert(s, "A", answer) == OPAL_UNSUPPORTED);
   answer = NULL;

@@ -6,6 +6,7 @@ _opal() {
   case $prev in
     --mode) COMPREPLY=($(compgen -W "sum conj dual auto" -- "$cur")); return ;;
     --cuts) COMPREPLY=($(compgen -W "modular floor auto" -- "$cur")); return ;;
+    --strength) COMPREPLY=($(compgen -W "strong middle weak auto" -- "$cur")); return ;;
     --unmentioned) COMPREPLY=($(compgen -W "background B error" -- "$cur")); return ;;
     --proof-format) COMPREPLY=($(compgen -W "sexp json dot" -- "$cur")); return ;;
     --on-error) COMPREPLY=($(compgen -W "auto stop continue" -- "$cur")); return ;;
@@ -22,7 +23,7 @@ _opal() {
     return
   fi
   if [[ $cur == -* ]]; then
-    COMPREPLY=($(compgen -W "-h --help --version --mode --cuts --raw --verify --verify-with
+    COMPREPLY=($(compgen -W "-h --help --version --mode --cuts --strength --raw --verify --verify-with
       --timeout --memory --unmentioned --dot --svg --proof-format --explain --dump-proof
       --check-files --on-error --stats --stats= --progress --progress=" -- "$cur"))
     [[ ${COMPREPLY[0]-} == *= ]] && compopt -o nospace

@@ -72,6 +72,7 @@ class FormulaInterpolation {
   Terms& terms_;
   Mapper& mapper_;
   Limits& limits_;
+  la::Solver solver_;  // which the engine is told of
   Interpolation lemmas_;
 };
 

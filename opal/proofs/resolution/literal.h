@@ -27,7 +27,8 @@ class Literal {
  public:
   /// No literal at all: the default, equal to itself only.
   constexpr Literal() = default;
-  constexpr explicit Literal(Variable variable, Sign sign = Sign::POSITIVE)
+  constexpr explicit Literal(Variable variable) : code_(2 * variable) {}
+  constexpr Literal(Variable variable, Sign sign)
       : code_(2 * variable + static_cast<std::uint32_t>(sign)) {}
   [[nodiscard]] static constexpr Literal of_code(std::uint32_t code) {
     Literal literal;

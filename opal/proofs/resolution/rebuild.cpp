@@ -57,13 +57,17 @@ const std::vector<Literal>& Rebuild::clause(NodeIndex node) const {
 }
 
 void Rebuild::append(NodeIndex first, const std::vector<Step>& steps) {
+  assert(pending_[new_node_[first]] > 0);
   start(new_node_[first]);
   for (const Step& step : steps)
     resolve(step.pivot, new_node_[step.antecedent], Cut::NONE);
   last_ = finish();
 }
 
-ClauseProof Rebuild::result() const { return trimmed(made_, last_); }
+ClauseProof Rebuild::result() const {
+  assert(!made_.empty() && last_ < made_.size());
+  return trimmed(made_, last_);
+}
 
 void Rebuild::add_leaf(NodeIndex node) {
   const LiteralSpan literals = old_.literals(node);
@@ -93,14 +97,22 @@ void Rebuild::start(NodeIndex made) {
 }
 
 void Rebuild::resolve(Literal pivot, NodeIndex made, Cut cut) {
-  if (cut == Cut::SKIP || marks_[(~pivot).code()] == 0) return;
   const std::vector<Literal>& clause = clauses_[made];
-  const bool has_pivot = std::find(clause.begin(), clause.end(), pivot) != clause.end();
-  if (cut == Cut::RESTART || !has_pivot || marks_[pivot.code()] != 0) {
+  const auto has = [&](Literal literal) {
+    return std::find(clause.begin(), clause.end(), literal) != clause.end();
+  };
+  // Cuts go first: whoever made them has not seen to it that the other premise may serve.
+  if (cut == Cut::SKIP) return;
+  if (cut == Cut::RESTART) {
     start(made);
     return;
   }
-  if (std::find(clause.begin(), clause.end(), ~pivot) != clause.end()) return;
+  if (marks_[(~pivot).code()] == 0) return;
+  if (marks_[pivot.code()] != 0 || !has(pivot)) {
+    start(made);
+    return;
+  }
+  if (has(~pivot)) return;
   marks_[(~pivot).code()] = 0;
   for (const Literal literal : clause)
     if (literal != pivot) add_literal(literal);
@@ -134,6 +146,7 @@ NodeIndex Rebuild::finish() {
 }
 
 void Rebuild::add_literal(Literal literal) {
+  assert(literal.code() < marks_.size());
   if (marks_[literal.code()] != 0) return;
   marks_[literal.code()] = 1;
   running_.push_back(literal);
