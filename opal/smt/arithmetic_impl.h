@@ -151,11 +151,9 @@ class ArithmeticTheory::Impl {
   struct Sides {
     Literal at_most;
     Literal at_least;
-    bool is_split = false;  // the lemma  f = c or f < c or f > c  was given
   };
   std::vector<Sides> sides_;
-  std::size_t equalities_head_ = 0;     // the sides of those below were implied
-  std::size_t disequalities_head_ = 0;  // those below were split
+  std::size_t equalities_head_ = 0;  // the sides of those below were implied
 
   std::vector<Literal> conflict_;  // asserted literals that contradict each other
   std::size_t conflict_level_ = 0;
@@ -167,7 +165,7 @@ class ArithmeticTheory::Impl {
 
   static constexpr std::size_t FIRST_NODE_LIMIT = 64;
   static constexpr std::size_t LAST_NODE_LIMIT = 65536;
-  static constexpr std::size_t MAX_ROWS = 50;  // for derived bounds, in one call
+  static constexpr std::size_t MAX_ROWS = 200;  // for derived bounds, in one call
 };
 
 }  // namespace opal::smt

@@ -129,7 +129,6 @@ void ArithmeticTheory::Impl::retract(const Level& level) {
   equalities_.resize(level.equalities);
   equalities_head_ = std::min(equalities_head_, level.equalities);
   disequalities_.resize(level.disequalities);
-  disequalities_head_ = std::min(disequalities_head_, level.disequalities);
   simplex_.retract(level.bounds);
   propagated_ = std::min(propagated_, level.bounds);
   grounds_.resize(level.grounds);

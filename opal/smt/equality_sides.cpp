@@ -14,9 +14,8 @@
 // Conflicts mostly need one side only. What is learned from f <= c holds as well when that
 // is true for another reason, where what is learned from f = c would be of no use.
 //
-// A disequality that is asserted is split for the clauses to choose a side:
-//
-//     f = c  or  f < c  or  f > c                where f < c denies f >= c
+// f < c and f > c, their denials, are what a disequality leaves. Choosing between them is
+// not the clauses' affair until the last check finds that it has to be.
 
 namespace opal::smt {
 
@@ -42,7 +41,7 @@ void ArithmeticTheory::Impl::make_sides(sat::Variable atom, Consequences& conseq
   sides_[atom].at_least = second;
 }
 
-// Implies the sides of equalities, and splits disequalities.
+// Implies the sides of equalities.
 bool ArithmeticTheory::Impl::propagate_sides(Consequences& consequences) {
   bool implied = false;
   for (; equalities_head_ < equalities_.size(); ++equalities_head_) {
@@ -52,15 +51,6 @@ bool ArithmeticTheory::Impl::propagate_sides(Consequences& consequences) {
     implied |= imply_side(sides.at_most, equality, consequences);
     if (conflict_.empty()) implied |= imply_side(sides.at_least, equality, consequences);
     if (!conflict_.empty()) return implied;
-  }
-  for (; disequalities_head_ < disequalities_.size(); ++disequalities_head_) {
-    const Literal literal = disequalities_[disequalities_head_];
-    Sides& sides = sides_[literal.variable()];
-    if (sides.is_split || !sides.at_most.is_valid()) continue;
-    sides.is_split = true;
-    clause_ = {~literal, ~sides.at_most, ~sides.at_least};
-    consequences.add_lemma(clause_, TAG, sat::Retention::KEPT);
-    ++statistics.disequality_splits;
   }
   return implied;
 }
