@@ -31,7 +31,7 @@ TEST(Expressions, TakeTheValuesThatTheirOperatorsSay) {
       {congruent(x, 2, 3), "1"},
       {congruent(x, 1, 3), "0"},
       {q || x > y, "0"},
-      {q || !q && p, "1"},
+      {q || (!q && p), "1"},
       {implies(p, q), "0"},
       {implies(q, x > y) && implies(p, true), "1"},
       {p == (x < y), "1"},
