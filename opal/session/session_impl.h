@@ -76,6 +76,8 @@ class Session::Impl {
   void need(Verdict wanted) const;
   // The refutation of a conjunction; throws when there is none.
   [[nodiscard]] proof::Proof& conjunctive_proof() const;
+  // The refutation for other programs, kept by `nodes`; null when it has no such form.
+  [[nodiscard]] const ExternalProof* exported(ExternalProofs& nodes);
   // Every formula that is asserted or assumed; assertion i is at i.
   [[nodiscard]] std::vector<const Term_*> formulas() const;
   // After UNSAT: positions in formulas(), ascending.

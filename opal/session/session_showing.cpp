@@ -11,6 +11,7 @@
 #include "opal/interpolate/partition.h"
 #include "opal/interpolate/trimming.h"
 #include "opal/proofs/proof_listing.h"
+#include "opal/proofs/proof_text.h"
 #include "opal/session/session_impl.h"
 #include "opal/terms/print/printer.h"
 
@@ -59,6 +60,11 @@ void Session::draw_interpolants(const InterpolationQuery& query, const Interpola
 }
 
 void Session::dump_proof(std::ostream& out) {
+  if (impl_->last.road == Road::FORMULA) {
+    print_proof(out, external_proof());
+    out << '\n';
+    return;
+  }
   host::dump_proof(out, impl_->conjunctive_proof(), impl_->terms, impl_->mapper);
 }
 
