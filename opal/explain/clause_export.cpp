@@ -10,7 +10,8 @@
 //                (not (<= x 0)) (cl-resolve (cl-lemma ... (not (<= x 0)) (<= x 0) ...
 //
 // where each pi is a literal of ci whose negation the clause so far has. A chain without
-// steps is what it starts with. A lemma's proof is exported as every proof of a conjunction.
+// steps is what it starts with. A lemma's proof is exported as every proof of a
+// conjunction.
 
 #include "opal/explain/clause_export.h"
 

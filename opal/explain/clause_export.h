@@ -18,8 +18,9 @@ using LemmaProver = std::function<proof::Proof*(resolution::NodeIndex)>;
 
 /// A refutation of formulas in the form that other programs read; `nodes` keeps it. Its
 /// rules are cl-input, cl-lemma and cl-resolve; see docs/proofs.md. As large as the
-/// refutation, its lemmas' proofs and the formulas in it are as graphs; iterative. Null when
-/// a lemma's proof has a node without an external form. Passes on what the prover throws.
+/// refutation, its lemmas' proofs and the formulas in it are as graphs; iterative. Null
+/// when a lemma's proof has a node without an external form. Passes on what the prover
+/// throws.
 const ExternalProof* exported(ExternalProofs& nodes,
                               const resolution::ClauseRefutation& refutation, Terms& terms,
                               Mapper& mapper, const LemmaProver& prove);

@@ -151,6 +151,13 @@ void ExportedFormulas::export_formula(const Term_* t) {
   formula.node = nodes_.new_part(connective, std::move(children));
 }
 
+// A numeral is written as a Real one where that is what it is among.
+ExternalProof* ExportedFormulas::export_branch(const Term_* number, Sort sort) {
+  ExternalProof* const leaf = nodes_.get_term_proof(number);
+  if (sort != Sort::REAL || !Terms::is_numeral(number)) return leaf;
+  return nodes_.new_part("to_real", {leaf});
+}
+
 // An `ite` becomes its first constant; all of its constants stand for it.
 void ExportedFormulas::export_number(const Term_* t) {
   const auto constants = constants_.find(t);
@@ -162,7 +169,7 @@ void ExportedFormulas::export_number(const Term_* t) {
   for (const Term_* constant : constants->second) {
     std::vector<ExternalProof*> children{formulas_.at(t->arg(0)).node};
     for (const std::size_t branch : {1U, 2U})
-      children.push_back(nodes_.get_term_proof(replaced(t->arg(branch))));
+      children.push_back(export_branch(replaced(t->arg(branch)), Terms::sort_of(t)));
     nodes_.new_part("ite", std::move(children), constant);
   }
   replaced_[t] = constants->second.front();
@@ -190,8 +197,9 @@ ExternalProof* ExportedFormulas::literal(resolution::Literal literal) {
   } else {
     const Meaning& meaning = refutation_.meaning(literal.variable());
     assert(meaning.kind != Meaning::Kind::NONE);
-    node = formulas_.at(meaning.kind == Meaning::Kind::ATOM ? meaning.atom : meaning.formula)
-               .node;
+    node =
+        formulas_.at(meaning.kind == Meaning::Kind::ATOM ? meaning.atom : meaning.formula)
+            .node;
   }
   assert(node != nullptr);
   return node;

@@ -45,14 +45,15 @@ class ExportedFormulas {
   [[nodiscard]] std::vector<const Term_*> operands_of(const Term_* t) const;
   void export_formula(const Term_* t);
   void export_number(const Term_* t);
+  ExternalProof* export_branch(const Term_* number, Sort sort);
   const Term_* with_replaced_arguments(const Term_* t);
   [[nodiscard]] const Term_* replaced(const Term_* t) const;
 
   ExternalProofs& nodes_;
   Terms& terms_;
   const resolution::ClauseRefutation& refutation_;
-  std::unordered_map<const Term_*, Constants> constants_;     // of an `ite` of numbers
-  std::unordered_map<const Term_*, const Term_*> replaced_;   // terms with `ite` in them
+  std::unordered_map<const Term_*, Constants> constants_;    // of an `ite` of numbers
+  std::unordered_map<const Term_*, const Term_*> replaced_;  // terms with `ite` in them
   std::unordered_map<const Term_*, Formula> formulas_;
   std::vector<ExternalProof*> literals_;  // by code; null: not asked for yet
 };

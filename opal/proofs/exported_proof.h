@@ -12,10 +12,10 @@
 
 namespace opal {
 
-/// A node of an exported proof: a rule with children, or the leaf of a term. A connective of
-/// a formula that is no literal is a rule too, so that formulas share their parts. A node
-/// may stand for a constant that terms have in them; children of a leaf are the nodes for
-/// the constants in its term.
+/// A node of an exported proof: a rule with children, or the leaf of a term. A connective
+/// of a formula that is no literal is a rule too, so that formulas share their parts. A
+/// node may stand for a constant that terms have in them; children of a leaf are the nodes
+/// for the constants in its term.
 class ExternalProof {
  public:
   /// Steps derive something, parts are what they speak of.

@@ -38,8 +38,9 @@ void print_proof(std::ostream& out, const ExternalProof& root, bool real = true)
 ///     {"id": 1, "term": "(<= x 3.0)"}
 ///
 /// A child is the id of a node or a {"term": ...} or {"number": ...} of its own. Ids count
-/// from 1; a node whose value a constant has, has its "name"; numbers are texts like "-1/2", so that they stay exact; terms are SMT-LIB. Bytes
-/// that are no UTF-8 (names in a script may have them) become U+FFFD.
+/// from 1; a node whose value a constant has, has its "name"; numbers are texts like
+/// "-1/2", so that they stay exact; terms are SMT-LIB. Bytes that are no UTF-8 (names in a
+/// script may have them) become U+FFFD.
 void print_proof_json(std::ostream& out, const ExternalProof& root, bool real = true);
 
 }  // namespace opal::host

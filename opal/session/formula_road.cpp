@@ -87,6 +87,11 @@ Interpolants FormulaRoad::interpolants(const ResolvedQuery& resolved,
   return interpolation_.interpolants(solver_->refutation(), task_of(resolved, query));
 }
 
+AtomPlaces FormulaRoad::places(const ResolvedQuery& resolved) {
+  assert(is_entered());
+  return FormulaInterpolation::places(refutation(), task_of(resolved, {}));
+}
+
 const ExternalProof* FormulaRoad::exported(ExternalProofs& nodes) {
   assert(is_entered());
   const resolution::ClauseRefutation& refutation = solver_->refutation();

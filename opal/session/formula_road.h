@@ -57,6 +57,11 @@ class FormulaRoad {
   [[nodiscard]] std::vector<std::size_t> core(const std::vector<const Term_*>& formulas);
   /// The interpolants of a query. Throws as FormulaInterpolation::interpolants().
   Interpolants interpolants(const ResolvedQuery& resolved, const InterpolationQuery& query);
+  [[nodiscard]] const resolution::ClauseRefutation& refutation() {
+    return solver_->refutation();
+  }
+  /// Where the refutation's variables lie for a query.
+  [[nodiscard]] AtomPlaces places(const ResolvedQuery& resolved);
   /// The refutation in the form that other programs read, kept by `nodes`; null when it has
   /// none. Throws NotInterpolated for a lemma without a proof, LimitReached.
   const ExternalProof* exported(ExternalProofs& nodes);
