@@ -212,6 +212,7 @@ class Variables:
     def __init__(self, formulas):
         self._declared, self._floors, self._choices = {}, {}, {}
         self.definitions, self.formulas = set(), formulas
+        self.has_integers = True  # else a numeral is a real number
 
     def _count(self):
         return len(self._declared) + len(self._floors) + len(self._choices)
@@ -246,7 +247,8 @@ class Variables:
 
     def choice(self, condition, yes, no):
         """The term `yes` where a formula holds, else the term `no`."""
-        literal, is_int = self.formulas.literal(condition), yes.is_int and no.is_int
+        literal, is_int = self.formulas.literal(condition), (
+            self.has_integers and yes.is_int and no.is_int)
         if literal & 1:
             literal, yes, no = literal ^ 1, no, yes
         forms = [linear_form([(1, branch)]) for branch in (yes, no)]

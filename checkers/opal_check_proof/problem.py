@@ -54,6 +54,9 @@ class Problem:
         if self.source.next()[0] == ":global-declarations":
             self.global_declarations = self.source.next()[0] == "true"
 
+    def set_logic(self):
+        self.variables.has_integers = self.source.next()[0] not in ("QF_LRA", "QF_RDL")
+
     def declare(self, name, at):
         sort = self.source.next()[0]
         if sort not in ("Bool", "Int", "Real"):
@@ -164,5 +167,6 @@ COMMANDS = {
     "push": Problem.push,
     "reset": Problem.reset,
     "reset-assertions": Problem.reset_assertions,
+    "set-logic": Problem.set_logic,
     "set-option": Problem.set_option,
 }
