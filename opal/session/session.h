@@ -139,7 +139,8 @@ class Session {
   void draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
                          const std::function<void(const std::string&)>& take);
   // --- the answer for people who ask why; each is for the last UNSAT
-  /// Prints the proof as a tree (see proof_dump.h).
+  /// Prints the proof: of a conjunction as a tree (see proof_listing.h), of other formulas
+  /// as other programs read it (see proof_text.h).
   void dump_proof(std::ostream& out);
   /// Prints for each interpolant of an answer what the proof used and did (see
   /// explanation.h).
