@@ -74,6 +74,7 @@ class Run {
   }
 
   bool check_leaf(NodeIndex node) {
+    assert(running_.empty() && proof_.kind(node) != NodeKind::CHAIN);
     const LiteralSpan literals = proof_.literals(node);
     for (const Literal literal : literals) {
       if (literal.variable() >= proof_.variable_end())
@@ -91,6 +92,7 @@ class Run {
   }
 
   bool check_chain(NodeIndex node) {
+    assert(running_.empty());
     for (const Literal literal : clauses_[proof_.first(node)])
       add(literal);
     end_use(proof_.first(node));
@@ -119,6 +121,7 @@ class Run {
     if (in_clause_[step.pivot.code()])
       return fail(node, "the clause so far has the pivot itself" + where());
     in_clause_[(~step.pivot).code()] = false;
+    assert(!in_clause_[step.pivot.code()]);
     for (const Literal literal : antecedent)
       if (literal != step.pivot) add(literal);
     end_use(step.antecedent);
@@ -142,6 +145,7 @@ class Run {
     return clause;
   }
   void end_use(NodeIndex node) {
+    assert(uses_[node] > 0);
     if (--uses_[node] == 0) std::vector<Literal>().swap(clauses_[node]);
   }
 

@@ -1,6 +1,8 @@
 #ifndef OPAL_INTERFACES_ATOM_CLASSIFIER_H
 #define OPAL_INTERFACES_ATOM_CLASSIFIER_H
 
+// On which side of a partition atoms and terms are.
+
 #include <cassert>
 #include <cstdint>
 #include <memory>

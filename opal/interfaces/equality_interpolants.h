@@ -1,6 +1,9 @@
 #ifndef OPAL_INTERFACES_EQUALITY_INTERPOLANTS_H
 #define OPAL_INTERFACES_EQUALITY_INTERPOLANTS_H
 
+// The equalities that were split for a partition.
+
+#include <cassert>
 #include <unordered_map>
 
 #include "opal/interfaces/term.h"
@@ -20,10 +23,16 @@ struct EqItpInfo {
 class EqItpMap {
  public:
   /// Records the split of `atom`, replacing an earlier one.
-  void insert(const Term_* atom, const EqItpInfo& info) { splits_[atom] = info; }
+  void insert(const Term_* atom, const EqItpInfo& info) {
+    assert(atom != nullptr && info.a_side != info.b_side);
+    assert(info.a_side != nullptr && info.b_side != nullptr);
+    assert(info.shared_term != nullptr);
+    splits_[atom] = info;
+  }
   [[nodiscard]] bool empty() const { return splits_.empty(); }
   /// The split of `atom`, or null. Valid until the next insert.
   [[nodiscard]] const EqItpInfo* find(const Term_* atom) const {
+    assert(atom != nullptr);
     auto it = splits_.find(atom);
     return it == splits_.end() ? nullptr : &it->second;
   }

@@ -1,7 +1,10 @@
+// Sorted lists of coefficients: how they change, and their text.
+
 #include "opal/interfaces/equation.h"
 
 #include <algorithm>
 #include <cassert>
+#include <iterator>
 #include <sstream>
 
 namespace opal::la {
@@ -20,9 +23,12 @@ void Equation::add_var(const QNumber& q, int var) {
   if (!coeffs_.empty() && coeffs_.back().first >= var)
     it = std::lower_bound(coeffs_.begin(), coeffs_.end(), var, id_less);
   if (it == coeffs_.end() || it->first != var) {
+    assert(it == coeffs_.end() || it->first > var);
+    assert(it == coeffs_.begin() || std::prev(it)->first < var);
     coeffs_.emplace(it, var, q);
     return;
   }
+  assert(!it->second.is_zero());
   it->second += q;
   if (it->second.is_zero()) coeffs_.erase(it);
 }
@@ -32,6 +38,7 @@ void Equation::add_const(const QNumber& c) {
     if (!c.is_zero()) constant_ = c;
     return;
   }
+  assert(!constant_->is_zero());
   *constant_ += c;
   if (constant_->is_zero()) constant_.reset();
 }
@@ -47,19 +54,23 @@ void Equation::mult(const QNumber& q) {
   for (VarCoeff& pair : coeffs_)
     pair.second *= factor;
   if (constant_) *constant_ *= factor;
+  assert(is_normal());
 }
 
 const QNumber& Equation::coeff(int var) const {
   auto it = std::lower_bound(coeffs_.begin(), coeffs_.end(), var, id_less);
+  assert(coeff_zero.is_zero());
   return it != coeffs_.end() && it->first == var ? it->second : coeff_zero;
 }
 
 std::string Equation::to_str(bool relation) const {
+  assert(is_normal());
   std::ostringstream out;
   const char* separator = "";
   auto write = [&](const QNumber& q, const std::string& name) {
     const bool negative = q.sign() < 0;
     const QNumber magnitude = abs(q);
+    assert(!q.is_zero());
     if (*separator != '\0')
       out << (negative ? " - " : " + ");
     else if (negative)
@@ -80,6 +91,7 @@ std::string Equation::to_str(bool relation) const {
 bool Equation::is_normal() const {
   if (constant_ && constant_->is_zero()) return false;
   for (std::size_t i = 0; i < coeffs_.size(); ++i) {
+    assert(coeffs_[i].second.is_normal());
     if (coeffs_[i].second.is_zero()) return false;
     if (i > 0 && coeffs_[i - 1].first >= coeffs_[i].first) return false;
   }

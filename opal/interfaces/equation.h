@@ -1,6 +1,9 @@
 #ifndef OPAL_INTERFACES_EQUATION_H
 #define OPAL_INTERFACES_EQUATION_H
 
+// Linear constraints, as the engine sums them up and as a solver hands them out.
+
+#include <cassert>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -68,9 +71,16 @@ struct LinearTerm {
 
   LinearTerm() = default;
   LinearTerm(int k, Equation v, QNumber c)
-      : kind(k), vars(std::move(v)), constant(std::move(c)) {}
+      : kind(k), vars(std::move(v)), constant(std::move(c)) {
+    assert(is_normal());
+  }
 
-  int kind = EQ;
+  /// A relation, and a variable part that keeps its own invariant; for assertions.
+  [[nodiscard]] bool is_normal() const {
+    return kind >= LT && kind <= GT && vars.is_normal();
+  }
+
+  int kind = EQ;  // a Relation
   Equation vars;  // only its coefficients count
   QNumber constant;
 };

@@ -1,6 +1,9 @@
+// Messages of exceptions, and the hook that sees them first.
+
 #include "opal/interfaces/exception.h"
 
 #include <atomic>
+#include <cassert>
 
 namespace opal {
 
@@ -17,6 +20,7 @@ Exception::Exception(const std::string& msg, bool flag) {
 
 Exception::Exception(const Exception& other) : std::exception(other) {
   stream_ << other.stream_.str();
+  assert(stream_.str() == other.stream_.str());
 }
 
 Exception::~Exception() = default;

@@ -1,3 +1,5 @@
+// What nodes of rational proofs give back at their end.
+
 #include "opal/interfaces/la_proof.h"
 
 namespace opal::la {

@@ -1,6 +1,9 @@
 #ifndef OPAL_INTERFACES_LA_PROOF_H
 #define OPAL_INTERFACES_LA_PROOF_H
 
+// The nodes of rational proofs.
+
+#include <cassert>
 #include <memory>
 
 #include "opal/interfaces/equation.h"
@@ -34,7 +37,10 @@ class LaComb final : public LaProof {
   /// Takes over the multipliers and one reference to each premise. The three integers
   /// are reserved for solvers that number their steps.
   LaComb(QNumber* c1, proof::Proof* p1, QNumber* c2, proof::Proof* p2, int, int, int)
-      : coeff1(c1), coeff2(c2), premise1(p1), premise2(p2) {}
+      : coeff1(c1), coeff2(c2), premise1(p1), premise2(p2) {
+    assert(c1 == nullptr || c1 != c2);
+    assert(c1 != &one && c2 != &one);
+  }
   ~LaComb() override;
 
   QNumber* const coeff1;
@@ -60,8 +66,8 @@ class LaCombImp final : public LaProof {
 class LaNeq final : public LaProof {
  public:
   /// Takes over one reference to each case.
-  LaNeq(int constr_id, proof::Proof* first, proof::Proof* second)
-      : constraint_id(constr_id), case1(first), case2(second) {}
+  LaNeq(int constr_id, proof::Proof* first_case, proof::Proof* second_case)
+      : constraint_id(constr_id), case1(first_case), case2(second_case) {}
   ~LaNeq() override;
 
   const int constraint_id;
@@ -74,7 +80,9 @@ class LaFakeHyp final : public LaProof {
  public:
   /// Takes over the equation.
   LaFakeHyp(int constr_id, int hyp_sign, Equation* eq)
-      : constraint_id(constr_id), sign(hyp_sign), equation(eq) {}
+      : constraint_id(constr_id), sign(hyp_sign), equation(eq) {
+    assert(eq != nullptr && eq->is_normal());
+  }
   ~LaFakeHyp() override = default;
 
   const int constraint_id;

@@ -1,3 +1,5 @@
+// What nodes of integer proofs give back at their end.
+
 #include "opal/interfaces/laz_proof.h"
 
 namespace opal::laz {

@@ -1,6 +1,9 @@
 #ifndef OPAL_INTERFACES_LAZ_PROOF_H
 #define OPAL_INTERFACES_LAZ_PROOF_H
 
+// The nodes of integer proofs.
+
+#include <cassert>
 #include <utility>
 #include <vector>
 
@@ -40,7 +43,9 @@ class LaZInternalBBProof final : public dpll::proof::TheoryProof {
         left_id(l_id),
         right_id(r_id),
         left_term(std::move(l_term)),
-        right_term(std::move(r_term)) {}
+        right_term(std::move(r_term)) {
+    assert(left_term.is_normal() && right_term.is_normal());
+  }
   ~LaZInternalBBProof() override;
 
   proof::Proof* const left;

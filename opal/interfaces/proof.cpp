@@ -1,3 +1,5 @@
+// Releasing a proof of any depth in constant stack.
+
 #include "opal/interfaces/proof.h"
 
 #include <cassert>
@@ -16,6 +18,7 @@ void Proof::release(Proof* node) noexcept {
   assert(node->references_ > 0);
   if (--node->references_ > 0) return;
   if (waiting != nullptr) {
+    assert(node->next_dead_ == nullptr && node != *waiting);
     node->next_dead_ = *waiting;
     *waiting = node;
     return;
@@ -25,8 +28,10 @@ void Proof::release(Proof* node) noexcept {
   while (list != nullptr) {
     Proof* dead = list;
     list = dead->next_dead_;
+    assert(dead->references_ == 0 && list != dead);
     delete dead;
   }
+  assert(waiting == &list);
   waiting = nullptr;
 }
 

@@ -1,6 +1,9 @@
 #ifndef OPAL_INTERFACES_PROOF_H
 #define OPAL_INTERFACES_PROOF_H
 
+// Nodes of proofs, and how they are counted.
+
+#include <cassert>
 #include <cstdint>
 #include <utility>
 
@@ -18,7 +21,10 @@ class Proof {
   /// Takes one more reference to `node`, which may be null, and returns it.
   template <typename Node>
   static Node* retain(Node* node) {
-    if (node != nullptr) ++static_cast<Proof*>(node)->references_;
+    if (node != nullptr) {
+      assert(node->references() > 0);
+      ++static_cast<Proof*>(node)->references_;
+    }
     return node;
   }
   /// Gives one reference to `node` back (null is ignored); the last one deletes it. A
@@ -42,7 +48,9 @@ class Counted {
  public:
   Counted() = default;
   /// Takes over the caller's reference.
-  explicit Counted(Node* node) : node_(node) {}
+  explicit Counted(Node* node) : node_(node) {
+    assert(node == nullptr || node->references() > 0);
+  }
   Counted(const Counted& other) : node_(Proof::retain(other.node_)) {}
   Counted(Counted&& other) noexcept : node_(std::exchange(other.node_, nullptr)) {}
   Counted& operator=(Counted other) noexcept {
@@ -54,8 +62,14 @@ class Counted {
   [[nodiscard]] Node* get() const { return node_; }
   /// Hands the reference to the caller.
   [[nodiscard]] Node* take() { return std::exchange(node_, nullptr); }
-  Node* operator->() const { return node_; }
-  Node& operator*() const { return *node_; }
+  Node* operator->() const {
+    assert(node_ != nullptr);
+    return node_;
+  }
+  Node& operator*() const {
+    assert(node_ != nullptr);
+    return *node_;
+  }
   explicit operator bool() const { return node_ != nullptr; }
 
  private:

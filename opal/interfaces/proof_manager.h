@@ -1,6 +1,8 @@
 #ifndef OPAL_INTERFACES_PROOF_MANAGER_H
 #define OPAL_INTERFACES_PROOF_MANAGER_H
 
+// Proofs in the form of a host of their own.
+
 #include <cstddef>
 
 #include "opal/interfaces/proof.h"

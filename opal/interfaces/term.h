@@ -1,6 +1,8 @@
 #ifndef OPAL_INTERFACES_TERM_H
 #define OPAL_INTERFACES_TERM_H
 
+// Terms as the engine reads them, and literals.
+
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -60,7 +62,9 @@ class Term_ {
                                 const Term_* const* args);
 
  private:
-  Term_(std::uint64_t id, const Symbol* symbol) : id_(id), symbol_(symbol) {}
+  Term_(std::uint64_t id, const Symbol* symbol) : id_(id), symbol_(symbol) {
+    assert(symbol != nullptr);
+  }
 
   const std::uint64_t id_;
   const Symbol* const symbol_;
@@ -74,7 +78,9 @@ class TheoryLit {
  public:
   TheoryLit() = default;
   explicit TheoryLit(const Term_* atom, bool negated = false)
-      : bits_(reinterpret_cast<std::uintptr_t>(atom) | (negated ? 1U : 0U)) {}
+      : bits_(reinterpret_cast<std::uintptr_t>(atom) | (negated ? 1U : 0U)) {
+    assert(reinterpret_cast<std::uintptr_t>(atom) % 2 == 0);
+  }
 
   /// True for "no literal".
   [[nodiscard]] bool is_null() const { return bits_ == 0; }
@@ -90,6 +96,7 @@ class TheoryLit {
   TheoryLit operator!() const {
     TheoryLit result;
     result.bits_ = bits_ ^ 1U;
+    assert(result.is_negated() != is_negated() && result.atom() == atom());
     return result;
   }
   friend bool operator==(TheoryLit a, TheoryLit b) { return a.bits_ == b.bits_; }
@@ -107,7 +114,10 @@ namespace hsh {
 /// the addresses are.
 template <>
 struct hash<const Term_*> {
-  std::uint64_t operator()(const Term_* t) const { return t->id(); }
+  std::uint64_t operator()(const Term_* t) const {
+    assert(t != nullptr);
+    return t->id();
+  }
 };
 
 }  // namespace hsh

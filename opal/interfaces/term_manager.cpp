@@ -1,5 +1,8 @@
+// What every term manager does alike.
+
 #include "opal/interfaces/term_manager.h"
 
+#include <cassert>
 #include <ostream>
 
 #include "opal/interfaces/term_printer.h"
@@ -17,7 +20,10 @@ std::ostream& operator<<(std::ostream& out, const outterm& t) {
 }
 
 const Term_* make_interface_equality(TermManager* mgr, const Term_* x, const Term_* t) {
-  return mgr->make_equal(x, t);
+  assert(mgr != nullptr && x != nullptr && t != nullptr);
+  const Term_* const atom = mgr->make_equal(x, t);
+  assert(atom != nullptr);
+  return atom;
 }
 
 }  // namespace opal

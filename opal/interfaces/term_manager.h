@@ -1,6 +1,9 @@
 #ifndef OPAL_INTERFACES_TERM_MANAGER_H
 #define OPAL_INTERFACES_TERM_MANAGER_H
 
+// The term manager of a host, in which interpolants are built.
+
+#include <cassert>
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -113,6 +116,7 @@ class BuildingFlagScope {
   BuildingFlagScope(TermManager& mgr, std::uint8_t flag)
       : mgr_(mgr), saved_(mgr.building_flag()) {
     mgr_.set_building_flag(flag);
+    assert(mgr_.building_flag() == flag);
   }
   BuildingFlagScope(const BuildingFlagScope&) = delete;
   BuildingFlagScope& operator=(const BuildingFlagScope&) = delete;
@@ -125,7 +129,9 @@ class BuildingFlagScope {
 
 /// A term together with the manager that can print it: `out << outterm(mgr, t)`.
 struct outterm {
-  outterm(const TermManager* m, const Term_* t) : mgr(m), term(t) {}
+  outterm(const TermManager* m, const Term_* t) : mgr(m), term(t) {
+    assert(m != nullptr && t != nullptr);
+  }
   const TermManager* mgr;
   const Term_* term;
 };

@@ -1,6 +1,8 @@
 #ifndef OPAL_INTERFACES_TERM_MAPPER_H
 #define OPAL_INTERFACES_TERM_MAPPER_H
 
+// What stands behind the ids of a solver's constraints and variables.
+
 #include "opal/interfaces/equation.h"
 #include "opal/interfaces/term.h"
 

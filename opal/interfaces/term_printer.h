@@ -1,6 +1,8 @@
 #ifndef OPAL_INTERFACES_TERM_PRINTER_H
 #define OPAL_INTERFACES_TERM_PRINTER_H
 
+// Printers of scripts for other solvers.
+
 #include <iosfwd>
 #include <memory>
 #include <string>

@@ -35,6 +35,7 @@
 namespace opal::la {
 
 const Term_* Interpolator::do_get_laz_bb_interpolant(laz::LaZInternalBBProof* root) {
+  assert(root != nullptr && in_laz_bb_);
   hsh::HashMap<proof::Proof*, const Term_*> results;
   std::vector<proof::Proof*> stack{root};
   bb_lits_.clear();
@@ -54,33 +55,38 @@ const Term_* Interpolator::do_get_laz_bb_interpolant(laz::LaZInternalBBProof* ro
         const Term_* const right = result_of(node->right);
         if (right == nullptr) stack.push_back(node->right);
         if (left == nullptr) stack.push_back(node->left);
-        map_laz_bb_tlit(node->left_id, node->left_term);
-        map_laz_bb_tlit(node->right_id, node->right_term);
-        if (left == nullptr || right == nullptr) continue;
+        if (left == nullptr || right == nullptr) {
+          map_laz_bb_tlit(node->left_id, node->left_term);
+          map_laz_bb_tlit(node->right_id, node->right_term);
+          continue;
+        }
         result = join_branches(*node, left, right);
       }
+      assert(result != nullptr);
       results[p] = result;
     }
     stack.pop_back();
   }
   in_laz_bb_ = false;
   bb_lits_.clear();
+  assert(results.is_normal());
   return result_of(root);
 }
 
 const Term_* Interpolator::join_branches(const laz::LaZInternalBBProof& node,
                                          const Term_* left, const Term_* right) {
+  assert(left != nullptr && right != nullptr);
   using Classifier = itp::TheoryAtomClassifier;
   const TheoryLit l1 = to_lit(node.left_id), l2 = to_lit(node.right_id);
   if (l1.has_no_atom() || l2.has_no_atom())
-    throw error("unknown constraint in LaZInternalBBProof", true);
+    fail("unknown constraint in LaZInternalBBProof");
   auto s1 = classifier_->classify_atom(l1.atom());
   auto s2 = classifier_->classify_atom(l2.atom());
   if (s1 == Classifier::UNKNOWN && s2 == Classifier::UNKNOWN) {
     s1 = classifier_->classify(l1.atom(), false);
     s2 = classifier_->classify(l2.atom(), false);
     if (s1 == Classifier::UNKNOWN || s2 == Classifier::UNKNOWN)
-      throw error("impossible to classify BB constraint in LaZInternalBBProof", true);
+      fail("impossible to classify BB constraint in LaZInternalBBProof");
   } else if (s1 == Classifier::UNKNOWN || s2 == Classifier::UNKNOWN) {
     const auto known = s1 == Classifier::UNKNOWN ? s2 : s1;
     return classifier_->is_B_colorable(known) ? mgr_->make_and(left, right)
@@ -90,7 +96,7 @@ const Term_* Interpolator::join_branches(const laz::LaZInternalBBProof& node,
     return mgr_->make_and(left, right);
   if (classifier_->is_A_colorable(s1) && classifier_->is_A_colorable(s2))
     return mgr_->make_or(left, right);
-  throw error("incompatible BB constraints in LaZInternalBBProof", true);
+  fail("incompatible BB constraints in LaZInternalBBProof");
 }
 
 // The term-building flag stays as the caller has it: the host builds the same atoms, to
@@ -103,6 +109,7 @@ void Interpolator::map_laz_bb_tlit(int id, const LinearTerm& lt) {
   TheoryLit lit;
   if (lt.kind == LinearTerm::LEQ) lit = TheoryLit(mgr_->make_leq(sum, bound));
   if (lt.kind == LinearTerm::GEQ) lit = TheoryLit(mgr_->make_leq(bound, sum));
+  assert(!lit.is_negated() && lt.vars.is_normal());
   bb_lits_[id] = lit;
 }
 
@@ -111,15 +118,15 @@ const Term_* Interpolator::get_interpolant_from_laz_bb_lemma(laz::LaZBBLemma* le
   if (!lemma->lit3.is_null()) lits.push_back(lemma->lit3);
   std::vector<TheoryLit> of_A, of_B;
   for (const TheoryLit lit : lits) {
-    if (lit.has_no_atom()) throw error("missing literal in LaZBBLemma", true);
+    if (lit.has_no_atom()) fail("missing literal in LaZBBLemma");
     const auto status = classify(lit.atom());
     const bool is_A = classifier_->is_A_colorable(status);
-    if (!is_A && !classifier_->is_B_colorable(status))
-      throw error("AB-mixed term in LaZBBLemma", true);
+    if (!is_A && !classifier_->is_B_colorable(status)) fail("AB-mixed term in LaZBBLemma");
     (is_A ? of_A : of_B).push_back(lit);
   }
   if (of_A.empty()) return mgr_->true_term();
   if (of_B.empty()) return mgr_->false_term();
+  assert(of_A.size() == 1 || of_B.size() == 1);
   const TheoryLit lit = of_A.size() == 1 ? !of_A.front() : of_B.front();
   return lit.is_negated() ? mgr_->make_not(lit.atom()) : lit.atom();
 }

@@ -14,9 +14,10 @@
 //     split lemma                    false: it is valid, and stands for a side by itself
 //
 // Branches and equality sub-proofs add nothing: whoever writes files for these gathers A
-// and B on his own. A literal that is missing, or on no side, is left out, and a comment in
-// the files names it.
+// and B on his own. A hypothesis without literal adds nothing either. Any other literal
+// that is missing, or on no side, is left out, and a comment in the files names it.
 
+#include <cassert>
 #include <cstdio>
 #include <fstream>
 
@@ -33,7 +34,7 @@ void Interpolator::debug_dump_interpolation_check(proof::Proof* p, const Term_* 
 
 bool Interpolator::write_interpolation_check(proof::Proof* p, const Term_* itp,
                                              const std::string& folder) {
-  if (classifier_ == nullptr) throw error("null classifier", true);
+  if (classifier_ == nullptr) fail("null classifier");
   return write_check_files(gather_sides(p), itp, folder);
 }
 
@@ -43,6 +44,7 @@ bool Interpolator::write_check_files(const Term_* a, const Term_* b, const Term_
 }
 
 Interpolator::CheckedSides Interpolator::gather_sides(proof::Proof* p) {
+  assert(classifier_ != nullptr);
   CheckedSides sides{mgr_->true_term(), mgr_->true_term(), {}};
   hsh::HashSet<proof::Proof*> visited;
   to_visit_.assign(1, p);
@@ -52,8 +54,7 @@ Interpolator::CheckedSides Interpolator::gather_sides(proof::Proof* p) {
     if (!visited.insert(u).second || u == nullptr) continue;
     if (const auto* hyp = as<LaHyp>(u)) {
       const TheoryLit lit = to_lit(hyp->constraint_id);
-      if (!lit.is_null() || !is_zero_constr(hyp->constraint_id))
-        add_to_side(hyp->constraint_id, lit, sides);
+      if (!lit.is_null()) add_to_side(hyp->constraint_id, lit, sides);
     } else if (const auto* comb = as<LaComb>(u)) {
       to_visit_.push_back(comb->premise1);
       to_visit_.push_back(comb->premise2);
@@ -96,12 +97,14 @@ void Interpolator::add_to_side(int constr_id, TheoryLit lit, CheckedSides& sides
                              classifier_->to_str(status));
     return;
   }
+  assert(sides.a != nullptr && sides.b != nullptr);
   const Term_*& side = of_B ? sides.b : sides.a;
   side = mgr_->make_and(side, lit.is_negated() ? mgr_->make_not(lit.atom()) : lit.atom());
 }
 
 bool Interpolator::write_check_files(const CheckedSides& sides, const Term_* itp,
                                      const std::string& folder) {
+  assert(sides.a != nullptr && sides.b != nullptr && itp != nullptr);
   struct File {
     const char* pattern;
     const Term_* formula;
@@ -114,12 +117,13 @@ bool Interpolator::write_check_files(const CheckedSides& sides, const Term_* itp
       {"la_a.%03d.smt2", sides.a, ""},
       {"la_b.%03d.smt2", sides.b, ""},
       {"la_itp.%03d.smt2", itp, ""}};
-  const int number = dump_counter_++;
+  const int number = dump_counter_;
   bool written = true;
   for (const File& file : files) {
     char name[256];
     std::snprintf(name, sizeof name, file.pattern, number);
     SmtLib2TermPrinter printer(mgr_, nullptr, "QF_LRA", "", true, nullptr);
+    dump_counter_ = number + 1;  // not without a printer
     std::ofstream out(folder.empty() ? name : folder + "/" + name);
     for (const std::string& what : sides.left_out)
       printer.print_comment(out, "left out: " + what);

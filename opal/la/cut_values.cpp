@@ -25,6 +25,8 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
 #include "opal/la/interpolator.h"
@@ -32,19 +34,21 @@
 namespace opal::la {
 
 const Term_* Interpolator::build_term_without_cuts(const Equation& sum) {
+  assert(!tight_vars_.empty() && sum.is_normal());
   Equation remainder;
   LaZCutValues values;
-  bool strict = false;
+  Strictness strictness = NON_STRICT;
   for (const auto& [var, coeff] : sum.coeffs()) {
     if (tight_vars_.contains(var))
       values.push_back({var, {coeff, QNumber()}});
     else if (var == delta_var_)
-      strict = coeff.sign() < 0;
+      strictness = coeff.sign() < 0 ? STRICT : NON_STRICT;
     else
       remainder.add_var(coeff, var);
   }
   if (values.empty()) return build_leq_term(&sum, true);
   if (sum.constant() != nullptr) remainder.add_const(*sum.constant());
+  assert(remainder.is_normal() && remainder.coeff(delta_var_).is_zero());
   const LaZLeqPattern leq = build_laz_leq_pattern(&remainder);
   std::vector<LaZModEqPattern> patterns;
   patterns.reserve(values.size());
@@ -54,13 +58,13 @@ const Term_* Interpolator::build_term_without_cuts(const Equation& sum) {
   do {
     mgr_->poll();
     ++combinations_visited_;
-    const std::size_t place = first_impossible_value(patterns, values);
-    if (place < values.size()) {
-      skip_laz_tvar_values(values, place);
+    const std::size_t impossible = first_impossible_value(patterns, values);
+    if (impossible < values.size()) {
+      skip_laz_tvar_values(values, impossible);
       continue;
     }
     ++combinations_survived_;
-    const Term_* const t = build_laz_tight_subterm(leq, patterns, values, strict);
+    const Term_* const t = build_laz_tight_subterm(leq, patterns, values, strictness);
     assert(t != nullptr);
     result = result == nullptr ? t : mgr_->make_or(result, t);
   } while (get_laz_next_tvar_values(values));
@@ -70,15 +74,13 @@ const Term_* Interpolator::build_term_without_cuts(const Equation& sum) {
 
 const Term_* Interpolator::build_laz_tight_subterm(
     const LaZLeqPattern& leq, const std::vector<LaZModEqPattern>& patterns,
-    const LaZCutValues& values, bool strict) {
-  assert(patterns.size() == values.size());
+    const LaZCutValues& values, Strictness strictness) {
+  assert(leq.first != nullptr && !leq.second.is_zero());
+  assert(!values.empty() && patterns.size() == values.size());
   if (first_impossible_value(patterns, values) < values.size()) return nullptr;
-  const BuildingFlagScope as_asked_for(*mgr_, 0);
+  std::optional<BuildingFlagScope> as_asked_for(std::in_place, *mgr_, std::uint8_t{0});
   QNumber sum;
-  const Term_* result = nullptr;
-  auto add = [&](const Term_* t) {
-    result = result == nullptr ? t : mgr_->make_and(result, t);
-  };
+  const Term_* conditions = nullptr;
   for (std::size_t i = 0; i < values.size(); ++i) {
     const auto& [coeff, value] = values[i].second;
     sum += coeff * value;
@@ -86,25 +88,34 @@ const Term_* Interpolator::build_laz_tight_subterm(
     const bool is_bound = !(value < bound_of(values[i].first));
     if (is_bound || mgr_->is_number(pattern.term_->symbol(), nullptr)) continue;
     const QNumber residue = value * pattern.scale_ + pattern.neg_const_;
-    add(mgr_->make_term(pattern.symbol_, {pattern.term_, mgr_->make_number(residue)}));
+    const Term_* const atom =
+        mgr_->make_term(pattern.symbol_, {pattern.term_, mgr_->make_number(residue)});
+    conditions = conditions == nullptr ? atom : mgr_->make_and(conditions, atom);
   }
   const QNumber bound = (sum * leq.second).neg();
+  const Term_* const inequality = bounded_below(leq.first, bound, strictness);
+  as_asked_for.reset();  // the whole may be simplified where the caller lets it be
+  return conditions == nullptr ? inequality : mgr_->make_and(conditions, inequality);
+}
+
+const Term_* Interpolator::bounded_below(const Term_* t, const QNumber& bound,
+                                         Strictness strictness) {
+  assert(t != nullptr);
   QNumber known;
-  if (mgr_->is_number(leq.first->symbol(), &known)) {
-    const bool holds = strict ? bound < known : bound <= known;
-    add(holds ? mgr_->true_term() : mgr_->false_term());
-  } else if (strict) {
-    add(mgr_->make_not(mgr_->make_leq(leq.first, mgr_->make_number(bound))));
-  } else {
-    add(mgr_->make_leq(mgr_->make_number(bound), leq.first));
+  if (mgr_->is_number(t->symbol(), &known)) {
+    const bool holds = strictness == STRICT ? bound < known : bound <= known;
+    return holds ? mgr_->true_term() : mgr_->false_term();
   }
-  return result;
+  if (strictness == NON_STRICT) return mgr_->make_leq(mgr_->make_number(bound), t);
+  return mgr_->make_not(mgr_->make_leq(t, mgr_->make_number(bound)));
 }
 
 bool Interpolator::get_laz_next_tvar_values(LaZCutValues& values) {
+  assert(!values.empty());
   for (std::size_t i = values.size(); i > 0; --i) {
     const QNumber& bound = bound_of(values[i - 1].first);
     QNumber& value = values[i - 1].second.second;
+    assert(value.sign() >= 0 && value <= bound);
     if (value < bound) {
       value += QNumber(1);
       return true;
@@ -114,13 +125,15 @@ bool Interpolator::get_laz_next_tvar_values(LaZCutValues& values) {
   return false;
 }
 
-void Interpolator::skip_laz_tvar_values(LaZCutValues& values, std::size_t place) {
-  for (std::size_t i = place + 1; i < values.size(); ++i)
+void Interpolator::skip_laz_tvar_values(LaZCutValues& values, std::size_t last) {
+  assert(last < values.size());
+  for (std::size_t i = last + 1; i < values.size(); ++i)
     values[i].second.second = bound_of(values[i].first);
 }
 
 std::size_t Interpolator::first_impossible_value(
     const std::vector<LaZModEqPattern>& patterns, const LaZCutValues& values) {
+  assert(patterns.size() == values.size());
   std::size_t i = 0;
   for (; i < values.size(); ++i) {
     const QNumber& value = values[i].second.second;
@@ -130,6 +143,8 @@ std::size_t Interpolator::first_impossible_value(
 }
 
 bool Interpolator::is_possible(const LaZModEqPattern& pattern, const QNumber& value) {
+  assert(pattern.term_ != nullptr && pattern.symbol_ != nullptr);
+  assert(pattern.coeff_gcd_.sign() >= 0 && pattern.scale_.sign() > 0);
   const QNumber residue = value * pattern.scale_ + pattern.neg_const_;
   const QNumber& divisor = pattern.coeff_gcd_;
   if (divisor.is_zero() ? !residue.is_zero() : !divisor.divides(residue)) return false;
@@ -142,7 +157,7 @@ bool Interpolator::is_possible(const LaZModEqPattern& pattern, const QNumber& va
 
 const QNumber& Interpolator::bound_of(int tight_var) {
   const auto it = tight_vars_.find(tight_var);
-  assert(it != tight_vars_.end());
+  assert(it != tight_vars_.end() && it->second.first.sign() >= 0);
   return it->second.first;
 }
 

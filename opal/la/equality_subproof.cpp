@@ -22,14 +22,14 @@
 // Cost: linear in the equalities' sizes, times the number of equalities.
 
 #include <algorithm>
+#include <cassert>
 
 #include "opal/la/interpolator.h"
 
 namespace opal::la {
 
 const Term_* Interpolator::get_interpolant_from_laz_eqproof(laz::LaZEqSubProof* p) {
-  if (p->coeffs.size() < p->constraints.size())
-    throw error("missing multiplier in LaZEqSubProof", true);
+  if (p->coeffs.size() < p->constraints.size()) fail("missing multiplier in LaZEqSubProof");
   QNumber denominator(1);
   Equation* const sum = own(Equation());
   bool has_A = false, has_B = false;
@@ -38,7 +38,7 @@ const Term_* Interpolator::get_interpolant_from_laz_eqproof(laz::LaZEqSubProof* 
     const QNumber& multiplier = p->coeffs[i];
     const TheoryLit lit = to_lit(id);
     denominator = lcm(denominator, multiplier.get_den());
-    if (lit.has_no_atom()) throw error("unknown constraint in LaZEqSubProof", true);
+    if (lit.has_no_atom()) fail("unknown constraint in LaZEqSubProof");
     if (!classifier_->is_A_colorable(classify(lit.atom()))) {
       has_B = true;
       continue;
@@ -48,6 +48,7 @@ const Term_* Interpolator::get_interpolant_from_laz_eqproof(laz::LaZEqSubProof* 
   }
   if (!has_A) return mgr_->true_term();
   if (!has_B) return mgr_->false_term();
+  assert(sum->is_normal() && denominator.sign() > 0);
   const auto is_integral = [](const auto& pair) { return pair.second.is_integer(); };
   if (!std::all_of(sum->coeffs().begin(), sum->coeffs().end(), is_integral))
     sum->mult(denominator);

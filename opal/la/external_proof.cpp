@@ -28,6 +28,7 @@
 // proof manager.
 
 #include <array>
+#include <cassert>
 
 #include "opal/interfaces/rule_cast.h"
 #include "opal/la/interpolator.h"
@@ -54,6 +55,7 @@ SubProofs sub_proofs(proof::Proof* p) {
 }  // namespace
 
 ExternalProof* Interpolator::get_external_proof(ProofManager* pm, proof::Proof* proof) {
+  assert(pm != nullptr);
   in_laz_bb_ = as<laz::LaZInternalBBProof>(proof) != nullptr;
   std::vector<proof::Proof*> stack{proof};
   ExternalNode node;
@@ -75,6 +77,7 @@ ExternalProof* Interpolator::get_external_proof(ProofManager* pm, proof::Proof* 
       continue;
     }
     stack.pop_back();
+    assert(pm->find_in_cache(p) == nullptr);
     node.rule = nullptr;
     node.children.clear();
     export_rational_rule(*pm, p, node);
@@ -149,6 +152,7 @@ void Interpolator::export_integer_rule(ProofManager& pm, proof::Proof* p,
 
 void Interpolator::export_hypothesis(ProofManager& pm, TheoryLit lit, int sign,
                                      ExternalNode& node) {
+  assert(node.rule == nullptr && node.children.empty());
   node.rule = sign == 0 ? "la-hyp" : "la-hyp-eq";
   if (sign != 0) node.children.push_back(pm.get_term_proof(mgr_->make_number(sign)));
   node.children.push_back(export_literal(pm, lit));

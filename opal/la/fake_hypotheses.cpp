@@ -37,6 +37,8 @@ std::pair<LaFakeHyp*, LaFakeHyp*> Interpolator::make_fake_hyp(const Term_* a,
                                                               const Term_* t, LaHyp* hyp,
                                                               Equation* eq_x,
                                                               Equation* eq_y) {
+  assert(a != nullptr && b != nullptr && t != nullptr && hyp != nullptr);
+  assert(eq_x != nullptr && eq_y != nullptr);
   const LinearTerm lt = linear_term_of(hyp->constraint_id);
   Equation ea, eb;
   const bool is_b_minus_a = make_linear_exprs(a, b, lt, ea, eb);
@@ -62,6 +64,7 @@ std::pair<LaFakeHyp*, LaFakeHyp*> Interpolator::make_fake_hyp(const Term_* a,
 LaHyp* Interpolator::get_zero_proof() {
   constexpr int ZERO_PROOF_CONSTRAINT = -1;
   if (zero_proof_ == nullptr) zero_proof_ = new LaHyp(ZERO_PROOF_CONSTRAINT, 0);
+  assert(zero_proof_->references() > 0 && zero_proof_->sign == 0);
   return zero_proof_;
 }
 

@@ -37,6 +37,7 @@ class FirstMultiplier {
  public:
   FirstMultiplier(CoeffList& list, QNumber* multiplier)
       : slot_(list.front().first), saved_(slot_) {
+    assert(!list.empty());
     if (multiplier != nullptr && (slot_ == nullptr || *slot_ == LaComb::one))
       slot_ = multiplier;
   }
@@ -56,6 +57,7 @@ bool is_zero(const QNumber* multiplier) {
 }  // namespace
 
 void Interpolator::handle_hyp(LaHyp* hyp, TermSet& vars) {
+  assert(!to_visit_.empty() && to_visit_.back() == hyp);
   to_visit_.pop_back();
   const int id = hyp->constraint_id;
   const bool of_A =
@@ -65,6 +67,8 @@ void Interpolator::handle_hyp(LaHyp* hyp, TermSet& vars) {
 }
 
 void Interpolator::handle_fakehyp(LaFakeHyp* hyp, TermSet& vars) {
+  assert(!to_visit_.empty() && to_visit_.back() == hyp);
+  assert(hyp->equation != nullptr && hyp->equation->is_normal());
   to_visit_.pop_back();
   const bool of_A =
       is_constraint_of_A(to_lit(hyp->constraint_id), "unknown constraint in LaFakeHyp",
@@ -73,21 +77,22 @@ void Interpolator::handle_fakehyp(LaFakeHyp* hyp, TermSet& vars) {
 }
 
 void Interpolator::handle_comb(LaComb* comb, TermSet& vars) {
+  assert(!to_visit_.empty() && to_visit_.back() == comb);
   CoeffList* const l1 = find_in_cache(comb->premise1);
   CoeffList* const l2 = find_in_cache(comb->premise2);
   if (l1 == nullptr) to_visit_.push_back(comb->premise1);
   if (l2 == nullptr) to_visit_.push_back(comb->premise2);
   if (l1 == nullptr || l2 == nullptr) return;
   to_visit_.pop_back();
-  if (l1->empty() || l2->empty()) throw error("empty coefficient list", true);
-  if (is_zero(comb->coeff1) || is_zero(comb->coeff2))
-    throw error("zero multiplier in LaComb", true);
-  const FirstMultiplier first(*l1, comb->coeff1);
-  const FirstMultiplier second(*l2, comb->coeff2);
+  if (l1->empty() || l2->empty()) fail("empty coefficient list");
+  if (is_zero(comb->coeff1) || is_zero(comb->coeff2)) fail("zero multiplier in LaComb");
+  const FirstMultiplier of_premise1(*l1, comb->coeff1);
+  const FirstMultiplier of_premise2(*l2, comb->coeff2);
   combine_eq_coeff_lists(*l1, *l2, store_in_cache(comb), vars);
 }
 
 void Interpolator::handle_comb_imp(LaCombImp* node, TermSet& vars) {
+  assert(!to_visit_.empty() && to_visit_.back() == node);
   CoeffList* const list = find_in_cache(node->premise);
   if (list == nullptr) {
     to_visit_.push_back(node->premise);
@@ -100,9 +105,10 @@ void Interpolator::handle_comb_imp(LaCombImp* node, TermSet& vars) {
                          "AB-mixed term in LaCombImp", vars)) {
     const int id = mapper_->lit_constraint(!lit);
     if (is_zero_constr(id) || to_lit(id).has_no_atom())
-      throw error("unmapped negation in LaCombImp", true);
+      fail("unmapped negation in LaCombImp");
     negation = get_as_rhs(id, node->sign);
   }
+  assert(negation != nullptr && !list->empty());
   CoeffList hypothesis{{nullptr, negation}};
   combine_eq_coeff_lists(hypothesis, *list, store_in_cache(node), vars);
 }
@@ -110,7 +116,8 @@ void Interpolator::handle_comb_imp(LaCombImp* node, TermSet& vars) {
 void Interpolator::handle_neq(LaNeq* neq, TermSet& /*vars*/) {
   // The root is the lowest node of the stack. Anywhere else the parent of a node without
   // a list would wait for ever.
-  if (to_visit_.size() > 1) throw error("LaNeq below the root of a proof", true);
+  if (to_visit_.size() > 1) fail("LaNeq below the root of a proof");
+  assert(to_visit_.back() == neq);
   const bool lacks1 = find_in_cache(neq->case1) == nullptr;
   const bool lacks2 = find_in_cache(neq->case2) == nullptr;
   if (lacks1) to_visit_.push_back(neq->case1);
@@ -120,17 +127,18 @@ void Interpolator::handle_neq(LaNeq* neq, TermSet& /*vars*/) {
 
 bool Interpolator::is_constraint_of_A(TheoryLit lit, const char* unknown, const char* mixed,
                                       TermSet& vars) {
-  if (lit.has_no_atom()) throw error(unknown, true);
+  if (lit.has_no_atom()) fail(unknown);
   const auto status = classify(lit.atom());
   if (classifier_->is_B_colorable(status)) {
     collect_vars(lit.atom(), &vars);
     return false;
   }
-  if (!classifier_->is_A_colorable(status)) throw error(mixed, true);
+  if (!classifier_->is_A_colorable(status)) fail(mixed);
   return true;
 }
 
 void Interpolator::store_single(proof::Proof* p, Equation* e) {
+  assert(e != nullptr && e->is_normal());
   store_in_cache(p)->emplace_back(nullptr, e);
 }
 
@@ -138,12 +146,14 @@ void Interpolator::store_single(proof::Proof* p, Equation* e) {
 // dozen visits on, seen terms are remembered. Atoms are mostly smaller than that, and
 // spare the clearing of a table that one large atom has grown.
 void Interpolator::collect_vars(const Term_* t, TermSet* vars) {
+  assert(t != nullptr && vars != nullptr && vars != &seen_terms_);
   constexpr int VISITS_WITHOUT_TABLE = 64;
   seen_terms_.clear();
   term_stack_.assign(1, t);
   for (int visits = 0; !term_stack_.empty(); ++visits) {
     const Term_* const u = term_stack_.back();
     term_stack_.pop_back();
+    assert(u != nullptr);
     if (visits > VISITS_WITHOUT_TABLE) {
       visits = VISITS_WITHOUT_TABLE;
       if (!seen_terms_.insert(u).second) continue;

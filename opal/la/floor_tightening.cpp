@@ -29,37 +29,42 @@
 namespace opal::la {
 
 void Interpolator::handle_tightproof_floor(laz::LaZTighteningProof* p, TermSet& /*vars*/) {
+  assert(!to_visit_.empty() && to_visit_.back() == p);
   to_visit_.pop_back();
   check_cut(*p);
   const int conclusion = p->constraints.back();
-  const bool concludes_A =
-      may_be_of_A(to_lit(conclusion), "unknown constraint in LaZTighteningProof");
-  const Equation own_constraint = *get_as_rhs(conclusion, 0);
-  Equation* const all = own(own_constraint);
-  Equation* const of_A = own(concludes_A ? own_constraint : zero_eq_);
+  const TheoryLit lit =
+      literal_in_cut(conclusion, "unknown constraint in LaZTighteningProof");
+  Equation* const all = own(*get_as_rhs(conclusion, 0));
+  Equation* const of_A = own(zero_eq_);
+  if (may_be_of_A(classify(lit.atom())))
+    add_multiple(of_A, QNumber(1), get_as_rhs(conclusion, 0));
+  const int direction = direction_of(*p);
   for (std::size_t i = 0; i + 1 < p->constraints.size(); ++i) {
-    const bool is_A =
-        may_be_of_A(to_lit(p->constraints[i]), "unknown premise in LaZTighteningProof");
-    add_premise(*p, i, all, is_A ? of_A : nullptr);
+    const TheoryLit premise =
+        literal_in_cut(p->constraints[i], "unknown premise in LaZTighteningProof");
+    const auto status = classify(premise.atom());
+    Equation* const e = premise_of(*p, i, direction);
+    const QNumber weight = abs(p->coeffs[i]);
+    add_multiple(all, weight, e);
+    if (may_be_of_A(status)) add_multiple(of_A, weight, e);
   }
   QNumber divisor;
   for (const auto& pair : all->coeffs())
     divisor = gcd(divisor, pair.second);
-  if (divisor.is_zero())
-    throw error("constraint without variables in LaZTighteningProof", true);
+  if (divisor.is_zero()) fail("constraint without variables in LaZTighteningProof");
   store_single(p, own(round_shared_part(*of_A, divisor)));
 }
 
-bool Interpolator::may_be_of_A(TheoryLit lit, const char* unknown) {
-  if (lit.has_no_atom()) throw error(unknown, true);
-  const auto status = classify(lit.atom());
-  const bool is_A = classifier_->is_A_colorable(status);
-  if (!is_A && !classifier_->is_B_colorable(status))
-    throw error("AB-mixed term in LaHyp", true);
+bool Interpolator::may_be_of_A(itp::TheoryAtomClassifier::status s) {
+  const bool is_A = classifier_->is_A_colorable(s);
+  if (!is_A && !classifier_->is_B_colorable(s)) fail("AB-mixed term in LaHyp");
   return is_A;
 }
 
 Equation Interpolator::round_shared_part(const Equation& e, const QNumber& g) {
+  assert(g.sign() > 0);
+  const BuildingFlagScope as_asked_for(*mgr_, 0);
   Equation rounded;
   std::vector<std::pair<QNumber, const Term_*>> fractions;
   for (const auto& [var, coeff] : e.coeffs()) {
@@ -78,26 +83,28 @@ Equation Interpolator::round_shared_part(const Equation& e, const QNumber& g) {
     else
       fractions.emplace_back(q, nullptr);
   }
+  assert(rounded.is_normal());
   if (!fractions.empty()) rounded.add_var(QNumber(1), floor_variable(fractions));
   return rounded;
 }
 
 int Interpolator::floor_variable(
     const std::vector<std::pair<QNumber, const Term_*>>& summands) {
-  const BuildingFlagScope as_asked_for(*mgr_, 0);
+  assert(mgr_->building_flag() == 0 && !summands.empty());
   QNumber denominator(1);
   for (const auto& summand : summands)
     denominator = lcm(denominator, summand.first.get_den());
   const Term_* sum = nullptr;
   for (const auto& [q, x] : summands) {
+    assert((q * denominator).is_integer());
     const Term_* t = mgr_->make_number(q * denominator);
     if (x != nullptr) t = mgr_->make_times(t, x);
     sum = sum == nullptr ? t : mgr_->make_plus(sum, t);
   }
-  assert(sum != nullptr);
+  assert(sum != nullptr && denominator.sign() > 0);
   const Term_* const quotient = mgr_->make_times(mgr_->make_number(denominator.inv()), sum);
   const int var = mapper_->term_def_var(mgr_->make_floor(quotient));
-  if (var == 0) throw error("no variable for a floor term", true);
+  if (var == 0) fail("no variable for a floor term");
   return var;
 }
 

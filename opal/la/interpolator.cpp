@@ -1,9 +1,14 @@
+// The object: construction and destruction, what it keeps for a request, and how it looks
+// up literals, sides and constraints.
+
 #include "opal/la/interpolator.h"
 
 #include <cassert>
 #include <memory>
 #include <string>
 #include <utility>
+
+#include "opal/la/merge_table.h"
 
 namespace opal::la {
 
@@ -21,14 +26,20 @@ Interpolator::Interpolator(TermManager* mgr, Solver* solver, ItpLinearTermMapper
       zero_constr_id_(mapper->zero_constraint()),
       zero_proof_(nullptr),
       dump_counter_(1),
-      in_laz_bb_(false) {
-  assert(mgr != nullptr);
+      in_laz_bb_(false),
+      merge_table_(std::make_unique<MergeTable>(*this)) {
+  assert(mgr != nullptr && mgr->true_term() != nullptr && mgr->false_term() != nullptr);
+  assert(mode == MODE_SUM || mode == MODE_CONJ || mode == MODE_DUAL);
+  assert(delta_var_ != 0);
 }
 
 Interpolator::~Interpolator() {
+  assert(zero_proof_ == nullptr || zero_proof_->references() > 0);
   clear_split_cache();  // a split request that threw has left its references there
   proof::Proof::release(zero_proof_);
 }
+
+void Interpolator::fail(const std::string& message) { throw error(message, true); }
 
 void Interpolator::set_classifier(itp::TheoryAtomClassifier* classifier) {
   classifier_ = classifier;
@@ -40,8 +51,10 @@ CoeffList* Interpolator::find_in_cache(proof::Proof* p) {
 }
 
 CoeffList* Interpolator::store_in_cache(proof::Proof* p) {
+  assert(p != nullptr);
   if (spare_lists_.empty()) spare_lists_.push_back(std::make_unique<CoeffList>());
   CoeffList* const list = spare_lists_.back().get();
+  assert(list != nullptr && list->empty());
   proof_cache_[p] = list;
   spare_lists_.back().release();
   spare_lists_.pop_back();
@@ -49,6 +62,7 @@ CoeffList* Interpolator::store_in_cache(proof::Proof* p) {
 }
 
 void Interpolator::clear_cache() {
+  assert(proof_cache_.is_normal() && tight_vars_.is_normal());
   for (auto& [node, list] : proof_cache_) {
     delete list;
     list = nullptr;
@@ -60,6 +74,8 @@ void Interpolator::clear_cache() {
     delete owned_eqs_.back();
     owned_eqs_.pop_back();
   }
+  assert(proof_cache_.empty() && tight_vars_.empty() && side_constraints_.empty());
+  assert(!zero_eq_.has_vars() && zero_eq_.constant() == nullptr);
 }
 
 TheoryLit Interpolator::to_lit(int constr_id) {
@@ -71,6 +87,7 @@ TheoryLit Interpolator::to_lit(int constr_id) {
 }
 
 itp::TheoryAtomClassifier::status Interpolator::classify(const Term_* atom) {
+  assert(classifier_ != nullptr && atom != nullptr);
   const auto status = classifier_->classify_atom(atom);
   if (status != itp::TheoryAtomClassifier::UNKNOWN) return status;
   return classifier_->classify(atom, false);
@@ -96,6 +113,7 @@ Equation* Interpolator::get_as_rhs(int constr_id, int sign) {
   const bool upper = lt.kind < LinearTerm::EQ || (either && sign == -1);
   const bool strict =
       lt.kind == LinearTerm::LT || lt.kind == LinearTerm::NEQ || lt.kind == LinearTerm::GT;
+  assert(lt.is_normal());
   Equation e = std::move(lt.vars);
   if (e.constant() != nullptr) e.add_const(e.constant()->neg());  // it does not count
   e.add_const(lt.constant.neg());
@@ -111,8 +129,9 @@ Equation* Interpolator::own(Equation e) {
 }
 
 const Term_* Interpolator::term_of(int var) {
+  assert(var != 0);
   const Term_* const term = mapper_->var_term(var);
-  if (term == nullptr) throw error("variable without a term: " + std::to_string(var), true);
+  if (term == nullptr) fail("variable without a term: " + std::to_string(var));
   return term;
 }
 

@@ -1,6 +1,8 @@
 #ifndef OPAL_LA_INTERPOLATOR_H
 #define OPAL_LA_INTERPOLATOR_H
 
+// The engine: one class, whose operations are grouped under the sources that define them.
+
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
@@ -218,6 +220,8 @@ class Interpolator {
     Equation* all;
     Equation* of_A;
     Equation* of_B;
+    bool a_only = true;  // no constraint was B's
+    bool b_only = true;  // none was A's
   };
 
   /// A node to be exported: its rule, null for none, and its children, null where there is
@@ -234,8 +238,15 @@ class Interpolator {
     std::vector<std::string> left_out;
   };
 
-  struct DumpItem;  // proof_dump.cpp
-  class LongList;   // long_list.h
+  /// Whether the inequality of a sum is strict.
+  enum Strictness { NON_STRICT, STRICT };
+
+  /// What a split request makes of a proof.
+  enum SplitMode { REWRITING, SPLITTING };
+
+  struct DumpItem;   // proof_dump.cpp
+  class LongList;    // long_list.h
+  class MergeTable;  // merge_table.h
   using TermSet = hsh::HashSet<const Term_*>;
 
   TermManager* mgr_;             // builds every term of an interpolant
@@ -251,8 +262,7 @@ class Interpolator {
   std::vector<proof::Proof*> to_visit_;   // depth-first stack of the proof walks
   std::vector<const Term_*> term_stack_;  // work stack over terms
   TermSet seen_terms_;                    // visited terms of collect_vars
-  hsh::HashMap<proof::Proof*, SplitData> split_cache_;   // halves of each split node
-  std::vector<std::unique_ptr<CoeffList>> spare_lists_;  // short lists, to be used again
+  hsh::HashMap<proof::Proof*, SplitData> split_cache_;  // halves of each split node
   std::vector<Equation*> owned_eqs_;  // every constraint allocated in this request
   LaHyp* zero_proof_;                 // hypothesis 0 >= 0, made on first use; one reference
   std::int32_t dump_counter_;         // number of the next interpolation check files
@@ -260,11 +270,15 @@ class Interpolator {
   std::vector<Equation*> side_constraints_;  // premise of the final interpolant
   hsh::HashMap<int, TheoryLit> bb_lits_;     // literals of branches by constraint id
   bool in_laz_bb_;  // the request's root is a branch-and-bound proof
+  std::vector<std::unique_ptr<CoeffList>> spare_lists_;  // short lists, to be used again
+  std::unique_ptr<MergeTable> merge_table_;              // its memory is used again
   std::uint64_t combinations_visited_ = 0;   // of values of cuts, since construction
   std::uint64_t combinations_survived_ = 0;  // those that gave a disjunct
 
   // --- interpolator.cpp: caches and look-ups
 
+  /// Throws error with the message.
+  [[noreturn]] static void fail(const std::string& message);
   /// The list of a node, or null.
   [[nodiscard]] CoeffList* find_in_cache(proof::Proof* p);
   /// Makes a new empty list the entry of `p` and returns it. An entry that is replaced is
@@ -338,8 +352,10 @@ class Interpolator {
   [[nodiscard]] bool is_eliminable(int var, const TermSet& vars);
   /// True when an eliminable variable occurs in both constraints.
   [[nodiscard]] bool are_linked(const Equation& a, const Equation& b, const TermSet& vars);
-  /// Sums the linked pairs among at least one, without tables, in place.
-  void close_short_list(CoeffList& pairs, const TermSet& vars);
+  /// Merges two different constraints with few variables as merge_table_ would.
+  void merge_two(CoeffList& pairs, const TermSet& vars);
+  /// True when merge_table_ writes e2 before e1, to which it was given before.
+  [[nodiscard]] static bool comes_first(const Equation& e2, const Equation& e1);
 
   // --- long_list.cpp: lists that grow along a chain
 
@@ -360,11 +376,21 @@ class Interpolator {
   /// list, with its bound and A's part in tight_vars_, or a side constraint.
   void handle_tightproof(laz::LaZTighteningProof* p, TermSet& vars);
   /// Refuses a cut without conclusion, or with fewer multipliers than premises.
-  void check_cut(const laz::LaZTighteningProof& p);
-  /// Adds a premise's constraint, in the direction that serves the conclusion, to the sum
-  /// of all, and to `side` when there is one.
-  void add_premise(const laz::LaZTighteningProof& p, std::size_t i, Equation* all,
-                   Equation* side);
+  static void check_cut(const laz::LaZTighteningProof& p);
+  /// The literal of a constraint of a cut, not null; an error, with the text given, if it
+  /// is.
+  [[nodiscard]] TheoryLit literal_in_cut(int constr_id, const char* unknown);
+  /// The sign with which equalities among the premises are multiplied.
+  [[nodiscard]] int direction_of(const laz::LaZTighteningProof& p);
+  /// The constraint of a premise in the direction that serves the conclusion.
+  [[nodiscard]] Equation* premise_of(const laz::LaZTighteningProof& p, std::size_t i,
+                                     int direction);
+  /// The list of a cut whose constraints were summed up.
+  [[nodiscard]] Equation* rounded_part(const laz::LaZTighteningProof& p,
+                                       const CutSums& sums);
+  /// The sum of the side that a constraint with this status counts for; an error for an
+  /// atom of neither side.
+  [[nodiscard]] Equation* side_of_cut(itp::TheoryAtomClassifier::status s, CutSums& sums);
   /// target += q * e, for a target in owned_eqs_.
   void add_multiple(Equation* target, QNumber q, Equation* e);
   /// True when each variable may belong to either side.
@@ -373,9 +399,8 @@ class Interpolator {
   // --- floor_tightening.cpp: cuts by floor terms
 
   void handle_tightproof_floor(laz::LaZTighteningProof* p, TermSet& vars);
-  /// True for a constraint that A may own; an error, with the text given, for a null
-  /// literal, and for an atom of neither side.
-  [[nodiscard]] bool may_be_of_A(TheoryLit lit, const char* unknown);
+  /// True for the status of an atom that A may own; an error for one of neither side.
+  [[nodiscard]] bool may_be_of_A(itp::TheoryAtomClassifier::status s);
   /// e / g with whatever part of it is not integral under one floor term.
   [[nodiscard]] Equation round_shared_part(const Equation& e, const QNumber& g);
   /// The variable that stands for the floor of a sum of multiples of terms; a null term
@@ -399,16 +424,18 @@ class Interpolator {
 
   /// The interpolant `sum >= 0` without the variables of cuts in it.
   [[nodiscard]] const Term_* build_term_without_cuts(const Equation& sum);
-  /// The disjunct of the current values, or null when they are impossible; `strict` makes
-  /// its inequality so.
+  /// The disjunct of the current values, or null when they are impossible.
   [[nodiscard]] const Term_* build_laz_tight_subterm(
       const LaZLeqPattern& leq, const std::vector<LaZModEqPattern>& patterns,
-      const LaZCutValues& values, bool strict = false);
+      const LaZCutValues& values, Strictness strictness = NON_STRICT);
+  /// The inequality bound <= t, or bound < t, or its truth when t is a numeral.
+  [[nodiscard]] const Term_* bounded_below(const Term_* t, const QNumber& bound,
+                                           Strictness strictness);
   /// Steps to the next values, the last fastest; false when all are back at 0.
   bool get_laz_next_tvar_values(LaZCutValues& values);
-  /// Skips all values that agree with the current ones up to a place.
-  void skip_laz_tvar_values(LaZCutValues& values, std::size_t place);
-  /// The first place where a value is impossible, whatever the others are; or the size.
+  /// Skips all values that agree with the current ones up to the last one given.
+  void skip_laz_tvar_values(LaZCutValues& values, std::size_t last);
+  /// The first cut whose value is impossible, whatever the others are; or their number.
   [[nodiscard]] std::size_t first_impossible_value(
       const std::vector<LaZModEqPattern>& patterns, const LaZCutValues& values);
   [[nodiscard]] bool is_possible(const LaZModEqPattern& pattern, const QNumber& value);
@@ -472,9 +499,9 @@ class Interpolator {
   static void set_b(SplitData& entry, proof::Proof* p, Equation* sum);
   /// True for an atom that B may own; an error, with the text given, for one of neither
   /// side, and, rewriting, for one that mixes both or is unknown.
-  [[nodiscard]] bool splits_to_B(const Term_* atom, bool splitting, const char* mixed);
+  [[nodiscard]] bool splits_to_B(const Term_* atom, SplitMode mode, const char* mixed);
   /// A hypothesis on an equality that was split before.
-  void replace_by_fakes(LaHyp* p, const itp::EqItpInfo& info, bool splitting,
+  void replace_by_fakes(LaHyp* p, const itp::EqItpInfo& info, SplitMode mode,
                         SplitData& entry);
   /// A LaComb with references of its own and copies of the multipliers.
   [[nodiscard]] static proof::ProofRef combine(const QNumber* c1, proof::Proof* p1,

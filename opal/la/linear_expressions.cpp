@@ -23,6 +23,7 @@
 namespace opal::la {
 
 void Interpolator::do_make_linear_expr(const Term_* t, Equation& out) {
+  assert(t != nullptr && out.is_normal());
   QNumber constant;
   std::vector<QNumber> multipliers{QNumber(1)};  // of the terms on the stack
   term_stack_.assign(1, t);
@@ -66,6 +67,7 @@ bool Interpolator::make_linear_exprs(const Term_* a, const Term_* b, const Linea
   LinearTerm difference(lt.kind, Equation(), QNumber());
   add_to_linear(difference, ea, true);
   add_to_linear(difference, eb, false);
+  assert(difference.vars.is_normal() && difference.vars.constant() == nullptr);
   return linear_equal(difference, lt);
 }
 
@@ -74,10 +76,11 @@ void Interpolator::sub_equation(Equation* dst, const Equation& src) {
 }
 
 void Interpolator::add_equation(Equation* dst, const QNumber& q, const Equation& src) {
-  assert(dst != &src && dst != &zero_eq_);
+  assert(dst != nullptr && dst != &src && dst != &zero_eq_);
   for (const auto& [var, coeff] : src.coeffs())
     dst->add_var(coeff * q, var);
   if (src.constant() != nullptr) dst->add_const(q * *src.constant());
+  assert(dst->is_normal());
 }
 
 void Interpolator::add_to_linear(LinearTerm& lt, const Equation& e, bool negate) {
@@ -92,6 +95,7 @@ void Interpolator::add_to_linear(LinearTerm& lt, const Equation& e, bool negate)
 }
 
 bool Interpolator::linear_equal(const LinearTerm& x, const LinearTerm& y) const {
+  assert(x.vars.is_normal() && y.vars.is_normal());
   if (x.vars.coeffs().size() != y.vars.coeffs().size()) return false;
   if (x.kind != y.kind || x.constant != y.constant) return false;
   for (const auto& [var, coeff] : x.vars.coeffs())

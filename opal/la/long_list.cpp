@@ -13,62 +13,99 @@
 #include <cassert>
 #include <utility>
 
+#include "opal/la/merge_table.h"
+
 namespace opal::la {
 
 void Interpolator::LongList::attach(CoeffList& list) {
   if (list_ == &list) return;
   list_ = nullptr;
-  place_of_.clear();
+  is_settled_ = true;
+  list.reserve(SHORT + 1);  // by which forget_premise knows it
+  position_of_.clear();
   constraints_.clear();
-  for (std::size_t place = 0; place < list.size(); ++place) {
-    constraints_.insert(list[place].second);
-    note_place(*list[place].second, place);
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    constraints_.insert(list[i].second);
+    note_position(*list[i].second, i);
   }
   list_ = &list;
+  assert(is_normal());
+}
+
+void Interpolator::LongList::settle(proof::Proof* node) {
+  if (unsettled_.empty()) return;
+  CoeffList* const list = engine_.find_in_cache(node);
+  if (list == nullptr || !unsettled_.erase(list)) return;
+  if (list == list_) list_ = nullptr;
+  engine_.merge_table_->order(*list);
+}
+
+void Interpolator::LongList::forget(const CoeffList* list) {
+  if (list == list_) list_ = nullptr;
+  unsettled_.erase(list);
 }
 
 void Interpolator::LongList::add(QNumber* multiplier, Equation* e) {
-  assert(list_ != nullptr && !holds(e));
-  for (std::size_t place = linked_place(*e); place < list_->size();
-       place = linked_place(*e)) {
-    const auto [other_multiplier, other] = (*list_)[place];
+  assert(list_ != nullptr && e != nullptr && !holds(e));
+  if (is_settled_) unsettled_.insert(list_);
+  is_settled_ = false;
+  for (std::size_t i = linked_position(*e); i < list_->size(); i = linked_position(*e)) {
+    const auto [other_multiplier, other] = (*list_)[i];
     e = engine_.get_comb(other_multiplier, other, multiplier, e);
     multiplier = nullptr;
-    remove(place);
+    remove(i);
   }
   constraints_.insert(e);
-  note_place(*e, list_->size());
+  note_position(*e, list_->size());
   list_->emplace_back(multiplier, e);
+  assert(constraints_.size() == list_->size());
 }
 
-std::size_t Interpolator::LongList::linked_place(const Equation& e) const {
+std::size_t Interpolator::LongList::linked_position(const Equation& e) const {
   for (const auto& pair : e.coeffs()) {
-    const auto it = place_of_.find(pair.first);
-    if (it != place_of_.end() && engine_.is_eliminable(pair.first, vars_))
-      return it->second;
+    const auto it = position_of_.find(pair.first);
+    if (it == position_of_.end() || !engine_.is_eliminable(pair.first, vars_)) continue;
+    assert(!(*list_)[it->second].second->coeff(pair.first).is_zero());
+    return it->second;
   }
   return list_->size();
 }
 
-// The last pair takes the place of the removed one.
-void Interpolator::LongList::remove(std::size_t place) {
+// The last pair takes the position of the removed one.
+void Interpolator::LongList::remove(std::size_t position) {
   CoeffList& list = *list_;
+  assert(position < list.size());
   const std::size_t last = list.size() - 1;
-  constraints_.erase(list[place].second);
-  for (const auto& pair : list[place].second->coeffs()) {
-    const auto it = place_of_.find(pair.first);
-    if (it != place_of_.end() && it->second == place) place_of_.erase(pair.first);
+  constraints_.erase(list[position].second);
+  for (const auto& pair : list[position].second->coeffs()) {
+    const auto it = position_of_.find(pair.first);
+    if (it != position_of_.end() && it->second == position) position_of_.erase(pair.first);
   }
-  if (place != last) {
-    list[place] = list[last];
-    note_place(*list[place].second, place);
+  if (position != last) {
+    list[position] = list[last];
+    note_position(*list[position].second, position);
   }
   list.pop_back();
 }
 
-void Interpolator::LongList::note_place(const Equation& e, std::size_t place) {
+void Interpolator::LongList::note_position(const Equation& e, std::size_t position) {
   for (const auto& pair : e.coeffs())
-    if (engine_.is_eliminable(pair.first, vars_)) place_of_[pair.first] = place;
+    if (engine_.is_eliminable(pair.first, vars_)) position_of_[pair.first] = position;
+}
+
+bool Interpolator::LongList::is_normal() const {
+  if (list_ == nullptr) return true;
+  if (constraints_.size() != list_->size()) return false;
+  for (std::size_t i = 0; i < list_->size(); ++i) {
+    Equation* const e = (*list_)[i].second;
+    if (!holds(e)) return false;
+    for (const auto& pair : e->coeffs()) {
+      if (!engine_.is_eliminable(pair.first, vars_)) continue;
+      const auto it = position_of_.find(pair.first);
+      if (it == position_of_.end() || it->second != i) return false;
+    }
+  }
+  return position_of_.is_normal() && constraints_.is_normal();
 }
 
 bool Interpolator::extend_long_list(LaComb* comb, LongList& index) {
@@ -91,6 +128,7 @@ bool Interpolator::extend_long_list(LaComb* comb, LongList& index) {
     for (const auto& pair : *other)
       if (index.holds(pair.second)) return false;
   }
+  assert(to_visit_.back() == comb);
   to_visit_.pop_back();
   proof_cache_[comb] = base;
   proof_cache_.erase(base_premise);

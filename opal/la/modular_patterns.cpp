@@ -13,6 +13,8 @@
 //
 // Cost: one pass over the coefficients.
 
+#include <cassert>
+
 #include "opal/la/interpolator.h"
 
 namespace opal::la {
@@ -28,12 +30,14 @@ QNumber common_denominator(const Equation& e) {
   QNumber result(1);
   for (const auto& pair : e.coeffs())
     result = lcm(result, pair.second.get_den());
+  assert(result.sign() > 0 && result.is_integer());
   return result;
 }
 
 }  // namespace
 
 Interpolator::LaZLeqPattern Interpolator::build_laz_leq_pattern(Equation* e) {
+  assert(e != nullptr && e != &zero_eq_ && e->is_normal());
   const QNumber scale = common_denominator(*e);
   QNumber divisor;
   for (const auto& pair : e->coeffs())
@@ -43,12 +47,14 @@ Interpolator::LaZLeqPattern Interpolator::build_laz_leq_pattern(Equation* e) {
     factor = scale / divisor;
     e->mult(factor);
   }
+  assert(factor.sign() > 0 && common_denominator(*e) == QNumber(1));
   return {build_leq_term(e, false), factor};
 }
 
 Interpolator::LaZModEqPattern Interpolator::build_laz_mod_eq_pattern(Equation* e) {
   const QNumber scale = common_denominator(*e);
   e->mult(scale);
+  assert(common_denominator(*e) == QNumber(1));
   const SharedPart shared = split_off_shared_part(*e);
   const Symbol* const symbol =
       shared.local_gcd.is_zero()
@@ -62,6 +68,7 @@ const Term_* Interpolator::build_laz_mod_eq_term(Equation* e) {
   const SharedPart shared = split_off_shared_part(*e);
   const QNumber& modulus = shared.local_gcd;
   const QNumber value = minus_constant(*e);
+  assert(modulus.sign() >= 0);
   if (shared.term == nullptr) {
     const bool holds = modulus.is_zero() ? value.is_zero() : modulus.divides(value);
     return holds ? mgr_->true_term() : mgr_->false_term();
@@ -74,10 +81,11 @@ const Term_* Interpolator::build_laz_mod_eq_term(Equation* e) {
 }
 
 Interpolator::SharedPart Interpolator::split_off_shared_part(const Equation& e) {
+  assert(classifier_ != nullptr && e.is_normal());
   SharedPart shared;
   for (const auto& [var, coeff] : e.coeffs()) {
     const Term_* const x = mapper_->var_term(var);
-    if (x == nullptr) throw error("unknown variable in LA(Z) Equation", true);
+    if (x == nullptr) fail("unknown variable in LA(Z) Equation");
     shared.gcd = gcd(shared.gcd, coeff);
     if (classifier_->is_B_colorable(classifier_->classify(x, false))) {
       const Term_* const product = mgr_->make_times(mgr_->make_number(coeff), x);
@@ -87,6 +95,8 @@ Interpolator::SharedPart Interpolator::split_off_shared_part(const Equation& e) 
       shared.local_gcd = gcd(shared.local_gcd, coeff);
     }
   }
+  assert(shared.gcd.is_zero() == e.coeffs().empty());
+  assert(shared.local_gcd.is_zero() || shared.gcd.divides(shared.local_gcd));
   return shared;
 }
 

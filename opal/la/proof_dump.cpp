@@ -7,6 +7,7 @@
 // A hypothesis has its constraint's id, its sign, the constraint as it enters the sum, and,
 // where there is a classifier, its literal with its side.
 
+#include <cassert>
 #include <iostream>
 #include <sstream>
 
@@ -55,6 +56,7 @@ void Interpolator::dump(std::ostream& out, proof::Proof* p, int indent) {
 // Writes a node without its premises and leaves these to the caller, the first one on top.
 void Interpolator::dump_node(std::ostream& out, const DumpItem& item,
                              std::vector<DumpItem>& open) {
+  assert(item.text == nullptr && item.indent >= 0);
   for (int i = 0; i < item.indent; ++i)
     out << ' ';
   const auto leave = [&](proof::Proof* premise) {
@@ -95,6 +97,7 @@ void Interpolator::dump_constraint(std::ostream& out, int constr_id, int sign) {
   const Equation* const e = get_as_rhs(constr_id, sign);
   out << constr_id << ' ' << sign << " -> " << e->to_str(true);
   if (owned_eqs_.empty() || owned_eqs_.back() != e) return;
+  assert(e != &zero_eq_);
   owned_eqs_.pop_back();
   delete e;
 }
@@ -109,6 +112,7 @@ void Interpolator::dump_literal(std::ostream& out, TheoryLit lit) {
 std::string Interpolator::coefflist_to_str(const CoeffList& l) {
   std::ostringstream out;
   for (const auto& [multiplier, e] : l) {
+    assert(e != nullptr);
     out << "{ ";
     if (multiplier == nullptr)
       out << "<NULL>";

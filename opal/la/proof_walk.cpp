@@ -31,6 +31,7 @@
 #include "opal/interfaces/rule_cast.h"
 #include "opal/la/interpolator.h"
 #include "opal/la/long_list.h"
+#include "opal/la/merge_table.h"
 
 namespace opal::la {
 
@@ -53,29 +54,32 @@ class ClassifierScope {
   itp::TheoryAtomClassifier* const callers_;
 };
 
-[[noreturn]] void throw_unrecognized() {
+[[noreturn]] void refuse_rule() {
   const Interpolator::error built(
       std::string("Unrecognized proof rule: ") + typeid(proof::Proof*).name(), true);
-  throw Exception(built);
+  throw Exception(built);  // the base class alone: callers tell the two apart
 }
 
 }  // namespace
 
 const Term_* Interpolator::get_interpolant(itp::TheoryAtomClassifier* classifier,
                                            proof::Proof* proof) {
-  if (classifier == nullptr) throw error("null classifier", true);
+  if (classifier == nullptr) fail("null classifier");
   const ClassifierScope scope(classifier_, classifier);
   itp::TheoryAtomClassifier flipped = classifier->flip();
   if (mode_ == MODE_DUAL) classifier_ = &flipped;
   auto* const tree = as<laz::LaZInternalBBProof>(proof);
   in_laz_bb_ = tree != nullptr;
+  assert(mode_ != MODE_DUAL || classifier_ == &flipped);
   const Term_* const result =
       tree != nullptr ? do_get_laz_bb_interpolant(tree) : do_get_interpolant(proof);
+  assert(result != nullptr && owned_eqs_.empty());
   return mode_ == MODE_DUAL ? mgr_->make_not(result) : result;
 }
 
 const Term_* Interpolator::do_get_interpolant(proof::Proof* proof) {
   TermSet vars;
+  assert(classifier_ != nullptr);
   clear_cache();
   const Term_* result = root_only_interpolant(proof);
   if (result == nullptr) {
@@ -102,12 +106,15 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
   while (!to_visit_.empty()) {
     mgr_->poll();
     proof::Proof* const p = to_visit_.back();
+    assert(p == nullptr || p->references() > 0);
     const std::size_t height = to_visit_.size();
     const bool is_shared = p != nullptr && p->references() > 1;
     if (is_shared && find_in_cache(p) != nullptr) {
       to_visit_.pop_back();
     } else if (auto* comb = as<LaComb>(p)) {
       if (extend_long_list(comb, long_list)) continue;
+      long_list.settle(comb->premise1);
+      long_list.settle(comb->premise2);
       handle_comb(comb, vars);
       if (to_visit_.size() >= height) continue;
       forget_premise(comb->premise1, long_list);
@@ -115,6 +122,7 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
     } else if (auto* hyp = as<LaHyp>(p)) {
       handle_hyp(hyp, vars);
     } else if (auto* implied = as<LaCombImp>(p)) {
+      long_list.settle(implied->premise);
       handle_comb_imp(implied, vars);
       if (to_visit_.size() < height) forget_premise(implied->premise, long_list);
     } else if (auto* neq = as<LaNeq>(p)) {
@@ -128,8 +136,14 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
         handle_tightproof(cut, vars);
     } else {
       // A null node, or a rule where it cannot stand.
-      throw_unrecognized();
+      refuse_rule();
     }
+  }
+  assert(proof_cache_.is_normal() && vars.is_normal());
+  long_list.settle(proof);
+  if (const auto* neq = as<LaNeq>(proof)) {
+    long_list.settle(neq->case1);
+    long_list.settle(neq->case2);
   }
 }
 
@@ -137,13 +151,16 @@ void Interpolator::walk(proof::Proof* proof, TermSet& vars) {
 // list for every node and mostly needs few at a time: some short ones are kept, with their
 // memory, for the next nodes.
 void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
+  assert(premise != nullptr);
   if (premise->references() > 1) return;
-  std::unique_ptr<CoeffList> list(find_in_cache(premise));
-  proof_cache_.erase(premise);
+  std::unique_ptr<CoeffList> list(proof_cache_.take(premise));
   if (list == nullptr) return;
-  index.forget(list.get());
   constexpr std::size_t MOST_SPARE = 256;
-  if (list->capacity() > LongList::SHORT || spare_lists_.size() >= MOST_SPARE) return;
+  if (list->capacity() > LongList::SHORT) {
+    index.forget(list.get());
+    return;
+  }
+  if (spare_lists_.size() >= MOST_SPARE) return;
   list->clear();
   spare_lists_.push_back(std::move(list));
 }
@@ -154,20 +171,22 @@ void Interpolator::forget_premise(proof::Proof* premise, LongList& index) {
 const Term_* Interpolator::root_term(proof::Proof* proof) {
   if (CoeffList* list = find_in_cache(proof)) return build_term_from_eq_list(*list);
   const auto* neq = as<LaNeq>(proof);
-  assert(neq != nullptr);
+  assert(neq != nullptr && find_in_cache(neq->case1) != nullptr);
+  assert(find_in_cache(neq->case2) != nullptr);
   const Term_* const i1 = build_term_from_eq_list(*find_in_cache(neq->case1));
   const Term_* const i2 = build_term_from_eq_list(*find_in_cache(neq->case2));
   const TheoryLit lit = to_lit(neq->constraint_id);
-  if (lit.has_no_atom()) throw error("unmapped neq in a LaNeq rule", true);
+  if (lit.has_no_atom()) fail("unmapped neq in a LaNeq rule");
   const auto status = classify(lit.atom());
   if (classifier_->is_B_colorable(status)) return mgr_->make_and(i1, i2);
   if (classifier_->is_A_colorable(status)) return mgr_->make_or(i1, i2);
-  throw error("AB-mixed neq in a LaNeq rule", true);
+  fail("AB-mixed neq in a LaNeq rule");
 }
 
 const Term_* Interpolator::under_side_constraints(const Term_* interpolant) {
   if (side_constraints_.empty()) return interpolant;
   const Term_* premise = mgr_->true_term();
+  assert(premise != nullptr && interpolant != nullptr);
   for (const Equation* e : side_constraints_)
     premise = mgr_->make_and(premise, build_leq_term(e, true));
   return mgr_->make_or(mgr_->make_not(premise), interpolant);

@@ -57,19 +57,19 @@ namespace {
 using proof::Proof;
 using proof::ProofRef;
 
-[[noreturn]] void throw_unexpected() {
-  throw Interpolator::error(
-      std::string("Unexpected proof rule to split: ") + typeid(Proof*).name(), true);
+std::string unexpected_rule() {
+  return std::string("Unexpected proof rule to split: ") + typeid(Proof*).name();
 }
 
 }  // namespace
 
 std::pair<Proof*, Proof*> Interpolator::split_mixed_proof(
     itp::TheoryAtomClassifier* classifier, LaProof* proof, itp::EqItpMap& eq_itp) {
-  if (classifier == nullptr) throw error("null classifier", true);
+  if (classifier == nullptr) fail("null classifier");
   classifier_ = classifier;
   clear_cache();
   clear_split_cache();
+  assert(split_cache_.empty() && owned_eqs_.empty());
   SplitRequest request;
   request.root = as<LaNeq>(proof);
   if (request.root != nullptr) {
@@ -86,10 +86,12 @@ std::pair<Proof*, Proof*> Interpolator::split_mixed_proof(
     result.first = rewritten_root(proof, request);
   clear_split_cache();
   clear_cache();
+  assert(request.splitting == static_cast<bool>(result.second));
   return {result.first.take(), result.second.take()};
 }
 
 void Interpolator::clear_split_cache() {
+  assert(split_cache_.is_normal());
   for (auto& [node, entry] : split_cache_) {
     Proof::release(std::exchange(entry.proof_a, nullptr));
     Proof::release(std::exchange(entry.proof_b, nullptr));
@@ -98,19 +100,18 @@ void Interpolator::clear_split_cache() {
 }
 
 void Interpolator::enter_split_root(SplitRequest& request) {
+  assert(request.root != nullptr && !request.splitting);
   request.root_lit = to_lit(request.root->constraint_id);
-  if (request.root_lit.has_no_atom())
-    throw error("unmapped disequality in a LaNeq to split", true);
+  if (request.root_lit.has_no_atom()) fail("unmapped disequality in a LaNeq to split");
   const Term_* const atom = request.root_lit.atom();
   const auto entered = classifier_->classify_atom(atom);
-  const auto status = classify(atom);
-  if (status == itp::TheoryAtomClassifier::UNKNOWN)
-    throw error("atom unknown to the classifier", true);
+  const bool is_entered = entered != itp::TheoryAtomClassifier::UNKNOWN;
+  const auto status = is_entered ? entered : classifier_->classify(atom, false);
+  if (status == itp::TheoryAtomClassifier::UNKNOWN) fail("atom unknown to the classifier");
   if (status == itp::TheoryAtomClassifier::AB_MIXED) {
-    if (!mgr_->is_equality(atom->symbol()))
-      throw error("Only AB-mixed equalities can be split", true);
+    if (!mgr_->is_equality(atom->symbol())) fail("Only AB-mixed equalities can be split");
     request.splitting = true;
-  } else if (entered == itp::TheoryAtomClassifier::UNKNOWN) {
+  } else if (!is_entered) {
     if (classifier_->is_B_colorable(status))
       classifier_->add_B_atom(atom);
     else
@@ -120,11 +121,12 @@ void Interpolator::enter_split_root(SplitRequest& request) {
 
 // The second case lies on top of the first one, so it has an entry when the first is begun.
 void Interpolator::split_walk(SplitRequest& request, itp::EqItpMap& eq_itp) {
+  assert(!to_visit_.empty() && split_cache_.empty());
   const bool splitting = request.splitting;
   const bool rewrites_nothing = !splitting && eq_itp.empty();
   while (!to_visit_.empty()) {
     Proof* const p = to_visit_.back();
-    if (p == nullptr) throw_unexpected();
+    if (p == nullptr) fail(unexpected_rule());
     if (split_cache_.contains(p)) {
       to_visit_.pop_back();
       continue;
@@ -144,11 +146,12 @@ void Interpolator::split_walk(SplitRequest& request, itp::EqItpMap& eq_itp) {
     else if (auto* implied = as<LaCombImp>(p))
       split_mixed_handle_comb_imp(implied, request.root_lit, splitting, eq_itp);
     else
-      throw_unexpected();
+      fail(unexpected_rule());
   }
 }
 
 void Interpolator::track_hypotheses(Proof* p, SplitRequest& request) {
+  assert(request.splitting && p != nullptr);
   if (const auto* comb = as<LaComb>(p)) {
     if (request.last_hyp == nullptr) return;
     if (comb->premise1 == request.last_hyp) request.last_mult = comb->coeff1;
@@ -162,6 +165,7 @@ void Interpolator::track_hypotheses(Proof* p, SplitRequest& request) {
 }
 
 ProofRef Interpolator::rewritten_root(LaProof* proof, const SplitRequest& request) {
+  assert(!request.splitting);
   if (request.root == nullptr) return ProofRef(Proof::retain(split_cache_[proof].proof_a));
   ProofRef case1(Proof::retain(split_cache_[request.root->case1].proof_a));
   ProofRef case2(Proof::retain(split_cache_[request.root->case2].proof_a));
@@ -171,7 +175,8 @@ ProofRef Interpolator::rewritten_root(LaProof* proof, const SplitRequest& reques
 itp::EqItpInfo Interpolator::find_shared_term(const SplitRequest& request,
                                               SplitData& case1) {
   const Term_* const atom = request.root_lit.atom();
-  assert(atom->num_args() == 2);
+  assert(atom->num_args() == 2 && request.last_hyp != nullptr);
+  assert(case1.eq_a != nullptr && case1.eq_b != nullptr);
   itp::EqItpInfo split{atom->arg(0), atom->arg(1), nullptr};
   if (!classifier_->is_B_colorable(classify(split.b_side)))
     std::swap(split.a_side, split.b_side);
@@ -180,16 +185,17 @@ itp::EqItpInfo Interpolator::find_shared_term(const SplitRequest& request,
       make_linear_exprs(split.a_side, split.b_side,
                         linear_term_of(request.last_hyp->constraint_id), of_a, of_b);
   (is_b_minus_a ? of_a : of_b).mult(QNumber(-1));
-  // The sums of a leaf can be the zero constraint or that of a fake hypothesis.
+  // Copies, as the sums of a leaf can be the zero constraint or a fake hypothesis's.
   case1.eq_a = own(*case1.eq_a);
   case1.eq_b = own(*case1.eq_b);
   if (request.last_mult != nullptr) {
-    if (request.last_mult->is_zero()) throw error("zero multiplier in LaComb", true);
+    if (request.last_mult->is_zero()) fail("zero multiplier in LaComb");
     case1.eq_a->mult(request.last_mult->inv());
     case1.eq_b->mult(request.last_mult->inv());
   }
   sub_equation(case1.eq_a, of_a);
   sub_equation(case1.eq_b, of_b);
+  assert(case1.eq_a->is_normal() && case1.eq_b->is_normal());
   split.shared_term = build_leq_term(case1.eq_a, false);
   if (!is_b_minus_a)
     split.shared_term = mgr_->make_times(mgr_->make_number(-1), split.shared_term);
@@ -199,10 +205,12 @@ itp::EqItpInfo Interpolator::find_shared_term(const SplitRequest& request,
 std::pair<ProofRef, ProofRef> Interpolator::split_root(const SplitRequest& request,
                                                        itp::EqItpMap& eq_itp) {
   if (!request.case1_has_hyp || !request.case2_has_hyp)
-    throw error("no hypothesis on the split equality in a case of a LaNeq", true);
+    fail("no hypothesis on the split equality in a case of a LaNeq");
   assert(request.first_hyp != nullptr && request.last_hyp != nullptr);
   SplitData& case1 = split_cache_[request.root->case1];
   const SplitData& case2 = split_cache_[request.root->case2];
+  assert(case1.proof_a != nullptr && case1.proof_b != nullptr);
+  assert(case2.proof_a != nullptr && case2.proof_b != nullptr);
   const itp::EqItpInfo split = find_shared_term(request, case1);
   using Fakes = std::pair<proof::Counted<LaFakeHyp>, proof::Counted<LaFakeHyp>>;
   auto fakes_for = [&](LaHyp* hyp) {
@@ -221,6 +229,7 @@ std::pair<ProofRef, ProofRef> Interpolator::split_root(const SplitRequest& reque
       neq(fakes1.first.get(), case1.proof_a, fakes2.first.get(), case2.proof_a);
   ProofRef neq_b =
       neq(fakes1.second.get(), case1.proof_b, fakes2.second.get(), case2.proof_b);
+  // The map comes last: whatever throws, it has no entry that the classifier lacks.
   const Term_* const of_A = make_interface_equality(mgr_, split.a_side, split.shared_term);
   const Term_* const of_B = make_interface_equality(mgr_, split.b_side, split.shared_term);
   classifier_->add_A_atom(of_A);

@@ -19,19 +19,22 @@
 //
 // An atom that both sides own counts as A's.
 
+#include <cassert>
+
 #include "opal/la/interpolator.h"
 
 namespace opal::la {
 
 const Term_* Interpolator::get_interpolant_from_split_lemma(LaEqSplitLemma* lemma) {
   auto is_of_A = [this](const Term_* atom) {
-    if (atom == nullptr) throw error("missing atom in LaEqSplitLemma", true);
+    if (atom == nullptr) fail("missing atom in LaEqSplitLemma");
     const auto status = classify(atom);
     const bool is_A = classifier_->is_A_colorable(status);
     if (!is_A && !classifier_->is_B_colorable(status))
-      throw error("AB-mixed term in LaEqSplitLemma", true);
+      fail("AB-mixed term in LaEqSplitLemma");
     return is_A;
   };
+  assert(lemma != nullptr && classifier_ != nullptr);
   const Term_* const e = lemma->equality;
   const Term_* const l1 = lemma->inequality1;
   const Term_* const l2 = lemma->inequality2;

@@ -45,6 +45,7 @@ std::unique_ptr<QNumber> copy_of(const QNumber* q) {
 
 proof::ProofRef Interpolator::combine(const QNumber* c1, proof::Proof* p1,
                                       const QNumber* c2, proof::Proof* p2) {
+  assert(p1 != nullptr && p2 != nullptr);
   proof::ProofRef premise1(proof::Proof::retain(p1)), premise2(proof::Proof::retain(p2));
   auto copy1 = copy_of(c1), copy2 = copy_of(c2);
   return proof::ProofRef(new LaComb(copy1.release(), premise1.take(), copy2.release(),
@@ -73,6 +74,7 @@ void Interpolator::split_mixed_handle_comb(LaComb* p, TheoryLit /*root_lit*/,
   if (lacks2) to_visit_.push_back(p->premise2);
   if (lacks1 || lacks2) return;
   to_visit_.pop_back();
+  assert(p->premise1 != p && p->premise2 != p);
   SplitData& entry = split_cache_[p];
   const SplitData& s1 = split_cache_[p->premise1];
   const SplitData& s2 = split_cache_[p->premise2];
@@ -90,26 +92,28 @@ void Interpolator::split_mixed_handle_comb(LaComb* p, TheoryLit /*root_lit*/,
 
 void Interpolator::split_mixed_handle_hyp(LaHyp* p, TheoryLit root_lit, bool splitting,
                                           itp::EqItpMap& eq_itp) {
+  assert(!to_visit_.empty() && to_visit_.back() == p);
   to_visit_.pop_back();
   SplitData& entry = split_cache_[p];
   LaHyp* const zero = get_zero_proof();
+  const SplitMode mode = splitting ? SPLITTING : REWRITING;
   const int id = p->constraint_id;
-  if (p == zero || is_zero_constr(id)) {
+  const TheoryLit lit = p == zero ? TheoryLit() : to_lit(id);
+  if (p == zero || (is_zero_constr(id) && lit.has_no_atom())) {
     set_a(entry, p, get_zero());
     if (splitting) set_b(entry, p, get_zero());
     return;
   }
-  const TheoryLit lit = to_lit(id);
-  if (lit.has_no_atom()) throw error("unmapped constraint in a LaHyp to split", true);
+  if (lit.has_no_atom()) fail("unmapped constraint in a LaHyp to split");
   if (lit.atom() == root_lit.atom()) {
     set_a(entry, splitting ? zero : p, splitting ? get_zero() : get_as_rhs(id, p->sign));
     if (splitting) set_b(entry, zero, get_zero());
   } else if (const itp::EqItpInfo* const info = eq_itp.find(lit.atom())) {
-    if (lit.is_negated()) throw error("can't handle negated AB-mixed equality", true);
-    replace_by_fakes(p, *info, splitting, entry);
+    if (lit.is_negated()) fail("can't handle negated AB-mixed equality");
+    replace_by_fakes(p, *info, mode, entry);
   } else {
     const bool of_B =
-        splits_to_B(lit.atom(), splitting, "AB-mixed term not found in eq_itp map");
+        splits_to_B(lit.atom(), mode, "AB-mixed term not found in eq_itp map");
     Equation* const e = get_as_rhs(id, p->sign);
     const bool in_a = !splitting || !of_B;
     set_a(entry, in_a ? p : zero, in_a ? e : get_zero());
@@ -117,26 +121,29 @@ void Interpolator::split_mixed_handle_hyp(LaHyp* p, TheoryLit root_lit, bool spl
   }
 }
 
-bool Interpolator::splits_to_B(const Term_* atom, bool splitting, const char* mixed) {
+bool Interpolator::splits_to_B(const Term_* atom, SplitMode mode, const char* mixed) {
+  assert(atom != nullptr);
   const auto status = classify(atom);
   const bool of_B = classifier_->is_B_colorable(status);
-  const bool has_no_side = splitting ? !of_B && !classifier_->is_A_colorable(status)
-                                     : status == itp::TheoryAtomClassifier::AB_MIXED ||
-                                           status == itp::TheoryAtomClassifier::UNKNOWN;
-  if (has_no_side) throw error(mixed, true);
+  const bool has_no_side = mode == SPLITTING
+                               ? !of_B && !classifier_->is_A_colorable(status)
+                               : status == itp::TheoryAtomClassifier::AB_MIXED ||
+                                     status == itp::TheoryAtomClassifier::UNKNOWN;
+  if (has_no_side) fail(mixed);
   return of_B;
 }
 
-void Interpolator::replace_by_fakes(LaHyp* p, const itp::EqItpInfo& info, bool splitting,
+void Interpolator::replace_by_fakes(LaHyp* p, const itp::EqItpInfo& info, SplitMode mode,
                                     SplitData& entry) {
+  assert(info.a_side != nullptr && info.b_side != nullptr && info.shared_term != nullptr);
   const int var = mapper_->term_def_var(info.shared_term);
-  if (var == 0) throw error("no variable for a shared term", true);
+  if (var == 0) fail("no variable for a shared term");
   Equation shared;
   shared.add_var(QNumber(1), var);
   const auto fakes =
       make_fake_hyp(info.a_side, info.b_side, info.shared_term, p, &shared, &shared);
   const proof::Counted<LaFakeHyp> of_A(fakes.first), of_B(fakes.second);
-  if (splitting) {
+  if (mode == SPLITTING) {
     set_a(entry, of_A.get(), of_A->equation.get());
     set_b(entry, of_B.get(), of_B->equation.get());
   } else {
@@ -150,16 +157,18 @@ void Interpolator::split_mixed_handle_fakehyp(LaFakeHyp* p, TheoryLit /*root_lit
   to_visit_.pop_back();
   SplitData& entry = split_cache_[p];
   const TheoryLit lit = to_lit(p->constraint_id);
-  if (lit.has_no_atom()) throw error("unmapped constraint in a LaFakeHyp to split", true);
-  const bool of_B = splits_to_B(lit.atom(), splitting, "AB-mixed term in a LaFakeHyp");
+  if (lit.has_no_atom()) fail("unmapped constraint in a LaFakeHyp to split");
+  const bool of_B = splits_to_B(lit.atom(), splitting ? SPLITTING : REWRITING,
+                                "AB-mixed term in a LaFakeHyp");
   Equation* const e = p->equation.get();
+  assert(e != nullptr && e->is_normal());
   set_a(entry, p, splitting && of_B ? get_zero() : e);
   if (splitting) set_b(entry, p, of_B ? e : get_zero());
 }
 
 void Interpolator::split_mixed_handle_comb_imp(LaCombImp* p, TheoryLit /*root_lit*/,
                                                bool splitting, itp::EqItpMap& eq_itp) {
-  if (splitting) throw error("can't split a LaCombImp", true);
+  if (splitting) fail("can't split a LaCombImp");
   if (!split_cache_.contains(p->premise)) {
     to_visit_.push_back(p->premise);
     return;
@@ -167,10 +176,11 @@ void Interpolator::split_mixed_handle_comb_imp(LaCombImp* p, TheoryLit /*root_li
   to_visit_.pop_back();
   SplitData& entry = split_cache_[p];
   const TheoryLit lit = to_lit(p->constraint_id);
-  if (lit.has_no_atom()) throw error("unmapped constraint in a LaCombImp to split", true);
+  if (lit.has_no_atom()) fail("unmapped constraint in a LaCombImp to split");
   if (eq_itp.find(lit.atom()) != nullptr)
-    throw error("constraint implied by LaCombImp is in the EqItpMap", true);
+    fail("constraint implied by LaCombImp is in the EqItpMap");
   proof::ProofRef premise(proof::Proof::retain(split_cache_[p->premise].proof_a));
+  assert(entry.proof_a == nullptr && premise);
   entry.proof_a = new LaCombImp(p->constraint_id, p->sign, premise.take());
 }
 

@@ -20,6 +20,7 @@
 namespace opal::la {
 
 const Term_* Interpolator::build_leq_term(const Equation* e, bool as_atom) {
+  assert(e != nullptr && e->is_normal());
   const Term_* sum = nullptr;
   int strictness = 0;  // the sign of the strictness variable's coefficient
   {
@@ -55,6 +56,7 @@ const Term_* Interpolator::build_term_from_eq_list(CoeffList& list) {
   }
   CoeffList sum = list;
   fold(sum);
+  assert(sum.size() == 1);
   if (!tight_vars_.empty()) return build_term_without_cuts(*sum.front().second);
   return build_leq_term(sum.front().second, true);
 }

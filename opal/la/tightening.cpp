@@ -54,6 +54,7 @@ QNumber constant_of(const Equation& e) {
 
 // Divides e by k and rounds its constant down.
 void tighten(Equation& e, const QNumber& k) {
+  assert(k.sign() > 0);
   const QNumber c = constant_of(e);
   e.add_const(c.neg());
   e.mult(k.inv());
@@ -63,69 +64,99 @@ void tighten(Equation& e, const QNumber& k) {
 }  // namespace
 
 void Interpolator::handle_tightproof(laz::LaZTighteningProof* p, TermSet& vars) {
+  assert(!to_visit_.empty() && to_visit_.back() == p);
   to_visit_.pop_back();
   check_cut(*p);
-  const char* const mixed = "AB-mixed term in LaHyp";
   const int conclusion = p->constraints.back();
-  bool a_only =
-      is_constraint_of_A(to_lit(conclusion), "unknown constraint in LaHyp", mixed, vars);
-  bool b_only = !a_only;
-  const Equation own_constraint = *get_as_rhs(conclusion, 0);
-  const CutSums sums{own(own_constraint), own(a_only ? own_constraint : zero_eq_),
-                     own(a_only ? zero_eq_ : own_constraint)};
+  const TheoryLit lit = literal_in_cut(conclusion, "unknown constraint in LaHyp");
+  CutSums sums{own(*get_as_rhs(conclusion, 0)), own(zero_eq_), own(zero_eq_)};
+  const auto enter = [&](TheoryLit l, Equation* side, const QNumber& weight, Equation* e) {
+    add_multiple(side, weight, e);
+    if (side == sums.of_B) collect_vars(l.atom(), &vars);
+  };
+  Equation* const side = side_of_cut(classify(lit.atom()), sums);
+  enter(lit, side, QNumber(1), get_as_rhs(conclusion, 0));
+  const int direction = direction_of(*p);
   for (std::size_t i = 0; i + 1 < p->constraints.size(); ++i) {
-    const bool of_A = is_constraint_of_A(
-        to_lit(p->constraints[i]), "unknown premise in LaZTighteningProof", mixed, vars);
-    (of_A ? b_only : a_only) = false;
-    add_premise(*p, i, sums.all, of_A ? sums.of_A : sums.of_B);
+    const TheoryLit premise =
+        literal_in_cut(p->constraints[i], "unknown premise in LaZTighteningProof");
+    const auto status = classify(premise.atom());
+    Equation* const e = premise_of(*p, i, direction);
+    const QNumber weight = abs(p->coeffs[i]);
+    add_multiple(sums.all, weight, e);
+    enter(premise, side_of_cut(status, sums), weight, e);
   }
-  const QNumber& k = p->divisor;
-  if (k.sign() < 0) throw error("negative divisor in LaZTighteningProof", true);
-  if (b_only) {
-    store_single(p, get_zero());
-  } else if (a_only || (is_shared(*sums.all) && is_shared(*sums.of_B))) {
+  if (p->divisor.sign() < 0) fail("negative divisor in LaZTighteningProof");
+  store_single(p, rounded_part(*p, sums));
+}
+
+Equation* Interpolator::rounded_part(const laz::LaZTighteningProof& p,
+                                     const CutSums& sums) {
+  assert(!(sums.a_only && sums.b_only));
+  const QNumber& k = p.divisor;
+  if (sums.b_only) return get_zero();
+  if (sums.a_only || (is_shared(*sums.all) && is_shared(*sums.of_B))) {
     if (!k.is_zero()) tighten(*sums.all, k);
-    if (!a_only) side_constraints_.push_back(sums.of_B);
-    store_single(p, sums.all);
-  } else {
-    if (!k.is_zero()) {
-      const QNumber c = constant_of(*sums.all);
-      const QNumber bound = abs(k * (c / k).floor() - c);
-      tight_vars_[p->tight_var] = {bound, own(*sums.of_A)};
-      sums.of_A->add_var(QNumber(-1), p->tight_var);
-      sums.of_A->mult(k.inv());
-    }
-    store_single(p, sums.of_A);
+    if (!sums.a_only) side_constraints_.push_back(sums.of_B);
+    return sums.all;
   }
+  if (!k.is_zero()) {
+    const QNumber c = constant_of(*sums.all);
+    const QNumber bound = abs(k * (c / k).floor() - c);
+    assert(bound < k);
+    tight_vars_[p.tight_var] = {bound, own(*sums.of_A)};
+    sums.of_A->add_var(QNumber(-1), p.tight_var);
+    sums.of_A->mult(k.inv());
+  }
+  return sums.of_A;
 }
 
 void Interpolator::check_cut(const laz::LaZTighteningProof& p) {
-  if (p.constraints.empty()) throw error("missing conclusion in LaZTighteningProof", true);
+  if (p.constraints.empty()) fail("missing conclusion in LaZTighteningProof");
   if (p.coeffs.size() + 1 < p.constraints.size())
-    throw error("missing multiplier in LaZTighteningProof", true);
+    fail("missing multiplier in LaZTighteningProof");
+}
+
+TheoryLit Interpolator::literal_in_cut(int constr_id, const char* unknown) {
+  const TheoryLit lit = to_lit(constr_id);
+  if (lit.has_no_atom()) fail(unknown);
+  return lit;
+}
+
+Equation* Interpolator::side_of_cut(itp::TheoryAtomClassifier::status s, CutSums& sums) {
+  if (classifier_->is_B_colorable(s)) {
+    sums.a_only = false;
+    return sums.of_B;
+  }
+  if (!classifier_->is_A_colorable(s)) fail("AB-mixed term in LaHyp");
+  sums.b_only = false;
+  return sums.of_A;
 }
 
 // An equality is taken in the direction that its multiplier has when the conclusion is
 // read as it was written, as <= or as >=.
-void Interpolator::add_premise(const laz::LaZTighteningProof& p, std::size_t i,
-                               Equation* all, Equation* side) {
+int Interpolator::direction_of(const laz::LaZTighteningProof& p) {
+  assert(!p.constraints.empty());
   const int relation = mapper_->linear_term(p.constraints.back()).kind;
-  const int direction = relation == LinearTerm::LEQ   ? -1
-                        : relation == LinearTerm::GEQ ? 1
-                                                      : 0;
-  Equation* const e = get_as_rhs(p.constraints[i], p.coeffs[i].sign() * direction);
-  const QNumber weight = abs(p.coeffs[i]);
-  add_multiple(all, weight, e);
-  if (side != nullptr) add_multiple(side, weight, e);
+  if (relation == LinearTerm::LEQ) return -1;
+  return relation == LinearTerm::GEQ ? 1 : 0;
+}
+
+Equation* Interpolator::premise_of(const laz::LaZTighteningProof& p, std::size_t i,
+                                   int direction) {
+  assert(i + 1 < p.constraints.size() && i < p.coeffs.size());
+  assert(direction >= -1 && direction <= 1);
+  return get_as_rhs(p.constraints[i], p.coeffs[i].sign() * direction);
 }
 
 void Interpolator::add_multiple(Equation* target, QNumber q, Equation* e) {
-  assert(target != &zero_eq_);
+  assert(target != &zero_eq_ && target != e && q.sign() >= 0);
   Equation* const sum = get_comb(nullptr, target, &q, e);
   assert(sum == owned_eqs_.back());
   *target = std::move(*sum);
   delete sum;
   owned_eqs_.pop_back();
+  assert(target->is_normal());
 }
 
 bool Interpolator::is_shared(const Equation& e) {

@@ -51,6 +51,7 @@ Search::Engine::Preparation Search::Engine::prepare_conflict(ClauseRef conflict)
   order_watches(clause.begin(), clause.end());
   if (attached) attach(conflict);
   backtrack(clause.size() > 1 ? level(clause[1]) : 0);
+  assert(truth(clause[0]) == 0);
   assign(clause[0], conflict);
   return Preparation::IMPLICATION;
 }
@@ -71,6 +72,7 @@ void Search::Engine::order_watches(Literal* begin, Literal* end) const {
 void Search::Engine::learn_from(ClauseRef conflict) {
   assert(level() > 0);
   resolve_back(conflict);
+  assert(units_.empty() || is_recording());
   statistics_.learned_literals += learned_.size();
   minimise();
   statistics_.minimised_literals += removed_.size();
@@ -159,6 +161,7 @@ std::uint32_t Search::Engine::glue(LiteralSpan literals) {
 // Goes back to where the learned clause implies its first literal, and assigns that.
 void Search::Engine::learn() {
   const std::uint32_t its_glue = glue(learned_);
+  assert(its_glue >= 1 && its_glue <= learned_.size());
   restarts_.add_conflict(its_glue);
   const ClauseId id = is_recording() ? proofs_.add_chain(chain_) : NO_CLAUSE;
   if (learned_.size() == 1) {
@@ -166,7 +169,9 @@ void Search::Engine::learn() {
     assign_unit(learned_[0], id);
     return;
   }
+  assert(truth(learned_[0]) < 0 && level(learned_[0]) == level());
   order_watches(learned_.data() + 1, learned_.data() + learned_.size());
+  assert(truth(learned_[1]) < 0 && level(learned_[1]) < level());
   backtrack(level(learned_[1]));
   const ClauseRef ref = store(learned_, ClauseKind::LEARNED, its_glue, id);
   arena_[ref].set_uses(its_glue <= GOOD_GLUE ? 2 : 1);

@@ -49,6 +49,7 @@ class Clause {
 
   void set_garbage() { words_[1] |= GARBAGE; }
   void set_glue(std::uint32_t glue) {
+    assert(glue <= size());
     words_[1] = (words_[1] & ((1U << GLUE_SHIFT) - 1)) | (glue << GLUE_SHIFT);
   }
   void set_uses(std::uint32_t uses) {
@@ -80,6 +81,7 @@ class ClauseArena {
  public:
   /// Throws std::length_error when the arena is full (16 GiB).
   ClauseRef add(LiteralSpan literals, ClauseKind kind, std::uint32_t glue, ClauseId id) {
+    assert(!literals.empty());
     const std::size_t ref = words_.size();
     if (ref + Clause::HEADER + literals.size() >= THEORY_REF)
       throw std::length_error("too many clauses: the limit is 16 GiB of them");
@@ -102,6 +104,7 @@ class ClauseArena {
     assert(!clause.is_garbage());
     clause.set_garbage();
     garbage_ += Clause::HEADER + clause.size();
+    assert(garbage_ <= words_.size());
   }
 
   /// The words that there are, and how many of them are garbage.

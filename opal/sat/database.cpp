@@ -53,6 +53,7 @@ void Search::Engine::reduce() {
                    [](const Candidate& a, const Candidate& b) {
                      return a.glue != b.glue ? a.glue > b.glue : a.size > b.size;
                    });
+  assert(candidates.size() <= learned_count_);
   candidates.resize(candidates.size() / 2);
   for (const Candidate& candidate : candidates)
     remove(candidate.ref);
@@ -68,8 +69,8 @@ void Search::Engine::remove(ClauseRef ref) {
   if (clause.kind() == ClauseKind::LEARNED) learned_count_--;
   if (clause.kind() == ClauseKind::KEPT || clause.kind() == ClauseKind::LEMMA)
     for (const Literal literal : clause) {
-      assert(occurrences_[literal.variable()] > 0);
-      occurrences_[literal.variable()]--;
+      assert(occurrences_[literal.code()] > 0);
+      occurrences_[literal.code()]--;
     }
   arena_.mark_garbage(ref);
 }
@@ -92,6 +93,7 @@ void Search::Engine::remove_garbage() {
     ClauseRef& reason = variables_[literal.variable()].reason;
     if (reason != NO_REF && reason != THEORY_REF) reason = arena_.move(reason, target);
   }
+  assert(target.size() == arena_.size() - arena_.garbage());
   arena_ = std::move(target);
 }
 

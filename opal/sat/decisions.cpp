@@ -23,14 +23,27 @@ Search::Engine::Decision Search::Engine::decide() {
   }
   while (!heap_.empty()) {
     const Variable variable = heap_.take_first();
-    const Literal literal(variable, phases_[variable]);
-    if (truth(literal) != 0 || occurrences_[variable] == 0) continue;
+    if (truth(Literal(variable)) != 0 || !occurs(variable)) continue;
     statistics_.decisions++;
     push_level();
-    assign(literal, NO_REF);
+    assign(choose_literal(variable), NO_REF);
     return Decision::MADE;
   }
   return Decision::NONE_LEFT;
+}
+
+// The sign to decide. Of an atom that occurs with one sign only, the other one, which asks
+// nothing of the theory and leaves it to the clauses whether the atom has to hold.
+Literal Search::Engine::choose_literal(Variable variable) {
+  const Literal positive(variable);
+  if (kinds_[variable] == VariableKind::ATOM) {
+    for (const Literal literal : {positive, ~positive}) {
+      if (occurrences_[literal.code()] > 0) continue;
+      is_idle_[variable] = 1;
+      return literal;
+    }
+  }
+  return Literal(variable, phases_[variable]);
 }
 
 void Search::Engine::push_level() {
@@ -49,12 +62,15 @@ void Search::Engine::backtrack(std::uint32_t target) {
     const Variable variable = literal.variable();
     values_[literal.code()] = values_[(~literal).code()] = 0;
     phases_[variable] = literal.sign();
-    if (occurrences_[variable] > 0) heap_.insert(variable);
+    is_idle_[variable] = 0;
+    if (occurs(variable)) heap_.insert(variable);
     if (theory_ != nullptr && is_explained_[variable] != 0) drop_explanation(variable);
   }
+  assert(kept >= zero_head_);
   trail_.resize(kept);
   trail_limits_.resize(target);
   head_ = kept;
+  assert(level() == target && head_ == trail_.size());
   if (theory_ == nullptr) return;
   if (theory_head_ > kept) theory_head_ = kept;
   theory_->backtrack(target);

@@ -34,7 +34,8 @@ Variable Search::Engine::add_variable(VariableKind kind) {
   variables_.emplace_back();
   kinds_.push_back(kind);
   phases_.push_back(Sign::NEGATIVE);
-  occurrences_.push_back(0);
+  occurrences_.resize(occurrences_.size() + 2, 0);
+  is_idle_.push_back(0);
   is_explained_.push_back(0);
   marks_.push_back(0);
   values_.resize(values_.size() + 2, 0);
@@ -77,12 +78,15 @@ void Search::Engine::release_activation(Variable activation) {
 
 void Search::Engine::remove_lemmas() {
   edit();
+  if (inconsistent_) return;
   arena_.for_each([&](ClauseRef ref) {
     if (arena_[ref].kind() == ClauseKind::LEMMA) remove(ref);
   });
   remove_garbage();
-  for (const Variable variable : splits_)
-    occurrences_[variable]--;
+  for (const Variable variable : splits_) {
+    occurrences_[Literal(variable).code()]--;
+    occurrences_[(~Literal(variable)).code()]--;
+  }
   splits_.clear();
 }
 
@@ -145,7 +149,7 @@ ClauseRef Search::Engine::store(LiteralSpan literals, ClauseKind kind, std::uint
   if (kind == ClauseKind::LEARNED) learned_count_++;
   if (kind != ClauseKind::KEPT && kind != ClauseKind::LEMMA) return ref;
   for (const Literal literal : literals) {
-    occurrences_[literal.variable()]++;
+    occurrences_[literal.code()]++;
     if (truth(literal) == 0) heap_.insert(literal.variable());
   }
   return ref;

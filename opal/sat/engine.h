@@ -116,6 +116,10 @@ class Search::Engine final : private Consequences {
     return Literal(variable,
                    truth(Literal(variable)) > 0 ? Sign::POSITIVE : Sign::NEGATIVE);
   }
+  [[nodiscard]] bool occurs(Variable variable) const {
+    return occurrences_[Literal(variable).code()] > 0 ||
+           occurrences_[(~Literal(variable)).code()] > 0;
+  }
   [[nodiscard]] bool is_recording() const { return recording_ == Recording::ON; }
 
   // engine.cpp
@@ -139,6 +143,7 @@ class Search::Engine final : private Consequences {
   void push_level();
   void backtrack(std::uint32_t level);
   void restart();
+  [[nodiscard]] Literal choose_literal(Variable variable);
 
   // propagation.cpp
   void assign(Literal literal, ClauseRef reason);
@@ -157,6 +162,7 @@ class Search::Engine final : private Consequences {
   void suggest_phase(Variable variable, Sign sign) override;
   [[nodiscard]] Value value(Literal literal) const override;
   void tell_theory();
+  void wake(Literal literal);
   [[nodiscard]] bool take_up_gifts();
   [[nodiscard]] bool take_up_implications();
   [[nodiscard]] bool take_up(Gift& gift);
@@ -207,14 +213,17 @@ class Search::Engine final : private Consequences {
   // invariants.cpp
   [[nodiscard]] bool is_trail_normal() const;
   [[nodiscard]] bool are_clauses_normal();
+  [[nodiscard]] bool are_watches_normal();
 
   // Variables.
   std::vector<VariableState> variables_;
   std::vector<VariableKind> kinds_;
-  std::vector<Sign> phases_;                // the sign to decide next
-  std::vector<std::uint32_t> occurrences_;  // in clauses that are kept, and in splits_
+  std::vector<Sign> phases_;  // the sign to decide next
+  // By literal: in clauses that are kept; those in splits_ count for both literals.
+  std::vector<std::uint32_t> occurrences_;
   std::vector<Variable> splits_;            // that are decided without a clause
   std::vector<ClauseId> unit_ids_;          // held; NO_CLAUSE where nothing is proved
+  std::vector<std::uint8_t> is_idle_;       // decided, and not told to the theory
   std::vector<std::uint8_t> is_explained_;  // whether the reason is an EXPLANATION
   std::vector<std::uint8_t> marks_;         // Mark, all 0 between analyses
   VariableHeap heap_;  // every unassigned variable with occurrences, and perhaps others

@@ -28,37 +28,44 @@ bool Search::Engine::is_trail_normal() const {
 
 // Whether counts, watches and the heap follow from the clauses.
 bool Search::Engine::are_clauses_normal() {
-  std::vector<std::uint32_t> occurrences(variable_count(), 0);
+  std::vector<std::uint32_t> occurrences(occurrences_.size(), 0);
   for (const Variable variable : splits_)
-    occurrences[variable]++;
+    for (const Literal literal : {Literal(variable), ~Literal(variable)})
+      occurrences[literal.code()]++;
   std::size_t clauses = 0;
   std::size_t learned = 0;
-  bool watched = true;
   arena_.for_each([&](ClauseRef ref) {
     Clause clause = arena_[ref];
     clauses++;
     if (clause.kind() == ClauseKind::LEARNED) learned++;
-    auto& lists = clause.size() == 2 ? binaries_ : watches_;
-    for (std::uint32_t i = 0; i < 2; i++) {
-      const auto& list = lists[clause[i].code()];
-      watched &= std::count_if(list.begin(), list.end(), [&](const Watch& watch) {
-                   return watch.clause == ref;
-                 }) == 1;
-    }
     if (clause.kind() == ClauseKind::KEPT || clause.kind() == ClauseKind::LEMMA)
       for (const Literal literal : clause)
-        occurrences[literal.variable()]++;
+        occurrences[literal.code()]++;
   });
-  std::size_t watches = 0;
-  for (const auto& list : watches_)
-    watches += list.size();
-  for (const auto& list : binaries_)
-    watches += list.size();
   for (Variable variable = 0; variable < variable_count(); variable++)
-    if (occurrences_[variable] > 0 && truth(Literal(variable)) == 0 && !heap_.has(variable))
+    if (occurs(variable) && truth(Literal(variable)) == 0 && !heap_.has(variable))
       return false;
-  return watched && watches == 2 * clauses && clauses == clause_count_ &&
-         learned == learned_count_ && occurrences == occurrences_;
+  return clauses == clause_count_ && learned == learned_count_ &&
+         occurrences == occurrences_ && are_watches_normal();
+}
+
+// Whether each clause is watched once for each of its first two literals.
+bool Search::Engine::are_watches_normal() {
+  std::vector<bool> is_watched(arena_.size(), false);  // by clause and which of the two
+  std::size_t watches = 0;
+  for (const auto* lists : {&binaries_, &watches_})
+    for (std::uint32_t code = 0; code < lists->size(); code++)
+      for (const Watch& watch : (*lists)[code]) {
+        Clause clause = arena_[watch.clause];
+        if (clause.is_garbage() || (clause.size() == 2) != (lists == &binaries_))
+          return false;
+        const std::uint32_t which = clause[0].code() == code ? 0 : 1;
+        if (clause[which].code() != code || is_watched[watch.clause + which]) return false;
+        is_watched[watch.clause + which] = true;
+        if (std::count(clause.begin(), clause.end(), watch.blocker) != 1) return false;
+        watches++;
+      }
+  return watches == 2 * clause_count_;
 }
 
 }  // namespace opal::sat

@@ -30,6 +30,7 @@ bool Search::Engine::is_redundant(Literal literal) {
     const ClauseRef reason = variables_[variable].reason;
     return reason != NO_REF && reason != THEORY_REF;
   };
+  assert(truth(literal) < 0 && level(literal) > 0);
   if (!has_known_reason(literal.variable())) return false;
   assert(frames_.empty());
   frames_.push_back({literal.variable(), 0});
@@ -89,6 +90,7 @@ void Search::Engine::derive_minimised() {
       resolved_.push_back(variable);
     }
   }
+  assert(resolved_.size() >= removed_.size());
   std::sort(resolved_.begin(), resolved_.end(), [&](Variable a, Variable b) {
     return variables_[a].position > variables_[b].position;
   });

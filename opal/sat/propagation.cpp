@@ -26,12 +26,14 @@ void Search::Engine::assign(Literal literal, ClauseRef reason) {
 // Makes `literal` true at level 0; `id` proves it, and its hold is taken over.
 void Search::Engine::assign_unit(Literal literal, ClauseId id) {
   assert(level() == 0);
+  assert((id != NO_CLAUSE) == is_recording());
   assign(literal, NO_REF);
   if (is_recording()) unit_ids_[literal.variable()] = id;
 }
 
 void Search::Engine::attach(ClauseRef ref) {
   Clause clause = arena_[ref];
+  assert(!clause.is_garbage());
   assert(clause.size() >= 2 && clause.kind() != ClauseKind::EXPLANATION);
   auto& lists = clause.size() == 2 ? binaries_ : watches_;
   lists[clause[0].code()].push_back({ref, clause[1]});
@@ -83,6 +85,8 @@ ClauseRef Search::Engine::propagate_long(Literal falsified) {
     const Watch watch = *to++ = *from++;
     if (values[watch.blocker.code()] > 0) continue;
     Clause clause = arena_[watch.clause];
+    assert(clause.size() > 2 && !clause.is_garbage());
+    assert(clause[0] == falsified || clause[1] == falsified);
     Literal* const literals = clause.begin();
     const Literal other =
         Literal::of_code(literals[0].code() ^ literals[1].code() ^ falsified.code());

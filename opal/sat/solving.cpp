@@ -1,11 +1,21 @@
 // The loop of the search.
 
+#include <algorithm>
+
 #include "opal/sat/engine.h"
 
 namespace opal::sat {
 
+namespace {
+// Up to this many words of clauses, everything is checked at every answer.
+[[maybe_unused]] constexpr std::size_t SMALL = 1000;
+}  // namespace
+
 Answer Search::Engine::solve(LiteralSpan assumptions) {
   edit();
+  assert(std::all_of(assumptions.begin(), assumptions.end(), [&](Literal assumption) {
+    return assumption.variable() < variable_count();
+  }));
   assumptions_.assign(assumptions.begin(), assumptions.end());
   failed_assumptions_.clear();
   state_ = State::SEARCHING;
@@ -21,6 +31,7 @@ Answer Search::Engine::solve(LiteralSpan assumptions) {
     throw;
   }
   abandon();
+  assert(arena_.size() > SMALL || is_normal());
   switch (answer) {
     case Answer::SATISFIABLE: state_ = State::SATISFIABLE; break;
     case Answer::UNSATISFIABLE: state_ = State::UNSATISFIABLE; break;
@@ -103,6 +114,7 @@ Answer Search::Engine::conclude_unsatisfiable() {
 }
 
 void Search::Engine::save_model() {
+  assert(head_ == trail_.size() && level() >= assumptions_.size());
   model_.resize(variable_count());
   for (Variable variable = 0; variable < variable_count(); variable++)
     model_[variable] = static_cast<Value>(truth(Literal(variable)));

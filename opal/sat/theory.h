@@ -19,7 +19,10 @@
 //
 //   push_level()            one level more; literals asserted from here on belong to it
 //   assert_literal(l)       in the order of the search's trail; each literal once while it
-//                           is true; also the literals that the theory has implied itself
+//                           is true; also the literals that the theory has implied itself.
+//                           Not a literal that was decided and that no clause which is kept
+//                           has: nothing depends on its being true, and the theory is
+//                           spared the work of making it so
 //   backtrack(k)            the levels above k are gone, with what was asserted in them;
 //                           level 0 is never left
 //
@@ -66,7 +69,8 @@ class Consequences {
 
   /// `literal` of an atom follows from what was asserted; explain() must be able to say
   /// why until backtrack() takes back the present level. May be true already (ignored) or
-  /// false (then explain() is asked at once and gives a conflict).
+  /// false (then explain() is asked at once and gives a conflict; there is no need to imply
+  /// a literal whose negation is true but was not asserted to the theory).
   virtual void imply(Literal literal) = 0;
   /// A clause that holds in the theory, all of whose literals are false now. It is used
   /// once and not kept. Only the first conflict of a call is looked at.
@@ -79,7 +83,7 @@ class Consequences {
   virtual Variable make_variable(VariableKind kind) = 0;
   /// Has `variable` decided from now on, whether or not a clause has it: for the atom
   /// x <= 3 of an integer, whose negation is x >= 4, where the lemma that splits the values
-  /// of x would be a tautology. Counts as a lemma that is KEPT.
+  /// of x would be a tautology. Counts as a lemma that is KEPT and has both literals.
   virtual void add_split(Variable variable) = 0;
   /// The sign that is tried first when `variable` is decided for the first time.
   virtual void suggest_phase(Variable variable, Sign sign) = 0;

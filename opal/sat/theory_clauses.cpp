@@ -11,6 +11,8 @@
 namespace opal::sat {
 
 void Search::Engine::imply(Literal literal) {
+  assert(state_ == State::SEARCHING);
+  assert(literal.variable() < variable_count());
   assert(kinds_[literal.variable()] == VariableKind::ATOM);
   implied_.push_back(literal);
 }
@@ -32,8 +34,15 @@ Variable Search::Engine::make_variable(VariableKind kind) { return add_variable(
 void Search::Engine::add_split(Variable variable) {
   statistics_.lemmas++;
   splits_.push_back(variable);
-  occurrences_[variable]++;
+  for (const Literal literal : {Literal(variable), ~Literal(variable)})
+    occurrences_[literal.code()]++;
   if (truth(Literal(variable)) == 0) heap_.insert(variable);
+}
+
+// Takes back a decision that the theory was not told of, now that something depends on it.
+void Search::Engine::wake(Literal literal) {
+  if (truth(literal) <= 0 || is_idle_[literal.variable()] == 0) return;
+  backtrack(level(literal) - 1);
 }
 
 void Search::Engine::suggest_phase(Variable variable, Sign sign) {
@@ -48,12 +57,15 @@ void Search::Engine::tell_theory() {
   assert(head_ == trail_.size());
   for (; theory_head_ < trail_.size(); theory_head_++) {
     const Literal literal = trail_[theory_head_];
-    if (kinds_[literal.variable()] == VariableKind::ATOM) theory_->assert_literal(literal);
+    if (kinds_[literal.variable()] == VariableKind::ATOM &&
+        is_idle_[literal.variable()] == 0)
+      theory_->assert_literal(literal);
   }
 }
 
 FinalCheck Search::Engine::final_check() {
   if (theory_ == nullptr) return FinalCheck::CONSISTENT;
+  assert(theory_head_ == trail_.size() && gifts_.empty() && implied_.empty());
   if (limits_ != nullptr) limits_->look();
   statistics_.final_checks++;
   const std::size_t splits = splits_.size();
@@ -62,6 +74,9 @@ FinalCheck Search::Engine::final_check() {
   const bool gave = !gifts_.empty() || !implied_.empty() || splits_.size() > splits;
   assert(result != FinalCheck::INCONSISTENT || gave);
   if (result == FinalCheck::CONSISTENT && gave) result = FinalCheck::INCONSISTENT;
+  for (std::size_t i = splits; i < splits_.size(); i++)
+    for (const Literal literal : {Literal(splits_[i]), ~Literal(splits_[i])})
+      wake(literal);
   // An inconsistency found here is seen by the loop of the search.
   static_cast<void>(take_up_gifts());
   return result;
@@ -83,6 +98,7 @@ bool Search::Engine::take_up_gifts() {
 
 // Takes up the lemmas that an exception has left behind. At level 0.
 void Search::Engine::save_lemmas() {
+  assert(level() == 0);
   for (std::size_t i = 0; i < gifts_.size() && !inconsistent_; i++)
     if (gifts_[i].kind == GiftKind::LEMMA) static_cast<void>(take_up(gifts_[i]));
   gifts_.clear();
@@ -150,7 +166,11 @@ bool Search::Engine::add_theory_clause(std::vector<Literal>& literals, Tag tag,
     assign_unit(literals[0], id);
     return true;
   }
+  if (kind == GiftKind::LEMMA)
+    for (const Literal literal : literals)
+      wake(literal);
   order_watches(literals.data(), literals.data() + literals.size());
+  assert(truth(literals[0]) >= 0 || level(literals[0]) >= level(literals[1]));
   const bool is_conflict = truth(literals[0]) < 0;
   if (kind == GiftKind::CONFLICT && !is_conflict) {
     if (is_recording()) proofs_.release(id);
@@ -171,6 +191,7 @@ bool Search::Engine::add_theory_clause(std::vector<Literal>& literals, Tag tag,
 
 // Learns from a conflict of the theory, which is kept only if it has become a reason.
 bool Search::Engine::use_conflict(LiteralSpan literals, ClauseId id) {
+  assert(conflict_in_use_ == NO_REF);
   conflict_in_use_ = store(literals, ClauseKind::EXPLANATION, 0, id);
   const bool consistent = handle_conflict(conflict_in_use_);
   const Literal first = arena_[conflict_in_use_][0];

@@ -23,7 +23,10 @@ class VariableHeap {
     places_.push_back(ABSENT);
   }
   [[nodiscard]] bool empty() const { return heap_.empty(); }
-  [[nodiscard]] bool has(Variable variable) const { return places_[variable] != ABSENT; }
+  [[nodiscard]] bool has(Variable variable) const {
+    assert(variable < places_.size());
+    return places_[variable] != ABSENT;
+  }
 
   void insert(Variable variable) {
     if (has(variable)) return;
@@ -34,6 +37,7 @@ class VariableHeap {
   Variable take_first() {
     assert(!heap_.empty());
     const Variable first = heap_.front();
+    assert(places_[first] == 0);
     places_[first] = ABSENT;
     const Variable last = heap_.back();
     heap_.pop_back();
@@ -50,7 +54,10 @@ class VariableHeap {
     if (has(variable)) move_up(places_[variable]);
   }
   /// Makes what was bumped before count less, by `factor` in (0, 1).
-  void decay(double factor) { increment_ /= factor; }
+  void decay(double factor) {
+    assert(0 < factor && factor < 1);
+    increment_ /= factor;
+  }
 
   /// Whether no variable is more active than the one above it, and places are right.
   [[nodiscard]] bool is_normal() const {
@@ -94,6 +101,7 @@ class VariableHeap {
     places_[variable] = place;
   }
   void rescale() {
+    assert(increment_ > 1);
     for (double& activity : activities_)
       activity /= LARGEST;
     increment_ /= LARGEST;

@@ -132,7 +132,8 @@ class ArithmeticTheory::Impl {
   std::vector<Literal> disequalities_;     // those of asserted_ that are
   std::vector<Span> grounds_;
   std::vector<Literal> ground_literals_;
-  std::vector<Ground> implied_by_;  // by variable: why propagate() implied its literal
+  // By literal: why propagate() implied it. One call may imply a literal and its negation.
+  std::vector<Ground> implied_by_;
 
   std::vector<Literal> conflict_;  // asserted literals that contradict each other
   std::size_t conflict_level_ = 0;

@@ -105,8 +105,8 @@ void ArithmeticTheory::Impl::add_atom(sat::Variable variable, int positive, int 
   const Meaning denies = meaning_of(negative);
   table_.make_variables(forms_.size());
   table_.add(variable, says, denies);
-  if (variable >= implied_by_.size()) {
-    implied_by_.resize(variable + 1, 0);
+  if (2 * std::size_t{variable} + 1 >= implied_by_.size()) {
+    implied_by_.resize(2 * std::size_t{variable} + 2, 0);
     is_asserted_.resize(2 * (std::size_t{variable} + 1), 0);
   }
   fresh_.push_back(variable);
@@ -270,7 +270,7 @@ const ArithmeticTheory::Statistics& ArithmeticTheory::Impl::current_statistics()
 void ArithmeticTheory::Impl::explain(Literal literal, std::vector<Literal>& clause) {
   ++statistics.explanations;
   clause.push_back(literal);
-  const Span span = grounds_[implied_by_[literal.variable()]];
+  const Span span = grounds_[implied_by_[literal.code()]];
   for (std::uint32_t i = span.begin; i < span.end; ++i)
     clause.push_back(~ground_literals_[i]);
 }

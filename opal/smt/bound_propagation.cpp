@@ -24,8 +24,14 @@ using host::DeltaNumber;
 
 bool ArithmeticTheory::Impl::imply(Literal literal, Ground ground,
                                    Consequences& consequences) {
-  if (consequences.value(literal) == sat::Value::TRUE) return false;
-  implied_by_[literal.variable()] = ground;
+  switch (consequences.value(literal)) {
+    case sat::Value::TRUE: return false;
+    case sat::Value::FALSE:
+      if (is_asserted_[(~literal).code()] == 0) return false;
+      break;
+    case sat::Value::UNASSIGNED: break;
+  }
+  implied_by_[literal.code()] = ground;
   consequences.imply(literal);
   return true;
 }
@@ -81,14 +87,16 @@ bool ArithmeticTheory::Impl::imply_equal(int var, Consequences& consequences) {
   const BoundSimplex::Bound* const lower = simplex_.bound(var, Side::LOWER);
   const BoundSimplex::Bound* const upper = simplex_.bound(var, Side::UPPER);
   if (lower == nullptr || upper == nullptr || !(lower->value == upper->value)) return false;
+  bool implied = false;
   std::optional<Ground> ground;
   for (const AtomTable::Point& point : table_.points_at(var, lower->value)) {
     if (consequences.value(point.equal) == sat::Value::TRUE) continue;
     if (!ground) ground = joint_ground(lower->reason, upper->reason);
+    if (!imply(point.equal, *ground, consequences)) continue;
     ++statistics.unate_propagations;
-    static_cast<void>(imply(point.equal, *ground, consequences));
+    implied = true;
   }
-  return ground.has_value();
+  return implied;
 }
 
 // A ground with the literals of both.

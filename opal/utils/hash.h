@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_HASH_H
 #define OPAL_UTILS_HASH_H
 
+// Hash values of keys.
+
 #include <cstdint>
 
 namespace opal::hsh {

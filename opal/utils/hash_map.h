@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_HASH_MAP_H
 #define OPAL_UTILS_HASH_MAP_H
 
+// Hash tables from keys to values.
+
 #include <functional>
 #include <tuple>
 #include <utility>
@@ -33,6 +35,12 @@ class HashMap : public Hashtable<std::pair<K, V>, GetKey_pair<K, V>, K, Hash, Eq
         ->find_or_make(key, std::piecewise_construct, std::forward_as_tuple(key),
                        std::forward_as_tuple())
         .first->second;
+  }
+  /// Removes the key and returns its value; a default value when it is absent.
+  V take(const K& key) {
+    V value{};
+    this->erase_after(key, [&value](auto& element) { value = std::move(element.second); });
+    return value;
   }
 };
 

@@ -1,8 +1,10 @@
+// The table of bucket counts, and of what follows from each. All of it is computed by the
+// compiler.
+
 #include "opal/utils/hash_primes.h"
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 
 namespace opal::hsh {
 namespace {
@@ -30,23 +32,30 @@ constexpr std::uint64_t least_overfull(std::uint64_t buckets) {
   return overfull;
 }
 
+constexpr bool slots_differ() {
+  for (std::size_t i = 1; i < primes.size(); ++i)
+    if (slot_of(primes[i - 1]) >= slot_of(primes[i])) return false;
+  return slot_of(0) < slot_of(primes[0]);
+}
+static_assert(slots_differ() && slot_of(primes.back()) < SLOTS);
+
 constexpr auto make_shapes() {
-  std::array<BucketShape, primes.size()> shapes{};
+  std::array<BucketShape, SLOTS> shapes{};
   // 2^64 - 1 and 2^64 have the same quotient, since no prime here divides 2^64.
-  for (std::size_t i = 0; i < primes.size(); ++i)
-    shapes[i] = {primes[i], ~std::uint64_t{0} / primes[i], least_overfull(primes[i])};
+  for (const std::uint64_t prime : primes)
+    shapes[slot_of(prime)] = {prime, ~std::uint64_t{0} / prime, least_overfull(prime)};
   return shapes;
 }
-
-constexpr auto shapes = make_shapes();
-static_assert(shapes[0].full == 22, "the 23rd insertion grows the first table");
+static_assert(make_shapes()[slot_of(31)].full == 22, "the 23rd insertion grows it");
 
 }  // namespace
 
-BucketShape bucket_shape(std::size_t n) {
+constexpr std::array<BucketShape, SLOTS> SHAPES = make_shapes();
+
+const BucketShape& bucket_shape(std::size_t n) {
   const auto* prime = std::lower_bound(primes.begin(), primes.end(), n);
   if (prime == primes.end()) --prime;
-  return shapes[static_cast<std::size_t>(std::distance(primes.begin(), prime))];
+  return shape_of(*prime);
 }
 
 }  // namespace opal::hsh

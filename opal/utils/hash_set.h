@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_HASH_SET_H
 #define OPAL_UTILS_HASH_SET_H
 
+// Hash tables of keys.
+
 #include <functional>
 
 #include "opal/utils/hash.h"

@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_HASHTABLE_H
 #define OPAL_UTILS_HASHTABLE_H
 
+// The hash table under HashMap and HashSet.
+
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -88,8 +90,11 @@ class Hashtable {
     friend class Iterator;
 
     Iterator(Bucket* node, Bucket* const* bucket, Bucket* const* end)
-        : node_(node), bucket_(bucket), end_(end) {}
+        : node_(node), bucket_(bucket), end_(end) {
+      assert(bucket_ < end_);
+    }
     void skip_empty() {
+      assert(node_ == nullptr);
       while (bucket_ != end_ && *bucket_ == nullptr)
         ++bucket_;
       node_ = bucket_ == end_ ? nullptr : *bucket_;
@@ -110,9 +115,9 @@ class Hashtable {
       std::conditional_t<std::is_same_v<Key, Value>, const_iterator, Iterator<Value>>;
 
   /// An empty table of 31 buckets.
-  Hashtable() : Hashtable(bucket_shape(1)) {}
+  Hashtable() : Hashtable(bucket_shape(1).count) {}
   /// Same bucket count, same order.
-  Hashtable(const Hashtable& other) : Hashtable(other.shape_) {
+  Hashtable(const Hashtable& other) : Hashtable(other.buckets_.size()) {
     for (std::size_t i = 0; i < buckets_.size(); ++i) {
       Bucket** tail = &buckets_[i];
       for (const Bucket* n = other.buckets_[i]; n != nullptr; n = n->next) {
@@ -122,9 +127,10 @@ class Hashtable {
       }
     }
     assert(count_ == other.count_);
+    assert(is_normal());
   }
   /// The other table is left without elements and buckets, ready for use.
-  Hashtable(Hashtable&& other) noexcept : Hashtable(BucketShape{}) { swap(other); }
+  Hashtable(Hashtable&& other) noexcept : Hashtable(0) { swap(other); }
   Hashtable& operator=(const Hashtable& other) {
     if (this != &other) Hashtable(other).swap(*this);
     return *this;
@@ -140,7 +146,6 @@ class Hashtable {
     pool_.swap(other.pool_);
     buckets_.swap(other.buckets_);
     std::swap(count_, other.count_);
-    std::swap(shape_, other.shape_);
   }
 
   [[nodiscard]] std::size_t size() const { return count_; }
@@ -164,16 +169,7 @@ class Hashtable {
 
   /// Removes the key; tells whether it was present.
   bool erase(const Key& key) {
-    if (count_ == 0) return false;
-    for (Bucket** link = &buckets_[index(key)]; *link != nullptr; link = &(*link)->next) {
-      if (!Equal()(GetKey()((*link)->value), key)) continue;
-      Bucket* const node = *link;
-      *link = node->next;
-      --count_;
-      release(node);
-      return true;
-    }
-    return false;
+    return erase_after(key, [](const Value&) {});
   }
 
   /// Removes everything and keeps the buckets.
@@ -183,12 +179,14 @@ class Hashtable {
       while (head != nullptr)
         release(std::exchange(head, head->next));
     count_ = 0;
+    assert(pool_.is_normal());
   }
 
   /// Grows to the first prime bucket count that is at least n; never shrinks.
   void rehash(std::size_t n) {
     if (buckets_.size() >= n) return;
-    const BucketShape shape = bucket_shape(n);
+    const BucketShape& shape = bucket_shape(n);
+    assert(shape.count > buckets_.size() || n > shape.count);
     std::vector<Bucket*> grown(shape.count);
     for (Bucket* head : buckets_) {
       while (head != nullptr) {
@@ -198,7 +196,7 @@ class Hashtable {
       }
     }
     buckets_.swap(grown);
-    shape_ = shape;
+    assert(is_normal());
   }
 
   [[nodiscard]] iterator begin() { return first<iterator>(); }
@@ -209,25 +207,57 @@ class Hashtable {
   /// The pool of the nodes, for measurements.
   [[nodiscard]] const auto& pool() const { return pool_; }
 
+  /// The class invariant, for assertions and tests: the bucket count is one of the table of
+  /// primes or 0, each element is in the chain of its hash, and the count is that of the
+  /// elements, which never are more than a table may hold. Linear in the table.
+  [[nodiscard]] bool is_normal() const {
+    const BucketShape& shape = shape_of(buckets_.size());
+    const bool can_grow = bucket_shape(shape.count + 1).count > shape.count;
+    if (count_ > shape.full && can_grow) return false;
+    std::size_t found = 0;
+    for (std::size_t i = 0; i < buckets_.size(); ++i)
+      for (const Bucket* n = buckets_[i]; n != nullptr; n = n->next, ++found)
+        if (found == count_ || shape.index(Hash()(GetKey()(n->value))) != i) return false;
+    return found == count_;
+  }
+
  protected:
   /// Finds the key or inserts a value made from `args`, whose key must be `key`.
   template <class... Args>
   std::pair<iterator, bool> find_or_make(const Key& key, Args&&... args) {
-    if (count_ >= shape_.full) rehash(buckets_.size() + 1);
+    if (count_ >= shape_of(buckets_.size()).full) rehash(buckets_.size() + 1);
+    assert(!buckets_.empty());
     Bucket** const head = &buckets_[index(key)];
     for (Bucket* n = *head; n != nullptr; n = n->next)
       if (Equal()(GetKey()(n->value), key)) return {iterator_at<iterator>(n, head), false};
     *head = make_node(*head, std::forward<Args>(args)...);
+    assert(Equal()(GetKey()((*head)->value), key));
     ++count_;
     return {iterator_at<iterator>(*head, head), true};
   }
 
+  /// Removes the key after its element was used, if there is one; tells whether there was.
+  template <class Use>
+  bool erase_after(const Key& key, Use use) {
+    if (count_ == 0) return false;
+    assert(!buckets_.empty());
+    for (Bucket** link = &buckets_[index(key)]; *link != nullptr; link = &(*link)->next) {
+      if (!Equal()(GetKey()((*link)->value), key)) continue;
+      Bucket* const node = *link;
+      use(node->value);
+      *link = node->next;
+      --count_;
+      release(node);
+      return true;
+    }
+    return false;
+  }
+
  private:
-  explicit Hashtable(const BucketShape& shape) : buckets_(shape.count), shape_(shape) {}
+  explicit Hashtable(std::size_t bucket_count) : buckets_(bucket_count) {}
 
   [[nodiscard]] std::size_t index(const Key& key) const {
-    assert(shape_.count == buckets_.size());
-    return shape_.index(Hash()(key));
+    return shape_of(buckets_.size()).index(Hash()(key));
   }
   template <class I>
   [[nodiscard]] I iterator_at(Bucket* node, Bucket* const* bucket) const {
@@ -236,6 +266,7 @@ class Hashtable {
   template <class I>
   [[nodiscard]] I find_as(const Key& key) const {
     if (count_ == 0) return I();
+    assert(!buckets_.empty());
     Bucket* const* const head = &buckets_[index(key)];
     for (Bucket* n = *head; n != nullptr; n = n->next)
       if (Equal()(GetKey()(n->value), key)) return iterator_at<I>(n, head);
@@ -246,6 +277,7 @@ class Hashtable {
     if (count_ == 0) return I();
     I result = iterator_at<I>(nullptr, buckets_.data());
     result.skip_empty();
+    assert(result.node_ != nullptr);
     return result;
   }
 
@@ -260,6 +292,7 @@ class Hashtable {
     }
   }
   void release(Bucket* node) noexcept {
+    assert(node != nullptr);
     node->~Bucket();
     recycle(node);
   }
@@ -268,9 +301,8 @@ class Hashtable {
   }
 
   MemoryPool<sizeof(Bucket), false> pool_{16, 2.0F, 8192};
-  std::vector<Bucket*> buckets_;  // heads of the chains
+  std::vector<Bucket*> buckets_;  // heads of the chains; as many as a shape has, or none
   std::size_t count_ = 0;         // number of elements
-  BucketShape shape_;             // shape_.count = buckets_.size()
 };
 
 }  // namespace opal::hsh

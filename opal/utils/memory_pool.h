@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_MEMORY_POOL_H
 #define OPAL_UTILS_MEMORY_POOL_H
 
+// The memory of hash table nodes.
+
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -9,6 +11,11 @@
 #include <utility>
 
 namespace opal {
+
+/// A free node of a pool, which holds the link to the next one.
+struct PoolNode {
+  PoolNode* next;
+};
 
 /// Hands out unconstructed nodes of N bytes, cut from chunks that only the destructor
 /// gives back. A chunk is one block:
@@ -23,10 +30,6 @@ namespace opal {
 ///     pool.free_list() = new (node) PoolNode{pool.free_list()};
 ///
 /// Nodes are aligned like pointers. The second parameter must be false.
-struct PoolNode {
-  PoolNode* next;
-};
-
 template <std::size_t N, bool>
 class MemoryPool;
 
@@ -41,7 +44,7 @@ class MemoryPool<N, false> {
       : chunk_size_(chunk_size),
         growth_factor_(growth_factor),
         max_chunk_size_(max_chunk_size) {
-    assert(chunk_size > 0 && growth_factor >= 1.0F);
+    assert(is_normal());
   }
   MemoryPool(const MemoryPool&) = delete;
   MemoryPool& operator=(const MemoryPool&) = delete;
@@ -53,6 +56,7 @@ class MemoryPool<N, false> {
   /// An unconstructed node. Throws std::bad_alloc, and changes nothing then.
   [[nodiscard]] void* allocate() {
     if (free_list_ == nullptr) add_chunk();
+    assert(free_list_ != nullptr && chunks_ != nullptr);
     return std::exchange(free_list_, free_list_->next);
   }
 
@@ -65,6 +69,20 @@ class MemoryPool<N, false> {
     std::swap(max_chunk_size_, other.max_chunk_size_);
     std::swap(chunks_, other.chunks_);
     std::swap(free_list_, other.free_list_);
+  }
+
+  /// The class invariant, for assertions and tests: the sizes are in their ranges, no node
+  /// is free without a chunk, and the list of free nodes ends. Linear in that list.
+  [[nodiscard]] bool is_normal() const {
+    if (chunk_size_ == 0 || !(growth_factor_ >= 1.0F)) return false;
+    if (free_list_ != nullptr && chunks_ == nullptr) return false;
+    const PoolNode* fast = free_list_;
+    for (const PoolNode* slow = free_list_; fast != nullptr && fast->next != nullptr;) {
+      slow = slow->next;
+      fast = fast->next->next;
+      if (slow == fast) return false;
+    }
+    return true;
   }
 
   /// Number of nodes of the next chunk.
@@ -82,6 +100,7 @@ class MemoryPool<N, false> {
   };
 
   void add_chunk() {
+    assert(free_list_ == nullptr);
     if (chunk_size_ > (PTRDIFF_MAX - sizeof(Chunk)) / N) throw std::bad_alloc();
     void* const block = std::malloc(chunk_size_ * N + sizeof(Chunk));
     if (block == nullptr) throw std::bad_alloc();
@@ -90,11 +109,13 @@ class MemoryPool<N, false> {
     for (std::size_t i = chunk_size_; i-- > 0;)
       free_list_ = new (nodes + i * N) PoolNode{free_list_};
     chunk_size_ = next_chunk_size();
+    assert(is_normal());
   }
   [[nodiscard]] std::size_t next_chunk_size() const {
     const float grown = static_cast<float>(chunk_size_) * growth_factor_;
     constexpr float LIMIT = 9.2233720368547758e18F;
     const std::size_t size = grown < LIMIT ? static_cast<std::size_t>(grown) : SIZE_MAX;
+    assert(size >= chunk_size_);
     return max_chunk_size_ != 0 && max_chunk_size_ < size ? max_chunk_size_ : size;
   }
 

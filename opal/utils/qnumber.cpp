@@ -51,6 +51,7 @@ bool is_one(mpz_srcptr x) { return mpz_cmp_ui(x, 1) == 0; }
 
 // x / g, in `quotient` unless g is 1.
 mpz_srcptr cancel(mpz_ptr quotient, mpz_srcptr x, mpz_srcptr g) {
+  assert(mpz_sgn(g) > 0 && mpz_divisible_p(x, g) && quotient != g);
   if (is_one(g)) return x;
   mpz_divexact(quotient, x, g);
   return quotient;
@@ -58,8 +59,9 @@ mpz_srcptr cancel(mpz_ptr quotient, mpz_srcptr x, mpz_srcptr g) {
 
 // out = p/q + r/s, or minus. With g = gcd(q, s), t = p*(s/g) +- r*(q/g), h = gcd(t, g):
 // (t/h) / ((q/g) * (s/h)). Every operand is read before its place is written.
-void add_into(Target out, Ratio a, Ratio b, bool negate) {
-  const auto combine = negate ? mpz_sub : mpz_add;
+void add_into(Target out, Ratio a, Ratio b, words::Sign sign) {
+  assert(mpz_sgn(a.den) > 0 && mpz_sgn(b.den) > 0 && out.num != out.den);
+  const auto combine = sign == words::MINUS ? mpz_sub : mpz_add;
   if (is_one(a.den) && is_one(b.den)) {
     combine(out.num, a.num, b.num);
     mpz_set_ui(out.den, 1);
@@ -75,6 +77,7 @@ void add_into(Target out, Ratio a, Ratio b, bool negate) {
     mpz_mul(out.den, a.den, b.den);
     return temp.trim();
   }
+  assert(mpz_sgn(g) > 0);
   mpz_divexact(temp[1], b.den, g);
   mpz_mul(temp[2], a.num, temp[1]);
   mpz_divexact(temp[1], a.den, g);
@@ -94,6 +97,7 @@ void add_into(Target out, Ratio a, Ratio b, bool negate) {
 // out = p/q * r/s, cancelled crosswise; s may be negative. The places of a may be those of
 // out; those of b only if a and b are the same number or its inverse.
 void mul_into(Target out, Ratio a, Ratio b) {
+  assert(mpz_sgn(a.den) > 0 && mpz_sgn(b.den) != 0 && out.num != out.den);
   if (a.num == b.num) {  // a square
     mpz_mul(out.num, a.num, a.num);
     mpz_mul(out.den, a.den, a.den);
@@ -163,6 +167,7 @@ QNumber::Pair* QNumber::new_pair() {
 QNumber QNumber::big_integer(long n) {
   QNumber r(new_pair());
   r.set_pair({n, 1});
+  assert(r.is_big() && r.is_integer());
   return r;
 }
 
@@ -175,6 +180,7 @@ QNumber QNumber::integer_of(const mpz_t n) {
 }
 
 void QNumber::copy_pair(const QNumber& x) {
+  assert(x.is_big());
   Pair* const pair = new Pair;
   mpz_init_set(mpq_numref(pair), x.big_num());
   mpz_init_set(mpq_denref(pair), x.big_den());
@@ -182,12 +188,14 @@ void QNumber::copy_pair(const QNumber& x) {
 }
 
 void QNumber::free_pair() noexcept {
+  assert(is_big());
   mpz_clear(big_num());
   mpz_clear(big_den());
   delete big();
 }
 
 void QNumber::assign_pair(const QNumber& x) {
+  assert(x.is_big());
   if (is_small()) {
     copy_pair(x);
     den_ = 0;
@@ -198,6 +206,7 @@ void QNumber::assign_pair(const QNumber& x) {
 }
 
 void QNumber::set_pair(words::Fraction f) noexcept {
+  assert(is_big() && f.den > 0);
   mpz_set_si(big_num(), f.num);
   mpz_set_si(big_den(), f.den);
 }
@@ -213,9 +222,11 @@ QNumber::QNumber(const mpz_class& n, const mpz_class& d) : QNumber() {
     mpz_set(big_den(), d.get_mpz_t());
   }
   normalize();
+  assert(is_normal());
 }
 
 void QNumber::normalize() {
+  assert(is_big() ? mpz_sgn(big_den()) != 0 : den_ != 0);
   if (is_small()) {
     if (num_ == 0) {
       den_ = 1;
@@ -243,9 +254,10 @@ void QNumber::normalize() {
   }
 }
 
-QNumber QNumber::sum_big(const QNumber& a, const QNumber& b, bool negate) {
+QNumber QNumber::sum_big(const QNumber& a, const QNumber& b, words::Sign sign) {
   QNumber r(new_pair());
-  add_into({r.big_num(), r.big_den()}, View(a).ratio, View(b).ratio, negate);
+  add_into({r.big_num(), r.big_den()}, View(a).ratio, View(b).ratio, sign);
+  assert(r.is_normal());
   return r;
 }
 
@@ -253,21 +265,24 @@ QNumber QNumber::product_big(const QNumber& a, const QNumber& b) {
   if (b.is_small() && b.num_ == 0 && a.is_big() && !a.is_integer()) return {};
   QNumber r(new_pair());
   mul_into({r.big_num(), r.big_den()}, View(a).ratio, View(b).ratio);
+  assert(r.is_normal());
   return r;
 }
 
 QNumber QNumber::quotient_big(const QNumber& a, const QNumber& b) {
   QNumber r(new_pair());
   mul_into({r.big_num(), r.big_den()}, View(a).ratio, inverse(View(b).ratio));
+  assert(r.is_normal());
   return r;
 }
 
-void QNumber::add_big(const QNumber& x, bool negate) {
+void QNumber::add_big(const QNumber& x, words::Sign sign) {
   if (is_small()) {
-    *this = sum_big(*this, x, negate);
+    *this = sum_big(*this, x, sign);
     return;
   }
-  add_into({big_num(), big_den()}, View(*this).ratio, View(x).ratio, negate);
+  add_into({big_num(), big_den()}, View(*this).ratio, View(x).ratio, sign);
+  assert(is_normal());
 }
 
 void QNumber::mul_big(const QNumber& x) {
@@ -280,6 +295,7 @@ void QNumber::mul_big(const QNumber& x) {
   } else {
     mul_into({big_num(), big_den()}, View(*this).ratio, View(x).ratio);
   }
+  assert(is_normal());
 }
 
 void QNumber::div_big(const QNumber& x) {
@@ -288,15 +304,18 @@ void QNumber::div_big(const QNumber& x) {
     return;
   }
   mul_into({big_num(), big_den()}, View(*this).ratio, inverse(View(x).ratio));
+  assert(is_normal());
 }
 
 QNumber QNumber::neg_big() const {
+  assert(is_big());
   QNumber r(*this);
   mpz_neg(r.big_num(), r.big_num());
   return r;
 }
 
 QNumber QNumber::inv_big() const {
+  assert(is_big() && !is_zero());
   QNumber r(*this);
   mpz_swap(r.big_num(), r.big_den());
   if (mpz_sgn(r.big_den()) < 0) {
@@ -307,17 +326,21 @@ QNumber QNumber::inv_big() const {
 }
 
 QNumber QNumber::floor_big() const {
+  assert(is_big());
   QNumber r(new_pair());
   mpz_fdiv_q(r.big_num(), big_num(), big_den());
   mpz_set_ui(r.big_den(), 1);
+  assert(r <= *this && !(r + QNumber(1) <= *this));
   return r;
 }
 
 bool QNumber::divides_big(const QNumber& x) const {
+  assert(!is_zero() && (is_big() || x.is_big()));
   return mpz_divisible_p(View(x).ratio.num, View(*this).ratio.num) != 0;
 }
 
 void QNumber::divmod_big(const QNumber& d, QNumber& q, QNumber& r) const {
+  assert(!d.is_zero() && &q != &r);
   Scratch& temp = scratch;
   mpz_fdiv_qr(temp[0], temp[1], View(*this).ratio.num, View(d).ratio.num);
   const auto store = [](QNumber& target, mpz_ptr value) {
@@ -331,12 +354,14 @@ void QNumber::divmod_big(const QNumber& d, QNumber& q, QNumber& r) const {
 }
 
 bool QNumber::equal_mixed(const QNumber& a, const QNumber& b) {
+  assert(a.is_big() != b.is_big());
   const QNumber& roomy = a.is_big() ? a : b;
   const words::Fraction f = (a.is_big() ? b : a).fraction();
   return mpz_cmp_si(roomy.big_num(), f.num) == 0 && mpz_cmp_si(roomy.big_den(), f.den) == 0;
 }
 
 bool QNumber::less_mixed(const QNumber& a, const QNumber& b) {
+  assert(a.is_big() || b.is_big());
   const View x(a);
   const View y(b);
   const Pair left = {*x.ratio.num, *x.ratio.den};
@@ -345,6 +370,7 @@ bool QNumber::less_mixed(const QNumber& a, const QNumber& b) {
 }
 
 QNumber QNumber::gcd_big(const QNumber& a, const QNumber& b) {
+  assert(a.is_big() || b.is_big());
   if (a.is_small()) return gcd_big(b, a);
   if (b.is_small() && b.num_ != 0) {
     const auto word = static_cast<unsigned long>(words::abs(b.num_));
@@ -353,6 +379,7 @@ QNumber QNumber::gcd_big(const QNumber& a, const QNumber& b) {
   QNumber r(new_pair());
   mpz_gcd(r.big_num(), a.big_num(), View(b).ratio.num);
   mpz_set_ui(r.big_den(), 1);
+  assert(r.sign() >= 0);
   return r;
 }
 
@@ -360,6 +387,7 @@ QNumber QNumber::lcm_big(const QNumber& a, const QNumber& b) {
   QNumber r(new_pair());
   mpz_lcm(r.big_num(), View(a).ratio.num, View(b).ratio.num);
   mpz_set_ui(r.big_den(), 1);
+  assert(r.sign() >= 0);
   return r;
 }
 
@@ -373,10 +401,11 @@ void QNumber::shrink() {
   free_pair();
   num_ = f.num;
   den_ = f.den;
+  assert(is_small() && is_normal());
 }
 
 bool QNumber::is_normal() const {
-  if (is_small()) return den_ > 0 && num_ != words::EXCLUDED && words::gcd(num_, den_) == 1;
+  if (is_small()) return words::is_normal(fraction());
   mpz_class g;
   mpz_gcd(g.get_mpz_t(), big_num(), big_den());
   return mpz_sgn(big_den()) > 0 && g == 1;

@@ -1,6 +1,8 @@
 #ifndef OPAL_UTILS_QNUMBER_H
 #define OPAL_UTILS_QNUMBER_H
 
+// The numbers of the whole system.
+
 #include <gmpxx.h>
 
 #include <cassert>
@@ -67,6 +69,7 @@ class QNumber {
     } else {
       assign_words(x.fraction());
     }
+    assert(x.is_small() || is_big());
     return *this;
   }
   /// A big target stays big; leaves 0 behind.
@@ -85,11 +88,11 @@ class QNumber {
   }
 
   QNumber& operator+=(const QNumber& x) {
-    if (!add_words(x)) add_big(x, false);
+    if (!add_words(x)) add_big(x, words::PLUS);
     return *this;
   }
   QNumber& operator-=(const QNumber& x) {
-    if (!sub_words(x)) add_big(x, true);
+    if (!sub_words(x)) add_big(x, words::MINUS);
     return *this;
   }
   QNumber& operator*=(const QNumber& x) {
@@ -98,6 +101,7 @@ class QNumber {
   }
   QNumber& operator/=(const QNumber& x) {
     assert(!x.is_zero());
+    assert(is_small() ? den_ > 0 : num_ != 0);
     if (integers(*this, x) && num_ % x.num_ == 0) {
       num_ /= x.num_;
       return *this;
@@ -138,6 +142,7 @@ class QNumber {
     if (!(is_small() && d.is_small())) return divmod_big(d, q, r);
     const long quotient = num_ / d.num_;
     const long remainder = num_ % d.num_;
+    assert(quotient * d.num_ + remainder == num_);
     q.assign_words({quotient, 1});
     r.assign_words({remainder, 1});
   }
@@ -169,13 +174,13 @@ class QNumber {
   [[nodiscard]] bool is_normal() const;
 
   friend QNumber operator+(const QNumber& a, const QNumber& b) {
-    if (a.is_big()) return sum_big(a, b, false);
+    if (a.is_big()) return sum_big(a, b, words::PLUS);
     QNumber r(a);
     r += b;
     return r;
   }
   friend QNumber operator-(const QNumber& a, const QNumber& b) {
-    if (a.is_big()) return sum_big(a, b, true);
+    if (a.is_big()) return sum_big(a, b, words::MINUS);
     QNumber r(a);
     r -= b;
     return r;
@@ -209,32 +214,21 @@ class QNumber {
   friend bool operator<=(const QNumber& a, const QNumber& b) { return !(b < a); }
   friend bool operator>=(const QNumber& a, const QNumber& b) { return !(a < b); }
 
-  friend QNumber abs(const QNumber& x) { return x.sign() < 0 ? x.neg() : x; }
-  /// Of the numerators, never negative; gcd(0, b) = |b|.
-  friend QNumber gcd(const QNumber& a, const QNumber& b) {
-    if (a.is_small() && b.is_small()) return {words::gcd(a.num_, b.num_)};
-    return gcd_big(a, b);
-  }
-  /// Of the numerators, never negative; lcm(0, b) = 0.
-  friend QNumber lcm(const QNumber& a, const QNumber& b) {
-    if (!(a.is_small() && b.is_small())) return lcm_big(a, b);
-    if (a.num_ == 0 || b.num_ == 0) return {};
-    long r;
-    const bool fits =
-        words::mul(words::abs(a.num_) / words::gcd(a.num_, b.num_), words::abs(b.num_), r);
-    return fits ? QNumber(r) : lcm_big(a, b);
-  }
+  friend QNumber gcd(const QNumber& a, const QNumber& b);
+  friend QNumber lcm(const QNumber& a, const QNumber& b);
   friend std::ostream& operator<<(std::ostream& os, const QNumber& x);
 
  private:
   using Pair = std::remove_pointer_t<mpq_ptr>;  // numerator, denominator
 
   explicit constexpr QNumber(words::Fraction f) : num_(f.num), den_(f.den) {
-    assert(den_ > 0);
+    assert(den_ > 0 && num_ != words::EXCLUDED);
   }
   // A template, so that the literal 0 is a number and no null pointer.
   template <class P, class = std::enable_if_t<std::is_same_v<P, Pair>>>
-  explicit QNumber(P* pair) : num_(reinterpret_cast<long>(pair)), den_(0) {}
+  explicit QNumber(P* pair) : num_(reinterpret_cast<long>(pair)), den_(0) {
+    assert(pair != nullptr);
+  }
 
   [[nodiscard]] bool is_big() const { return den_ == 0; }
   [[nodiscard]] Pair* big() const {
@@ -243,8 +237,12 @@ class QNumber {
   }
   [[nodiscard]] mpz_ptr big_num() const { return mpq_numref(big()); }
   [[nodiscard]] mpz_ptr big_den() const { return mpq_denref(big()); }
-  [[nodiscard]] words::Fraction fraction() const { return {num_, den_}; }
+  [[nodiscard]] words::Fraction fraction() const {
+    assert(is_small());
+    return {num_, den_};
+  }
   [[nodiscard]] words::Fraction inverse_words() const {
+    assert(is_small() && num_ != 0);
     return num_ < 0 ? words::Fraction{-den_, -num_} : words::Fraction{den_, num_};
   }
   [[nodiscard]] static bool integers(const QNumber& a, const QNumber& b) {
@@ -252,6 +250,7 @@ class QNumber {
   }
   bool take(words::Fraction f) {
     if (f.den == 0) return false;
+    assert(words::is_normal(f));
     num_ = f.num;
     den_ = f.den;
     return true;
@@ -266,7 +265,8 @@ class QNumber {
       num_ = sum;
       return true;
     }
-    return is_small() && x.is_small() && take(words::add(fraction(), x.fraction(), false));
+    return is_small() && x.is_small() &&
+           take(words::add(fraction(), x.fraction(), words::PLUS));
   }
   bool sub_words(const QNumber& x) {
     if (integers(*this, x)) {
@@ -275,7 +275,8 @@ class QNumber {
       num_ = difference;
       return true;
     }
-    return is_small() && x.is_small() && take(words::add(fraction(), x.fraction(), true));
+    return is_small() && x.is_small() &&
+           take(words::add(fraction(), x.fraction(), words::MINUS));
   }
   bool mul_words(const QNumber& x) {
     if (integers(*this, x)) {
@@ -305,10 +306,10 @@ class QNumber {
 
   // The operations when an operand is big or a value is no word.
   struct View;
-  static QNumber sum_big(const QNumber& a, const QNumber& b, bool negate);
+  static QNumber sum_big(const QNumber& a, const QNumber& b, words::Sign sign);
   static QNumber product_big(const QNumber& a, const QNumber& b);
   static QNumber quotient_big(const QNumber& a, const QNumber& b);
-  void add_big(const QNumber& x, bool negate);
+  void add_big(const QNumber& x, words::Sign sign);
   void mul_big(const QNumber& x);
   void div_big(const QNumber& x);
   void divmod_big(const QNumber& d, QNumber& q, QNumber& r) const;
@@ -324,6 +325,22 @@ class QNumber {
   long num_;  // numerator, or address of the pair
   long den_;  // denominator, or 0 for the big form
 };
+
+[[nodiscard]] inline QNumber abs(const QNumber& x) { return x.sign() < 0 ? x.neg() : x; }
+/// The greatest common divisor of the numerators, never negative; gcd(0, b) = |b|.
+[[nodiscard]] inline QNumber gcd(const QNumber& a, const QNumber& b) {
+  if (a.is_small() && b.is_small()) return {words::gcd(a.num_, b.num_)};
+  return QNumber::gcd_big(a, b);
+}
+/// The least common multiple of the numerators, never negative; lcm(0, b) = 0.
+[[nodiscard]] inline QNumber lcm(const QNumber& a, const QNumber& b) {
+  if (!(a.is_small() && b.is_small())) return QNumber::lcm_big(a, b);
+  if (a.num_ == 0 || b.num_ == 0) return {};
+  long r;
+  const bool fits =
+      words::mul(words::abs(a.num_) / words::gcd(a.num_, b.num_), words::abs(b.num_), r);
+  return fits ? QNumber(r) : QNumber::lcm_big(a, b);
+}
 
 }  // namespace opal
 

@@ -1,6 +1,7 @@
 // Conversions of QNumber from and to text, words, floating point and hashes.
 
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 #include <memory>
 #include <ostream>
@@ -16,7 +17,11 @@ struct Free {
 };
 using Text = std::unique_ptr<char, Free>;
 
-Text text_of(const mpz_t x) { return Text(mpz_get_str(nullptr, 10, x)); }
+Text text_of(const mpz_t x) {
+  Text text(mpz_get_str(nullptr, 10, x));
+  assert(text != nullptr);
+  return text;
+}
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
@@ -39,6 +44,7 @@ QNumber QNumber::from_decimal(std::string_view text) {
   mpz_ui_pow_ui(power.get_mpz_t(), 10, decimals);
   QNumber r(mpz_class(digits, 10), power);
   r.shrink();
+  assert(r.is_normal());
   return r;
 }
 
@@ -98,6 +104,7 @@ std::size_t QNumber::hash() const {
     n = mpz_fdiv_ui(big_num(), PRIME);
     d = mpz_fdiv_ui(big_den(), PRIME);
   }
+  assert(n < PRIME && d < PRIME);
   const unsigned long mixed = (n + d * MIX) * MIX;
   return mixed ^ (mixed >> 32U);
 }

@@ -31,13 +31,13 @@ class RandomProblem : public RandomRows {
   std::pair<Proof*, Linear> cut(const Path& path) {
     const bool with_locals = pick(0, 4) > 0;
     const Status concluding = random_side();
-    const int kind = pick(0, 1) == 0 ? Relation::LEQ : Relation::GEQ;
+    const int kind = pick(0, 1) == 0 ? LEQ : GEQ;
     Weighted premises;
     Linear sum{};
     auto enter = [&](const Constraint& c, long m) {
       premises.emplace_back(c, m);
-      const long direction = kind == Relation::LEQ ? -1 : 1;
-      add(sum, c.relation == Relation::EQ ? m * direction : std::abs(m), c.e);
+      const long direction = kind == LEQ ? -1 : 1;
+      add(sum, c.relation == EQ ? m * direction : std::abs(m), c.e);
     };
     for (int i = pick(0, 2); i > 0; --i)
       enter(random_inequality(true, with_locals), pick(1, 3) * random_sign());
@@ -47,7 +47,7 @@ class RandomProblem : public RandomRows {
       const Status side = random_side();
       Linear e = random_row(side, true, with_locals);
       hold(e, side, true);
-      enter(assert_row(e, Relation::EQ, side), pick(1, 3) * random_sign());
+      enter(assert_row(e, EQ, side), pick(1, 3) * random_sign());
     }
     Constraint conclusion{};
     const long k = pick(2, 4);
@@ -55,9 +55,9 @@ class RandomProblem : public RandomRows {
       Linear e = closing_row(side, side == concluding, sum, k, with_locals);
       hold(e, side, false);
       if (side == concluding)
-        add(sum, 1, (conclusion = assert_row(e, Relation::GEQ, side, kind)).e);
+        add(sum, 1, (conclusion = assert_row(e, GEQ, side, kind)).e);
       else
-        enter(assert_row(e, Relation::GEQ, side), 1);
+        enter(assert_row(e, GEQ, side), 1);
     }
     return finish_cut(premises, conclusion, sum);
   }
@@ -112,7 +112,7 @@ class RandomProblem : public RandomRows {
       else
         hold(e, side, false);
       if (side != last_ && is_strict) e[CONSTANT] += 1;
-      enter(assert_row(e, is_strict ? Relation::GT : Relation::GEQ, side), 1);
+      enter(assert_row(e, is_strict ? GT : GEQ, side), 1);
     }
     return chain(cuts, hypotheses);
   }
@@ -122,7 +122,7 @@ class RandomProblem : public RandomRows {
     const long d = pick(1, 3);
     std::vector<Constraint> negations;
     for (const auto& [c, m] : hypotheses) {
-      if (m == d && c.relation >= Relation::GEQ && c.sign == 0 && pick(0, 3) == 0)
+      if (m == d && c.relation >= GEQ && c.sign == 0 && pick(0, 3) == 0)
         negations.push_back(c);
       else
         leaves.emplace_back(new la::LaHyp(c.id, c.sign), m);
@@ -147,9 +147,9 @@ class RandomProblem : public RandomRows {
     Weighted rows;
     Linear sum{}, sum_a{}, sum_b{};
     auto enter = [&](const Linear& e, long m, Status side) {
-      rows.emplace_back(assert_row(e, Relation::EQ, side), m);
+      rows.emplace_back(assert_row(e, EQ, side), m);
       add(sum, m, e);
-      add(side == Status::A_LOCAL ? sum_a : sum_b, m, e);
+      add(side == A ? sum_a : sum_b, m, e);
     };
     for (int i = pick(0, 3); i > 0; --i) {
       const Status side = random_side();
@@ -171,7 +171,7 @@ class RandomProblem : public RandomRows {
     std::vector<int> ids;
     std::vector<QNumber> multipliers;
     for (const auto& [c, m] : rows) {
-      if (c.colour == Status::A_LOCAL ? !a_alone && b_alone : a_alone) continue;
+      if (c.colour == A ? !a_alone && b_alone : a_alone) continue;
       ids.push_back(c.id);
       multipliers.push_back(QNumber(m) / QNumber(q));
     }
@@ -189,9 +189,9 @@ class RandomProblem : public RandomRows {
     const Status side = random_side();
     Linear e = random_row(side, false, true);
     e[CONSTANT] = pick(-3, 3);
-    if (value(e, side == Status::A_LOCAL ? point_a_ : point_b_) == 0) ++e[CONSTANT];
+    if (value(e, side == A ? point_a_ : point_b_) == 0) ++e[CONSTANT];
     Path longer = path;
-    longer.push_back(assert_row(e, Relation::NEQ, side));
+    longer.push_back(assert_row(e, NEQ, side));
     Constraint& neq = longer.back();
     ++figures_.disequalities;
     Proof* cases[2];
@@ -211,16 +211,15 @@ class RandomProblem : public RandomRows {
       v = static_cast<std::size_t>(pick(0, VARIABLES - 1));
     } while (!used_[v] || is_real(v));
     const long c = pick(-2, 2);
-    const Status colour = v < 2 ? Status::A_LOCAL : Status::B_LOCAL;
+    const Status colour = v < 2 ? A : B;
     ++figures_.branches;
     Path left = path, right = path;
     Linear e{};
     e[v] = -1, e[CONSTANT] = c;
-    left.push_back({e, Relation::GEQ, colour, Relation::LEQ,
-                    mapper->add_branch(Relation::LEQ, id_of(v), c, colour)});
+    left.push_back({e, GEQ, colour, LEQ, mapper->add_branch(LEQ, id_of(v), c, colour)});
     e[v] = 1, e[CONSTANT] = -c - 1;
-    right.push_back({e, Relation::GEQ, colour, Relation::GEQ,
-                     mapper->add_branch(Relation::GEQ, id_of(v), c + 1, colour)});
+    right.push_back(
+        {e, GEQ, colour, GEQ, mapper->add_branch(GEQ, id_of(v), c + 1, colour)});
     const int left_depth = pick(0, depth - 1);
     Proof* const l = tree(left_depth, left);
     Proof* const r = tree(depth - 1, right);

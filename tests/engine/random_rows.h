@@ -44,7 +44,7 @@ class RandomRows : public Host {
   RandomRows(unsigned seed, Sorts sorts) : random_(seed), sorts_(sorts) {
     terms.any_flag = true;
     mapper->first_definition = 500;
-    const Status colours[] = {Status::A_LOCAL, Status::SHARED, Status::B_LOCAL};
+    const Status colours[] = {A, AB, B};
     for (std::size_t v = 0; v < VARIABLES; ++v) {
       mapper->set_variable_colour(id_of(v), colours[v / 2]);
       used_[v] = v % 2 == 0 || sorts == REALS || pick(0, 1) == 0;
@@ -54,7 +54,6 @@ class RandomRows : public Host {
     if (sorts == MIXED) used_[REAL_A] = used_[REAL_SHARED] = true;
   }
 
-  using Relation = la::LinearTerm::Relation;
   static constexpr std::size_t REAL_A = 1, REAL_SHARED = 3;
   static constexpr long HALF_BOX = 10;  // in halves: -5 .. 5
 
@@ -67,9 +66,7 @@ class RandomRows : public Host {
     int kind;
     int id;
     int sign = 0;
-    [[nodiscard]] bool is_strict() const {
-      return relation == Relation::GT || relation == Relation::NEQ;
-    }
+    [[nodiscard]] bool is_strict() const { return relation == GT || relation == NEQ; }
   };
 
   static int id_of(std::size_t v) { return static_cast<int>(v) + 2; }
@@ -77,16 +74,14 @@ class RandomRows : public Host {
     return std::uniform_int_distribution<int>(low, high)(random_);
   }
   int random_sign() { return pick(0, 1) == 0 ? -1 : 1; }
-  Status random_side() { return pick(0, 1) == 0 ? Status::A_LOCAL : Status::B_LOCAL; }
-  static Status other(Status side) {
-    return side == Status::A_LOCAL ? Status::B_LOCAL : Status::A_LOCAL;
-  }
+  Status random_side() { return pick(0, 1) == 0 ? A : B; }
+  static Status other(Status side) { return side == A ? B : A; }
   [[nodiscard]] bool is_real(std::size_t v) const {
     return sorts_ == REALS || (sorts_ == MIXED && (v == REAL_A || v == REAL_SHARED));
   }
   static bool is_shared(std::size_t v) { return v / 2 == 1; }
   [[nodiscard]] bool may_have(Status side, std::size_t v, bool integers) const {
-    const bool knows = is_shared(v) || (side == Status::A_LOCAL) == (v < 2);
+    const bool knows = is_shared(v) || (side == A) == (v < 2);
     return knows && used_[v] && !(integers && is_real(v));
   }
   static void add(Linear& to, long q, const Linear& e) {
@@ -100,8 +95,7 @@ class RandomRows : public Host {
 
   /// An inequality may be written the other way round, unless its kind is given.
   Constraint assert_row(const Linear& e, int relation, Status colour, int kind = -1) {
-    if (kind < 0)
-      kind = relation >= Relation::GEQ && pick(0, 1) == 0 ? 5 - relation : relation;
+    if (kind < 0) kind = relation >= GEQ && pick(0, 1) == 0 ? 5 - relation : relation;
     const bool turned = kind != relation;
     Row row;
     for (std::size_t v = 0; v < VARIABLES; ++v)
@@ -129,9 +123,7 @@ class RandomRows : public Host {
   /// Gives e the constant with which it holds at the side's point, by some margin.
   void hold(Linear& e, Status side, bool exactly) {
     const long at_a = value(e, point_a_), at_b = value(e, point_b_);
-    const long least = side == Status::SHARED    ? std::min(at_a, at_b)
-                       : side == Status::A_LOCAL ? at_a
-                                                 : at_b;
+    const long least = side == AB ? std::min(at_a, at_b) : side == A ? at_a : at_b;
     e[CONSTANT] += (exactly ? 0 : pick(0, 2)) - least;
   }
   Constraint random_inequality(bool integers, bool with_locals) {
@@ -139,9 +131,9 @@ class RandomRows : public Host {
     Linear e = random_row(side, integers, with_locals);
     const bool on_both =
         pick(0, 5) == 0 && e[0] == 0 && e[1] == 0 && e[4] == 0 && e[5] == 0;
-    const Status colour = on_both ? Status::SHARED : side;
+    const Status colour = on_both ? AB : side;
     hold(e, colour, false);
-    return assert_row(e, Relation::GEQ, colour);
+    return assert_row(e, GEQ, colour);
   }
 
   /// All integers, or all halves, of the box.
@@ -156,13 +148,13 @@ class RandomRows : public Host {
     Linear p{};
     for_each_value(p, 2, [&] {
       for_each_value(p, 3, [&] {
-        if (side_holds(p, Status::A_LOCAL)) a_points_.emplace_back(p[2], p[3]);
-        if (side_holds(p, Status::B_LOCAL)) b_points_.emplace_back(p[2], p[3]);
+        if (side_holds(p, A)) a_points_.emplace_back(p[2], p[3]);
+        if (side_holds(p, B)) b_points_.emplace_back(p[2], p[3]);
       });
     });
   }
   bool side_holds(Linear& p, Status side) {
-    const std::size_t first = side == Status::A_LOCAL ? 0 : 4;
+    const std::size_t first = side == A ? 0 : 4;
     bool found = false;
     for_each_value(p, first, [&] {
       for_each_value(p, first + 1, [&] {
@@ -176,9 +168,9 @@ class RandomRows : public Host {
   }
   static bool holds(const Constraint& c, const Linear& p) {
     const long twice = value(c.e, p) + c.e[CONSTANT];
-    return c.relation == Relation::EQ    ? twice == 0
-           : c.relation == Relation::NEQ ? twice != 0
-                                         : twice >= (c.is_strict() ? 1 : 0);
+    return c.relation == EQ    ? twice == 0
+           : c.relation == NEQ ? twice != 0
+                               : twice >= (c.is_strict() ? 1 : 0);
   }
 
   std::mt19937 random_;

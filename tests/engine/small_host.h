@@ -2,7 +2,8 @@
 #define OPAL_TESTS_ENGINE_SMALL_HOST_H
 
 // A host just large enough to put every question to the engine: terms that print
-// themselves, constraints given as rows, and colours given atom by atom.
+// themselves, constraints given as rows, colours given atom by atom or by variables, and
+// short names for nodes of proofs.
 
 #include <gtest/gtest.h>
 
@@ -28,6 +29,11 @@ using proof::ProofRef;
 using Status = itp::TheoryAtomClassifier::status;
 using Term = const Term_*;
 using Args = std::vector<Term>;
+using Row = std::vector<std::pair<int, QNumber>>;  // variable ids with coefficients
+
+constexpr int LT = 0, LEQ = 1, EQ = 2, NEQ = 3, GEQ = 4, GT = 5;
+constexpr auto A = Status::A_LOCAL, B = Status::B_LOCAL, AB = Status::SHARED,
+               MIXED = Status::AB_MIXED, UNKNOWN = Status::UNKNOWN;
 
 struct NamedSymbol : Symbol {
   NamedSymbol(std::size_t arity, std::string n, bool i)
@@ -81,6 +87,8 @@ class Terms : public TermManager {
   }
   /// Sums are built whatever the flag is, as in the integer rules that leave it alone.
   bool any_flag = false;
+  /// What the flag allows: t and true is t, and so is t and t.
+  bool simplifies = false;
 
   static const NamedSymbol& named(const Symbol* s) {
     return static_cast<const NamedSymbol&>(*s);
@@ -111,7 +119,10 @@ class Terms : public TermManager {
     return make_term(make_int_modular_congruence_symbol(m), {a, b});
   }
   Term make_not(Term t) override { return make("not", {t}); }
-  Term make_and(Term a, Term b) override { return make("and", {a, b}); }
+  Term make_and(Term a, Term b) override {
+    const bool is_a = simplifies && building_flag() != 0 && (b == true_ || b == a);
+    return is_a ? a : make("and", {a, b});
+  }
   Term make_or(Term a, Term b) override { return make("or", {a, b}); }
   Term make_term(const Symbol* s, const Args& args) override {
     return make(named(s).name, args);
@@ -155,44 +166,40 @@ class Terms : public TermManager {
 
 inline void PlainPrinter::print_term(std::ostream& out, Term t) { out << Terms::text(t); }
 
-using Row = std::vector<std::pair<int, QNumber>>;  // variable ids with coefficients
-
 /// Constraints are numbered from 0; their atoms are interpreted symbols over the row's
 /// variables. Variables are x2, x3, ...; the strictness variable is 1.
 class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
  public:
   static constexpr int DELTA = 1, ZERO = -1, NAMELESS_VARIABLE = 1000000000;
+  static constexpr int LAST_NAMED = 21;  // the last variable that a term is found to be
 
   explicit Mapper(Terms& terms) : terms_(terms) {}
 
-  /// The first id of a variable that is defined by a term; 0 defines none.
-  int first_definition = 0;
-  /// The literal of the zero constraint, which few hosts have.
-  TheoryLit zero_lit;
+  int first_definition = 0;     // the first id of a variable of a term; 0: there is none
+  TheoryLit zero_lit;           // the literal of the zero constraint, which few hosts have
+  int branch_terms = 0;         // how often that of a branch was asked for
+  int calls_until_failure = 0;  // of look-ups of constraints; 0: none fails
 
   /// The id of the constraint row <kind> c, whose atom has the given colour.
   int add(int kind, const Row& row, const QNumber& c, Status colour) {
-    const int id = static_cast<int>(constraints_.size());
-    la::LinearTerm lt;
-    lt.kind = kind;
-    lt.constant = c;
     Args args;
-    for (const auto& [var, coeff] : row) {
-      lt.vars.add_var(coeff, var);
+    for (const auto& [var, coeff] : row)
       if (Term t = var_term(var)) args.push_back(t);
-    }
-    Term atom = terms_.make("c" + std::to_string(id), args);
-    constraints_.emplace_back(std::move(lt), atom);
+    Term atom = terms_.make("c" + std::to_string(last_id() + 1), args);
     enter_atom(atom, colour);
-    return id;
+    return enter(kind, row, c, TheoryLit(atom));
+  }
+  /// The id of an equality with a given atom; that of its negation is the next one.
+  int add_equality(Term atom, const Row& row, const QNumber& c) {
+    enter(EQ, row, c, TheoryLit(atom));
+    return enter(NEQ, row, c, TheoryLit(atom, true)) - 1;
   }
   /// The id of a branch x <= c or x >= c, whose atom is the one that the engine builds.
   int add_branch(int kind, int var, const QNumber& c, Status colour) {
     Term sum = terms_.make_plus(terms_.make_number(0),
                                 terms_.make_times(terms_.make_number(1), var_term(var)));
     Term bound = terms_.make_number(c);
-    enter_atom(kind == la::LinearTerm::LEQ ? terms_.make_leq(sum, bound)
-                                           : terms_.make_leq(bound, sum),
+    enter_atom(kind == LEQ ? terms_.make_leq(sum, bound) : terms_.make_leq(bound, sum),
                colour);
     return add(kind, {{var, 1}}, c, Status::UNKNOWN);
   }
@@ -211,22 +218,26 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
     enter_atom(var_term(var), s);
   }
   [[nodiscard]] int last_id() const { return static_cast<int>(constraints_.size()) - 1; }
-  Term atom(int id) { return constraints_.at(static_cast<std::size_t>(id)).second; }
+  Term atom(int id) { return constraints_.at(static_cast<std::size_t>(id)).second.atom(); }
 
   la::LinearTerm linear_term(int id) override {
-    la::LinearTerm zero;
-    zero.kind = la::LinearTerm::GEQ;
-    return id == ZERO ? zero : constraints_.at(static_cast<std::size_t>(id)).first;
+    may_fail();
+    if (id == ZERO) return {GEQ, {}, 0};
+    return constraints_.at(static_cast<std::size_t>(id)).first;
   }
-  la::LinearTerm bb_linear_term(TheoryLit, int id) override { return linear_term(id); }
+  la::LinearTerm bb_linear_term(TheoryLit, int id) override {
+    ++branch_terms;
+    return linear_term(id);
+  }
   int lit_constraint(TheoryLit lit) override {
     const auto it = negations_.find(lit.atom());
     return lit.is_negated() && it != negations_.end() ? it->second : NAMELESS_VARIABLE;
   }
   TheoryLit constraint_lit(int id) override {
+    may_fail();
     if (id == ZERO) return zero_lit;
-    const bool known = id >= 0 && static_cast<std::size_t>(id) < constraints_.size();
-    return known ? TheoryLit(atom(id)) : TheoryLit();
+    const bool known = id >= 0 && id <= last_id();
+    return known ? constraints_[static_cast<std::size_t>(id)].second : TheoryLit();
   }
   Term var_term(int var) override {
     if (var >= NAMELESS_VARIABLE) return nullptr;
@@ -234,8 +245,15 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
     if (term == nullptr) term = terms_.make("x" + std::to_string(var), {}, false);
     return term;
   }
-  int term_var(Term, bool) override { return 0; }
-  int atom_constraint(Term) override { return ZERO; }
+  int term_var(Term t, bool make) override {
+    for (int v = DELTA + 1; v <= LAST_NAMED; ++v)
+      if (var_term(v) == t) return v;
+    return make ? term_def_var(t) : 0;
+  }
+  int atom_constraint(Term atom) override {
+    const auto it = equalities_.find(atom);
+    return it != equalities_.end() ? it->second : add_equality(atom, {}, 0);
+  }
   int term_def_var(Term t) override {
     if (first_definition == 0) return 0;
     int var = first_definition;
@@ -271,6 +289,18 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
   }
 
  private:
+  int enter(int kind, const Row& row, const QNumber& c, TheoryLit lit) {
+    la::LinearTerm lt{kind, {}, c};
+    for (const auto& [var, coeff] : row)
+      lt.vars.add_var(coeff, var);
+    constraints_.emplace_back(std::move(lt), lit);
+    if (kind == EQ) equalities_[lit.atom()] = last_id();
+    return last_id();
+  }
+  void may_fail() {
+    if (calls_until_failure > 0 && --calls_until_failure == 0)
+      throw std::runtime_error("as ordered");
+  }
   Term& variable(int var) {
     const auto index = static_cast<std::size_t>(var);
     if (index >= variables_.size()) variables_.resize(2 * index);
@@ -278,10 +308,10 @@ class Mapper : public la::ItpLinearTermMapper, public itp::AtomColouring {
   }
 
   Terms& terms_;
-  std::deque<std::pair<la::LinearTerm, Term>> constraints_;
+  std::deque<std::pair<la::LinearTerm, TheoryLit>> constraints_;
   std::vector<Status> colours_;  // by the id of an atom, or of a variable
   bool by_variables_ = false;
-  std::unordered_map<Term, int> negations_;
+  std::unordered_map<Term, int> negations_, equalities_;  // ids by atoms
   std::vector<Term> variables_;
 };
 
@@ -303,6 +333,7 @@ struct Probe : la::Interpolator {
   using Interpolator::build_leq_term;
   using Interpolator::build_term_from_eq_list;
   using Interpolator::collect_vars;
+  using Interpolator::combine_eq_coeff_lists;
   using Interpolator::dump_counter_;
   using Interpolator::find_in_cache;
   using Interpolator::get_as_rhs;
@@ -320,10 +351,32 @@ struct Probe : la::Interpolator {
   using Interpolator::zero_proof_;
 };
 
-/// c1 * p1 + c2 * p2; takes over the references, copies the multipliers.
+// Nodes with one reference. Constructors take over references, and copy multipliers.
+inline Proof* hyp(int id, int sign = 0) { return new la::LaHyp(id, sign); }
 inline Proof* comb(const QNumber* c1, Proof* p1, const QNumber* c2, Proof* p2) {
   auto copy = [](const QNumber* q) { return q == nullptr ? nullptr : new QNumber(*q); };
   return new la::LaComb(copy(c1), p1, copy(c2), p2, 0, 0, 0);
+}
+inline Proof* plus(Proof* p, Proof* q) { return comb(nullptr, p, nullptr, q); }
+inline Proof* sum(const std::vector<Proof*>& leaves) {
+  Proof* result = hyp(Mapper::ZERO);
+  for (Proof* leaf : leaves)
+    result = plus(result, leaf);
+  return result;
+}
+inline Proof* cases(int id, Proof* p, Proof* q) { return new la::LaNeq(id, p, q); }
+inline Proof* implied(int id, Proof* p, int sign = 0) {
+  return new la::LaCombImp(id, sign, p);
+}
+inline Proof* fake(int id, la::Equation e = {}, int sign = 0) {
+  return new la::LaFakeHyp(id, sign, new la::Equation(std::move(e)));
+}
+inline Proof* cut(std::vector<int> ids, std::vector<QNumber> multipliers, long k,
+                  int var = 100) {
+  return new laz::LaZTighteningProof(std::move(ids), std::move(multipliers), k, var);
+}
+inline Proof* equalities(std::vector<int> ids, std::vector<QNumber> multipliers) {
+  return new laz::LaZEqSubProof(std::move(ids), std::move(multipliers));
 }
 
 inline la::Equation row(const Row& coeffs, const QNumber& constant) {
@@ -333,6 +386,34 @@ inline la::Equation row(const Row& coeffs, const QNumber& constant) {
   e.add_const(constant);
   return e;
 }
+
+/// x2 and x3 are A's, x4 and x5 shared, x6 and x7 B's; x100 and x101 stand for cuts.
+struct ColouredHost : Host {
+  ColouredHost() {
+    terms.any_flag = true;
+    mapper->first_definition = 500;
+    const Status colours[] = {A, A, AB, AB, B, B};
+    for (int v = 2; v < 8; ++v)
+      mapper->set_variable_colour(v, colours[v - 2]);
+  }
+  int add(int kind, const Row& coeffs, const QNumber& c, Status colour) {
+    return mapper->add(kind, coeffs, c, colour);
+  }
+  /// A branch on two constraints of the mapper.
+  Proof* branch(Proof* l, Proof* r, int l_id, int r_id) {
+    return new laz::LaZInternalBBProof(l, r, l_id, r_id, mapper->linear_term(l_id),
+                                       mapper->linear_term(r_id));
+  }
+  std::string interpolant(Proof* proof, bool floor_cuts = false,
+                          Probe::Mode mode = Probe::MODE_SUM) {
+    const ProofRef root(proof);
+    Probe probe(*this, mode, floor_cuts);
+    const std::string text = Terms::text(probe.get_interpolant(&classifier, root.get()));
+    EXPECT_TRUE(probe.tight_vars_.empty() && probe.side_constraints_.empty());
+    EXPECT_TRUE(probe.owned_eqs_.empty() && probe.proof_cache_.empty());
+    return text;
+  }
+};
 
 /// The value of a linear term, and of a formula as 0 or 1, under the values of variables,
 /// to which those of sub-terms are added. Foreign variables and symbols are failures.

@@ -1,6 +1,6 @@
 // Trees of branches: how they are joined, and what they leave behind.
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
@@ -56,6 +56,7 @@ TEST(Branches, SharedNodesAreHandledOnceAndLiteralsForgotten) {
     tree = host.branch(tree, Proof::retain(tree), l, r);
   for (int i = 0; i < 50000; ++i)
     tree = host.branch(tree, hyp(r), l, r);
+  EXPECT_EQ(host.mapper->branch_terms, 2);
   const int b = host.add(LEQ, {{4, 1}}, 0, B);
   const ProofRef root(tree), leaf(hyp(b));
   Probe probe(host);
@@ -64,6 +65,9 @@ TEST(Branches, SharedNodesAreHandledOnceAndLiteralsForgotten) {
   EXPECT_FALSE(probe.in_laz_bb_);
   probe.bb_lits_[b] = TheoryLit(host.mapper->atom(host.add(LEQ, {{4, 1}}, 0, A)));
   EXPECT_EQ(Terms::text(probe.get_interpolant(&host.classifier, leaf.get())), "true");
+  const ProofRef next(host.branch(hyp(b), hyp(b), l, r));
+  EXPECT_EQ(Terms::text(probe.get_interpolant(&host.classifier, next.get())),
+            "(or true true)");
 }
 
 }  // namespace

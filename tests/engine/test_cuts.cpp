@@ -1,7 +1,7 @@
 // Cuts and equality sub-proofs: what a side contributes, and what its integers leave
 // behind.
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
@@ -22,6 +22,9 @@ TEST(Cuts, EverySideHasItsContribution) {
   const int eq = host.add(EQ, {{4, 1}}, 3, A);               // x4 - 3 = 0
   const int below = host.add(LEQ, {{4, 1}, {6, -2}}, 0, B);  // 2x6 - x4 >= 0
   const int a3 = host.add(GEQ, {{2, 3}, {4, 6}}, 7, A);      // 3x2 + 6x4 - 7 >= 0
+  const int frac = host.add(GEQ, {{2, 2}}, QNumber(7) / QNumber(2), A);
+  const int a1 = host.add(GEQ, {{2, 1}, {4, 2}}, 0, A);  // x2 + 2x4 >= 0
+  const int b1 = host.add(GEQ, {{2, 1}, {4, 2}}, 0, B);  // likewise, though x2 is A's
   const std::string exact = " - 7/2, x100 <= 0, 2*x2 + 2*x4 - 7";
   const std::string rounded = " - 7/3, x100 <= 2, 3*x2 + 6*x4 - 7";
   using Ids = std::vector<int>;
@@ -30,6 +33,11 @@ TEST(Cuts, EverySideHasItsContribution) {
       {{b}, {}, 2, "0", "0"},
       {{both}, {}, 2, "0", "x4 - 4"},
       {{a}, {}, 0, "2*x2 + 2*x4 - 7", "x2 + x4 - 4"},
+      {{frac}, {}, 0, "2*x2 - 7/2", "x2 - 2"},
+      {{b, a}, {3}, 0, "2*x2 + 2*x4 - 7", "x2 + x4 - 4"},
+      {{s, sa}, {1}, 0, "4*x4 + 4*x5 - 7, 2*x4 - 7", "x5 + x500"},
+      // a coefficient that the divisor does not divide, of a variable that B cannot have
+      {{b1, a1}, {1}, 2, "1/2*x2 + x4 - 1/2*x100, x100 <= 0, x2 + 2*x4", "1/2*x2 + x4"},
       {{a3}, {}, 3, "x2 + 2*x4 - 3", "x2 + 2*x4 - 3"},
       {{sa, a}, {3}, 2, "x2 + 4*x4 + 6*x5 - 4", "x2 + 4*x4 + 6*x5 - 4"},
       // shared: stated under B's part as a premise
@@ -126,8 +134,15 @@ TEST(CutValues, AreCountedSkippedAndChecked) {
     probe.tight_vars_[100] = {1, probe.own(row({{2, 2}, {4, 3}}, 1))};
     EXPECT_EQ(term(coeffs, 1), text);
   }
-  EXPECT_EQ(probe.combinations_visited(), 8U);
-  EXPECT_EQ(probe.combinations_survived(), 8U);
+  host.terms.simplifies = true;
+  const std::string p = "(mod2 (* 3 x4) -1)";
+  EXPECT_EQ(term({{100, -1}}, 1), "(or " + p + " true)");
+  probe.tight_vars_[101] = probe.tight_vars_[100];
+  EXPECT_EQ(term({{100, -1}, {101, -1}}, 1),
+            "(or (or (or (and " + p + " " + p + ") " + p + ") " + p + ") false)");
+  host.terms.simplifies = false;
+  EXPECT_EQ(probe.combinations_visited(), 14U);
+  EXPECT_EQ(probe.combinations_survived(), 14U);
 
   // A local part of 4x2 - 3 takes no value but 1 of 0 .. 7 (and 5), whatever else does:
   // six values of the first cut are skipped with all 8 values of the second. A part
@@ -135,8 +150,8 @@ TEST(CutValues, AreCountedSkippedAndChecked) {
   probe.tight_vars_[100] = {7, probe.own(row({{2, 4}}, -3))};
   probe.tight_vars_[101] = {7, probe.own(row({{2, 1}}, 0))};
   EXPECT_GT(term({{5, 1}, {100, -1}, {101, -1}}, 0).size(), 100U);
-  EXPECT_EQ(probe.combinations_visited(), 8U + 5U + 3U * 8U);
-  EXPECT_EQ(probe.combinations_survived(), 8U + 3U * 8U);
+  EXPECT_EQ(probe.combinations_visited(), 14U + 5U + 3U * 8U);
+  EXPECT_EQ(probe.combinations_survived(), 14U + 3U * 8U);
   probe.tight_vars_[100] = {4, probe.own(row({}, 2))};
   EXPECT_EQ(term({{4, 1}, {100, -1}}, 0), "(or (<= 2 (* 1 x4)) (<= 4 (* 1 x4)))");
   // 2x2 + 2x4 is even; x2/2 + x4 + 1 is made integral.

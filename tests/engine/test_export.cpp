@@ -8,7 +8,7 @@
 #include <sstream>
 #include <unordered_set>
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 // An exported node is its text, in which a converted premise stands as its number.
 class opal::ExternalProof {
@@ -62,15 +62,12 @@ struct ProofZoo : ColouredHost {
   TheoryLit lit(int id, bool negated = false) {
     return TheoryLit(mapper->atom(id), negated);
   }
-  Proof* implied(int id, int sign, Proof* p) { return new la::LaCombImp(id, sign, p); }
-  Proof* cases(int id, Proof* p, Proof* q) { return new la::LaNeq(id, p, q); }
   Proof* lemma(TheoryLit x, TheoryLit y, TheoryLit z = TheoryLit()) {
     return new laz::LaZBBLemma(x, y, z);
   }
-  Proof* fake(int id) { return new la::LaFakeHyp(id, 7, new Equation(row({{4, 2}}, 1))); }
+  Proof* implied(int id, int sign, Proof* p) { return small::implied(id, p, sign); }
+  Proof* fake(int id) { return small::fake(id, row({{4, 2}}, 1), 7); }
   Proof* pair() { return comb(nullptr, hyp(le), &two, hyp(eq, -1)); }
-
-  using Equation = la::Equation;
 };
 
 TEST(Export, EveryRuleHasItsNameAndChildren) {
@@ -89,7 +86,7 @@ TEST(Export, EveryRuleHasItsNameAndChildren) {
        "(la-comb 1 (la-hyp (not (c0 x4))) 1 (la-hyp-eq 1 (c1 x4)))"},
       {z.implied(z.eq, -1, hyp(z.le)),
        "(la-comb 1 (la-hyp-eq 1 (not (c1 x4))) 1 (la-hyp (c0 x4)))"},
-      {z.cases(z.neq, hyp(z.neq, -1), hyp(z.neq, 1)),
+      {cases(z.neq, hyp(z.neq, -1), hyp(z.neq, 1)),
        "(la-neq (c2 x4) (la-hyp-eq -1 (c2 x4)) (la-hyp-eq 1 (c2 x4)))"},
       {new la::LaEqSplitLemma(e, e, z.mapper->atom(z.le)),
        "(la-spliteq (c1 x4) (c1 x4) (c0 x4))"},
@@ -110,7 +107,7 @@ TEST(Export, EveryRuleHasItsNameAndChildren) {
       {nullptr, "null"},
       {hyp(99), "null"},
       {z.implied(99, 0, hyp(z.le)), "null"},
-      {z.cases(99, hyp(z.le), hyp(z.le)), "null"},
+      {cases(99, hyp(z.le), hyp(z.le)), "null"},
       {cut({z.eq, 99}, {1}, 2), "null"},
       {cut({z.eq, z.eq, z.le}, {1}, 2), "null"},
       {equalities({99}, {1}), "null"},
@@ -189,7 +186,7 @@ TEST(Export, DumpsShowConstraintsWithLiteralsAndSides) {
        "(LACOMB: 1 2\n (LAHYP: " + le + " (c0 x4) A)\n (LAHYP: " + eq + " (c1 x4) B))"},
       {hyp(shared), "(LAHYP: 5 0 -> -x4 + 1 >= 0)",
        "(LAHYP: 5 0 -> -x4 + 1 >= 0 (c5 x4) AB-shared)"},
-      {z.implied(z.le, 0, z.cases(z.neq, hyp(z.le), hyp(Mapper::ZERO))),
+      {z.implied(z.le, 0, cases(z.neq, hyp(z.le), hyp(Mapper::ZERO))),
        "(LACOMBIMP: " + le + "\n (LANEQ: 2\n  (LAHYP: " + le + ")\n  " + zero,
        "(LACOMBIMP: " + le + "\n (LANEQ: 2\n  (LAHYP: " + le + " (c0 x4) A)\n  " + zero},
       {cut({z.eq, z.le, z.le}, {-2, z.half}, 2), tight, tight},
@@ -243,22 +240,20 @@ TEST(Export, CheckFilesHoldWhatEachSideContributes) {
   const struct {
     Proof* proof;
     std::string a, b, comments;
-  } table[] = {
-      {z.pair(), "(and true (c0 x4))", "(and true (c1 x4))", ""},
-      {plus(hyp(Mapper::ZERO), z.fake(shared)), "true", "(and true (c6 x4))", ""},
-      {z.implied(z.le, 0, z.pair()), "(and (and true (not (c0 x4))) (c0 x4))",
-       "(and true (c1 x4))", ""},
-      {z.cases(z.neq, hyp(z.le), hyp(z.eq, 1)), "(and (and true (not (c2 x4))) (c0 x4))",
-       "(and true (c1 x4))", ""},
-      {cut({z.eq, 98, z.le}, {1, 1}, 2), "(and true (c0 x4))", "(and true (c1 x4))",
-       "; left out: constraint 98, which has no literal\n"},
-      {plus(hyp(mixed), hyp(99)), "true", "true",
-       "; left out: constraint 99, which has no literal\n; left out: constraint 5, which "
-       "is AB-mixed\n"},
-      {new la::LaEqSplitLemma(e.atom(), e.atom(), e.atom()), "true", "false", ""},
-      {new la::LaEqSplitLemma(z.mapper->atom(z.le), e.atom(), e.atom()), "false", "true",
-       ""},
-      {equalities({z.eq}, {1}), "true", "true", ""}};
+  } table[] = {{z.pair(), "(and true (c0 x4))", "(and true (c1 x4))", ""},
+               {plus(hyp(Mapper::ZERO), z.fake(shared)), "true", "(and true (c6 x4))", ""},
+               {z.implied(z.le, 0, z.pair()), "(and (and true (not (c0 x4))) (c0 x4))",
+                "(and true (c1 x4))", ""},
+               {cases(z.neq, hyp(z.le), hyp(z.eq, 1)),
+                "(and (and true (not (c2 x4))) (c0 x4))", "(and true (c1 x4))", ""},
+               {cut({z.eq, 98, z.le}, {1, 1}, 2), "(and true (c0 x4))",
+                "(and true (c1 x4))", "; left out: constraint 98, which has no literal\n"},
+               {plus(hyp(mixed), hyp(99)), "true", "true",
+                "; left out: constraint 5, which is AB-mixed\n"},
+               {new la::LaEqSplitLemma(e.atom(), e.atom(), e.atom()), "true", "false", ""},
+               {new la::LaEqSplitLemma(z.mapper->atom(z.le), e.atom(), e.atom()), "false",
+                "true", ""},
+               {equalities({z.eq}, {1}), "true", "true", ""}};
   int number = 0;
   for (const auto& c : table) {
     const ProofRef root(c.proof);
@@ -288,6 +283,7 @@ TEST(Export, CheckFilesHoldWhatEachSideContributes) {
   // Nothing is begun that cannot be done.
   z.terms.prints_scripts = false;
   EXPECT_THROW(probe.write_check_files(e.atom(), e.atom(), e.atom(), ""), Exception);
+  EXPECT_EQ(probe.dump_counter_, 1003);
   probe.set_classifier(nullptr);
   EXPECT_THROW(probe.debug_dump_interpolation_check(root.get(), e.atom()),
                la::Interpolator::error);

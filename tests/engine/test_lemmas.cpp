@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
@@ -59,12 +59,15 @@ TEST(EqualityProofs, OfSpecialShapes) {
   const int b = host.add(EQ, {{4, 1}, {6, -2}}, 1, B);     // x4 = 2 x6 + 1
   const int two = host.add(EQ, {{4, 2}}, -1, A);           // 2 x4 + 1 = 0
   const int local = host.add(EQ, {{2, 2}, {3, 4}}, 3, A);  // 2 x2 + 4 x3 = 3
+  const int shared = host.add(EQ, {{4, 2}}, -1, AB);       // counts as A's
   const int zero = host.add(EQ, {}, 0, A), one = host.add(EQ, {}, 1, A);
-  const std::pair<std::vector<int>, std::string> table[] = {{{}, "true"},
-                                                            {{two, b}, "(= (* 2 x4) -1)"},
-                                                            {{local, b}, "false"},
-                                                            {{zero, b}, "true"},
-                                                            {{one, b}, "false"}};
+  const std::pair<std::vector<int>, std::string> table[] = {
+      {{}, "true"},
+      {{two, b}, "(= (* 2 x4) -1)"},
+      {{shared, b}, "(= (* 2 x4) -1)"},
+      {{local, b}, "false"},
+      {{zero, b}, "true"},
+      {{one, b}, "false"}};
   for (const auto& [ids, text] : table)
     EXPECT_EQ(
         host.interpolant(equalities(ids, {ids.empty() || ids[0] == two ? third : 1, 1})),

@@ -2,14 +2,11 @@
 
 #include <typeinfo>
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
 
-using la::LaCombImp;
-using la::LaFakeHyp;
-using la::LaNeq;
 using laz::LaZBBLemma;
 
 std::string announced;  // the last message that the hook saw
@@ -30,9 +27,7 @@ TEST(Messages, BrokenProofsAreRefused) {
   const QNumber zero(0);
   const std::string variable = "variable without a term: 1000000000";
   const std::string rule = std::string("Unrecognized proof rule: ") + typeid(Proof*).name();
-  auto fake = [](int id) { return new LaFakeHyp(id, 0, new la::Equation); };
-  auto imp = [](int id, Proof* p) { return new LaCombImp(id, 0, p); };
-  auto neq = [&](int id) { return new LaNeq(id, hyp(b), hyp(b)); };
+  auto neq = [&](int id) { return cases(id, hyp(b), hyp(b)); };
   auto split = [](Term e, Term l) { return new la::LaEqSplitLemma(e, l, l); };
   enum Ways : unsigned { MODULAR = 1, FLOOR = 2, DUAL = 4, PLAIN = 3, ALL = 7 };
   const struct {
@@ -44,20 +39,20 @@ TEST(Messages, BrokenProofsAreRefused) {
       {ALL, "AB-mixed term in LaHyp", hyp(mixed)},
       {ALL, "unknown constraint in LaFakeHyp", fake(no_id)},
       {ALL, "AB-mixed term in LaFakeHyp", fake(mixed)},
-      {ALL, "unkonwn constraint in LaCombImp", imp(no_id, hyp(a))},
-      {ALL, "AB-mixed term in LaCombImp", imp(mixed, hyp(a))},
-      {PLAIN, "unmapped negation in LaCombImp", imp(a, hyp(a))},
+      {ALL, "unkonwn constraint in LaCombImp", implied(no_id, hyp(a))},
+      {ALL, "AB-mixed term in LaCombImp", implied(mixed, hyp(a))},
+      {PLAIN, "unmapped negation in LaCombImp", implied(a, hyp(a))},
       {ALL, "unmapped neq in a LaNeq rule", neq(no_id)},
       {ALL, "AB-mixed neq in a LaNeq rule", neq(mixed)},
       {ALL, "LaNeq below the root of a proof", plus(neq(a), hyp(a))},
-      {ALL, "LaNeq below the root of a proof", new LaNeq(a, neq(a), hyp(a))},
+      {ALL, "LaNeq below the root of a proof", cases(a, neq(a), hyp(a))},
       {ALL, "zero multiplier in LaComb", comb(nullptr, hyp(a), &zero, hyp(b))},
       {PLAIN, variable, hyp(nameless1)},
       {PLAIN, variable, plus(plus(hyp(nameless1), hyp(nameless2)), hyp(b))},
       {ALL, rule, nullptr},
       {ALL, rule, plus(nullptr, hyp(a))},
-      {ALL, rule, new LaNeq(a, hyp(a), nullptr)},
-      {ALL, rule, imp(a, nullptr)},
+      {ALL, rule, cases(a, hyp(a), nullptr)},
+      {ALL, rule, implied(a, nullptr)},
       {ALL, rule, new la::LaUnitLemma(no_lit)},
       {ALL, rule, plus(hyp(a), new LaZBBLemma(lit, lit))},
       {ALL, rule, host.branch(nullptr, hyp(a), a, b)},

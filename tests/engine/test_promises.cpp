@@ -1,6 +1,6 @@
 // The wrong answers that broken promises give; docs/proofs.md works them out.
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
@@ -47,55 +47,57 @@ TEST(BrokenPromises, GiveWrongAnswers) {
   const int not_0 = add(NEQ, {{4, 1}}, 0, A), from_0 = add(GEQ, {{4, 1}}, 0, A);
   const int also_upto_0 = add(LEQ, {{4, 1}}, 0, B);
   const int below_0 = add(LT, {{4, 1}}, 0, AB), above_0 = add(GT, {{4, 1}}, 0, AB);
-  auto cases = [&](Proof* below, Proof* above) {
-    return new la::LaNeq(not_0, plus(below, hyp(from_0)), plus(above, hyp(also_upto_0)));
+  auto sides = [&](Proof* below, Proof* above) {
+    return cases(not_0, plus(below, hyp(from_0)), plus(above, hyp(also_upto_0)));
   };
   // 11: A: x4 >= 1, x5 >= 1 imply 2 x4 + x5 >= 3, whose negation is B's.
-  const int implied = host.mapper->add_negation(add(LT, {{4, 2}, {5, 1}}, 3, B), B);
+  const int negated = host.mapper->add_negation(add(LT, {{4, 2}, {5, 1}}, 3, B), B);
   auto implication = [&](const QNumber* m) {
-    return new la::LaCombImp(implied, 0, comb(m, hyp(least), nullptr, hyp(x5_least)));
+    return implied(negated, comb(m, hyp(least), nullptr, hyp(x5_least)));
   };
   // 12: A: x4 = 0, B: x4 = 1. The sign chooses the half, and the wrong half says too
   // little.
   const int is_0 = add(EQ, {{4, 1}}, 0, A), is_1 = add(EQ, {{4, 1}}, 1, B);
   const std::string floor_of = "(<= 0 (* 1 (floor (* 1/2 (+ ";
   const struct {
+    const char* promise;
     Proof* broken;
     std::string answer;
     Proof* kept;
     std::string kept_answer;
     bool floor_cuts = false;
   } table[] = {
-      {sum({hyp(by_symbols), hyp(from_1)}), "true", sum({hyp(upto_0), hyp(from_1)}),
-       "(<= 0 (* -1 x4))"},
-      // B holds at x4 = -10, x5 = 12
-      {comb(&two, least_4, nullptr, comb(&two, Proof::retain(least_4), nullptr, rest())),
+      {"colours", sum({hyp(by_symbols), hyp(from_1)}), "true",
+       sum({hyp(upto_0), hyp(from_1)}), "(<= 0 (* -1 x4))"},
+      {"3: one node, once; B holds at x4 = -10, x5 = 12",
+       comb(&two, least_4, nullptr, comb(&two, Proof::retain(least_4), nullptr, rest())),
        "(<= 0 (+ (+ (* 2 x4) (* 2 x5)) -4))", comb(&four, hyp(least), nullptr, rest()),
        "(<= 0 (+ (+ (* 4 x4) (* 2 x5)) -6))"},
-      {implication(nullptr), "(<= 0 (+ (+ (* 1 x4) (* 1 x5)) -2))", implication(&two),
+      {"11: implications are scaled below", implication(nullptr),
+       "(<= 0 (+ (+ (* 1 x4) (* 1 x5)) -2))", implication(&two),
        "(<= 0 (+ (+ (* 2 x4) (* 1 x5)) -3))"},
-      // B holds at x4 = 0
-      {cases(hyp(below_0), hyp(above_0)), "(or (<= 0 (* 1 x4)) true)",
-       cases(hyp(not_0, -1), hyp(not_0, 1)), "(or false (not (<= (* 1 x4) 0)))"},
-      // B holds at x4 = 1
-      {sum({hyp(is_0), hyp(is_1, 1)}), "(<= 0 (* 1 x4))",
+      {"5: the disequality's own id; B holds at x4 = 0", sides(hyp(below_0), hyp(above_0)),
+       "(or (<= 0 (* 1 x4)) true)", sides(hyp(not_0, -1), hyp(not_0, 1)),
+       "(or false (not (<= (* 1 x4) 0)))"},
+      {"12: signs; B holds at x4 = 1", sum({hyp(is_0), hyp(is_1, 1)}), "(<= 0 (* 1 x4))",
        sum({hyp(is_0, -1), hyp(is_1, 1)}), "(<= 0 (* -1 x4))"},
-      // B holds at x4 = 6
-      {proof2(-1), floor_of + "(* 1 x4) -5)))))", proof2(1), floor_of + "(* -1 x4) 5)))))",
-       true},
-      {proof2e(third.neg()), "(mod1 (* 1 x4) 0)", proof2e(third), "(mod3 (* 1 x4) 1)"},
-      // A holds at x2 = 0, x5 = 3/2
-      {sum({cut({real_low, real}, {1}, 2), hyp(low)}),
+      {"2: the sign in a cut; B holds at x4 = 6", proof2(-1), floor_of + "(* 1 x4) -5)))))",
+       proof2(1), floor_of + "(* -1 x4) 5)))))", true},
+      {"2: the sign in an equality sub-proof", proof2e(third.neg()), "(mod1 (* 1 x4) 0)",
+       proof2e(third), "(mod3 (* 1 x4) 1)"},
+      {"6: integers; A holds at x2 = 0, x5 = 3/2",
+       sum({cut({real_low, real}, {1}, 2), hyp(low)}),
        "(or (and (mod2 (* 1 x5) 1) (<= 0 (+ (* 1 x5) -1))) (<= 1 (+ (* 1 x5) -1)))",
        sum({hyp(real), hyp(low), hyp(low), hyp(real_low)}), "(<= 0 (+ (* 1 x5) -1))"},
-      // A holds at x4 = 1, and so does B
-      {comb(&two, cut({least}, {}, 2), nullptr, hyp(most)), "(<= 0 (+ (* 1/2 x4) -1))",
+      {"6: the divisor divides; both hold at x4 = 1",
+       comb(&two, cut({least}, {}, 2), nullptr, hyp(most)), "(<= 0 (+ (* 1/2 x4) -1))",
        sum({hyp(least), hyp(most)}), "(<= 0 (+ (* 1 x4) -1))"},
-      {two_cuts(100), "false", two_cuts(101), "true"},  // A holds at x2 = 1
-      // B holds at x4 = 0
-      {equalities({odd, zero}, {half, 1}), "(mod1 (* -1 x4) 0)", equalities({odd}, {half}),
-       "false"}};
+      {"6: a variable for each cut; A holds at x2 = 1", two_cuts(100), "false",
+       two_cuts(101), "true"},
+      {"7: trimmed; B holds at x4 = 0", equalities({odd, zero}, {half, 1}),
+       "(mod1 (* -1 x4) 0)", equalities({odd}, {half}), "false"}};
   for (const auto& c : table) {
+    SCOPED_TRACE(c.promise);
     EXPECT_EQ(host.interpolant(c.broken, c.floor_cuts), c.answer);
     EXPECT_EQ(host.interpolant(c.kept, c.floor_cuts), c.kept_answer);
   }
@@ -117,8 +119,7 @@ TEST(BrokenPromises, OfBranchesGiveWrongAnswers) {
     const int b = host.add(LEQ, {{4, 1}}, 0, B);
     const int l = host.mapper->add_branch(LEQ, 4, -1, left_colour);
     const int r = host.mapper->add_branch(GEQ, 4, 0, A);
-    Proof* const right =
-        new la::LaNeq(neq, plus(hyp(r), hyp(neq, -1)), plus(hyp(b), hyp(neq, 1)));
+    Proof* const right = cases(neq, plus(hyp(r), hyp(neq, -1)), plus(hyp(b), hyp(neq, 1)));
     EXPECT_EQ(host.interpolant(host.branch(plus(hyp(a), hyp(l)), right, l, r)),
               std::string(left_colour == A ? "(or (<= 0 -1) " : "(or (<= 0 (* 1 x4)) ") +
                   "(or false (not (<= (* 1 x4) 0))))");

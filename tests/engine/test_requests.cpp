@@ -1,49 +1,41 @@
 // Requests over rational constraints: what a rule contributes, and the terms of a list.
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
 
 using la::Equation;
 
-// x2 is A's, x3 shared, x4 B's.
-struct Problem : Host {
+// x2 is A's; here x3 is shared, x4 B's.
+struct Problem : ColouredHost {
+  Problem() { terms.any_flag = false; }
   int a = mapper->add(LEQ, {{2, 1}}, 3, A);            // x2 <= 3
   int a2 = mapper->add(LEQ, {{3, 1}, {2, -1}}, 0, A);  // x3 - x2 <= 0
   int b = mapper->add(GEQ, {{3, 1}}, 5, B);            // x3 >= 5
   int neq = mapper->add(NEQ, {{3, 1}}, 0, A);
-  std::string interpolant(Proof* proof, Probe::Mode mode = Probe::MODE_SUM) {
-    const ProofRef root(proof);
-    Probe probe(*this, mode);
-    const std::string text = Terms::text(probe.get_interpolant(&classifier, proof));
-    EXPECT_TRUE(probe.owned_eqs_.empty() && probe.proof_cache_.empty());
-    return text;
-  }
 };
 
 TEST(Requests, EveryRuleContributesWhatIsOfA) {
   Problem p;
   auto refutation = [&] { return plus(hyp(p.b), plus(hyp(p.a), hyp(p.a2))); };
   EXPECT_EQ(p.interpolant(refutation()), "(<= 0 (+ (* -1 x3) 3))");
-  EXPECT_EQ(p.interpolant(refutation(), Probe::MODE_CONJ),
+  EXPECT_EQ(p.interpolant(refutation(), false, Probe::MODE_CONJ),
             "(and true (<= 0 (+ (* -1 x3) 3)))");
-  EXPECT_EQ(p.interpolant(refutation(), Probe::MODE_DUAL), "(not (<= 0 (+ (* 1 x3) -5)))");
-  auto fake = [](int id) {
-    return new la::LaFakeHyp(id, 0, new Equation(row({{3, 2}}, 1)));
-  };
-  EXPECT_EQ(p.interpolant(fake(p.a)), "(<= 0 (+ (* 2 x3) 1))");
-  EXPECT_EQ(p.interpolant(fake(p.b)), "true");
-  auto cases = [&] { return new la::LaNeq(p.neq, hyp(p.neq, -1), hyp(p.neq, 1)); };
-  EXPECT_EQ(p.interpolant(cases()), "(or (not (<= (* -1 x3) 0)) (not (<= (* 1 x3) 0)))");
+  EXPECT_EQ(p.interpolant(refutation(), false, Probe::MODE_DUAL),
+            "(not (<= 0 (+ (* 1 x3) -5)))");
+  EXPECT_EQ(p.interpolant(fake(p.a, row({{3, 2}}, 1))), "(<= 0 (+ (* 2 x3) 1))");
+  EXPECT_EQ(p.interpolant(fake(p.b, row({{3, 2}}, 1))), "true");
+  auto both = [&] { return cases(p.neq, hyp(p.neq, -1), hyp(p.neq, 1)); };
+  EXPECT_EQ(p.interpolant(both()), "(or (not (<= (* -1 x3) 0)) (not (<= (* 1 x3) 0)))");
   for (const Status colour : {B, AB}) {
     p.mapper->enter_atom(p.mapper->atom(p.neq), colour);
-    EXPECT_EQ(p.interpolant(cases()), "(and true true)");
+    EXPECT_EQ(p.interpolant(both()), "(and true true)");
   }
   for (const auto& [colour, text] : {std::pair(A, "(<= 0 (+ (* -1 x2) 3))"),
                                      {B, "true"},
                                      {AB, "true"},
-                                     {UNKNOWN, "true"}}) {
+                                     {UNKNOWN, "(<= 0 (+ (* -1 x2) 3))"}}) {
     p.mapper->enter_atom(p.mapper->atom(p.a), colour);
     EXPECT_EQ(p.interpolant(hyp(p.a)), text);
   }
@@ -54,7 +46,7 @@ TEST(Requests, EveryRuleContributesWhatIsOfA) {
 // constraint counts.
 TEST(Requests, SharedNodesKeepTheirLists) {
   Problem p;
-  const QNumber two(2), three(3);
+  const QNumber one(1), two(2), three(3);
   Proof* const both = plus(hyp(p.a), hyp(p.a2));
   Proof* const with_b = plus(Proof::retain(both), hyp(p.b));
   EXPECT_EQ(p.interpolant(plus(both, with_b)), "(<= 0 (+ (* -1 x3) 3))");
@@ -67,6 +59,9 @@ TEST(Requests, SharedNodesKeepTheirLists) {
       comb(&three, Proof::retain(second), nullptr, hyp(Mapper::ZERO));
   EXPECT_EQ(p.interpolant(plus(comb(&two, second, nullptr, with_second), hyp(p.a2))),
             "(<= 0 (+ (+ (* -2 x2) (* -1 x3)) 9))");
+  Proof* const once_a = comb(&one, hyp(p.a), nullptr, hyp(Mapper::ZERO));
+  EXPECT_EQ(p.interpolant(comb(&two, once_a, nullptr, hyp(p.a2))),
+            "(<= 0 (+ (+ (* -1 x2) (* -1 x3)) 6))");
   Proof* const thrice_a = comb(&three, hyp(p.a), nullptr, hyp(Mapper::ZERO));
   EXPECT_EQ(p.interpolant(comb(&two, thrice_a, nullptr, hyp(p.a2))),
             "(<= 0 (+ (+ (* -2 x2) (* -1 x3)) 9))");

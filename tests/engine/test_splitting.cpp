@@ -1,26 +1,20 @@
 // Proofs that rest on equalities of both sides: their halves, shared terms, and rewriting.
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <functional>
 #include <random>
 #include <typeinfo>
 
-#include "tests/engine/coloured_host.h"
+#include "tests/engine/small_host.h"
 
 namespace opal::small {
 namespace {
 
 using la::LaComb;
-using la::LaCombImp;
-using la::LaFakeHyp;
 using la::LaNeq;
 using Linear = std::map<int, QNumber>;  // coefficients by variable, the constant at 0
 using Leaves = std::vector<std::pair<QNumber, Proof*>>;
 
 constexpr int SHARED = 2, LOCAL_A = 6, LOCAL_B = 14, END = 22;  // 4, 8 and 8 variables
-constexpr int DEFINITIONS = 500, EQUALITIES = 100000000;
 
 // e + q * f without zeros
 Linear sum(Linear e, const QNumber& q, const Linear& f) {
@@ -29,71 +23,36 @@ Linear sum(Linear e, const QNumber& q, const Linear& f) {
   return e;
 }
 
-QNumber constant(const Linear& e) { return e.count(0) == 0 ? QNumber() : e.at(0); }
-
-/// Equalities have two ids: of the atom, and of its negation.
-struct SplitMapper : Mapper {
-  explicit SplitMapper(Terms& t) : Mapper(t) {
-    first_definition = DEFINITIONS;
-    for (int v = SHARED; v < END; ++v)
-      set_variable_colour(v, v < LOCAL_A ? AB : v < LOCAL_B ? A : B);
-  }
-  int add_equality(Term atom, const Linear& form) {
-    for (const bool negated : {false, true}) {
-      la::LinearTerm lt;
-      lt.kind = negated ? NEQ : EQ;
-      lt.constant = constant(form).neg();
-      for (const auto& [v, q] : form)
-        if (v != 0) lt.vars.add_var(q, v);
-      equalities_.emplace_back(lt, TheoryLit(atom, negated));
-    }
-    return EQUALITIES + static_cast<int>(equalities_.size()) - 2;
-  }
-  la::LinearTerm linear_term(int id) override {
-    return id < EQUALITIES ? Mapper::linear_term(id) : equality(id).first;
-  }
-  TheoryLit constraint_lit(int id) override {
-    return id < EQUALITIES ? Mapper::constraint_lit(id) : equality(id).second;
-  }
-  int term_var(Term t, bool make) override {
-    for (int v = SHARED; v < END; ++v)
-      if (var_term(v) == t) return v;
-    return make ? term_def_var(t) : 0;
-  }
-  int atom_constraint(Term atom) override {
-    for (std::size_t i = 0; i < equalities_.size(); ++i)
-      if (equality(static_cast<int>(i)).second == TheoryLit(atom))
-        return EQUALITIES + static_cast<int>(i);
-    return add_equality(atom, {});
-  }
-
- private:
-  // Each look-up may be the one that fails.
-  const std::pair<la::LinearTerm, TheoryLit>& equality(int id) {
-    if (calls_until_failure > 0 && --calls_until_failure == 0)
-      throw std::runtime_error("as ordered");
-    return equalities_.at(static_cast<std::size_t>(id % EQUALITIES));
-  }
-  std::deque<std::pair<la::LinearTerm, TheoryLit>> equalities_;
-
- public:
-  int calls_until_failure = 0;  // 0: none fails
-};
-
 struct SplitHost : Host {
-  SplitHost() { classifier = itp::TheoryAtomClassifier(mapper = split); }
-  std::shared_ptr<SplitMapper> split = std::make_shared<SplitMapper>(terms);
+  SplitHost() {
+    mapper->first_definition = 500;
+    for (int v = SHARED; v < END; ++v)
+      mapper->set_variable_colour(v, v < LOCAL_A ? AB : v < LOCAL_B ? A : B);
+  }
   itp::EqItpMap map;
 
-  int row(int kind, const Linear& form, Status colour) {
+  static std::pair<Row, QNumber> split_constant(const Linear& form) {
     Row coeffs(form.begin(), form.end());
-    if (form.count(0) != 0) coeffs.erase(coeffs.begin());
-    return split->add(kind, coeffs, constant(form).neg(), colour);
+    if (form.count(0) == 0) return {coeffs, 0};
+    coeffs.erase(coeffs.begin());
+    return {coeffs, form.at(0).neg()};
   }
+  int row(int kind, const Linear& form, Status colour) {
+    const auto [coeffs, c] = split_constant(form);
+    return mapper->add(kind, coeffs, c, colour);
+  }
+  int equality(Term atom, const Linear& form) {
+    const auto [coeffs, c] = split_constant(form);
+    return mapper->add_equality(atom, coeffs, c);
+  }
+  /// Leaves are first and second premises in turn.
   static Proof* chain(const Leaves& leaves) {
-    Proof* result = hyp(Mapper::ZERO, 0);
-    for (const auto& [q, p] : leaves)
-      result = comb(q == QNumber(1) ? nullptr : &q, p, nullptr, result);
+    Proof* result = hyp(Mapper::ZERO);
+    for (std::size_t i = 0; i < leaves.size(); ++i) {
+      const QNumber* const q = leaves[i].first == QNumber(1) ? nullptr : &leaves[i].first;
+      result = i % 2 == 0 ? comb(q, leaves[i].second, nullptr, result)
+                          : comb(nullptr, result, q, leaves[i].second);
+    }
     return result;
   }
 };
@@ -132,9 +91,9 @@ ProofRef completed(const ProofRef& half, const ProofRef& other) {
   const auto *neq = dynamic_cast<LaNeq*>(half.get()),
              *by = dynamic_cast<LaNeq*>(other.get());
   auto rest = [](Proof* p) { return Proof::retain(dynamic_cast<LaComb*>(p)->premise2); };
-  Proof* const both = comb(nullptr, rest(by->case1), nullptr, rest(by->case2));
-  return ProofRef(new LaNeq(neq->constraint_id, Proof::retain(neq->case1),
-                            comb(nullptr, Proof::retain(neq->case2), nullptr, both)));
+  Proof* const both = plus(rest(by->case1), rest(by->case2));
+  return ProofRef(cases(neq->constraint_id, Proof::retain(neq->case1),
+                        plus(Proof::retain(neq->case2), both)));
 }
 
 /// Random proofs over a disequality. In each case A's hypotheses add up to a shared form,
@@ -179,7 +138,7 @@ struct RandomSplits : SplitHost {
     const Linear common_A = form(SHARED, LOCAL_A), common_B = form(SHARED, LOCAL_A);
     has_common = pick(0, 1) == 0;
     const ProofRef common(chain({{1, leaf(common_A, true)}, {1, leaf(common_B, false)}}));
-    Proof* cases[2];
+    Proof* halves[2];
     for (const int i : {0, 1}) {
       const int sign = i == 0 ? 1 : -1;
       part[i] = pinned && i == 1 ? sum({}, -1, part[0]) : form(SHARED, LOCAL_A);
@@ -202,19 +161,19 @@ struct RandomSplits : SplitHost {
       close(leaves, of_A, true);
       close(leaves, of_B, false);
       std::shuffle(leaves.begin(), leaves.end(), random);
-      cases[i] = chain(leaves);
+      halves[i] = chain(leaves);
     }
-    return ProofRef(new LaNeq(neq + 1, cases[0], cases[1]));
+    return ProofRef(small::cases(neq + 1, halves[0], halves[1]));
   }
   void draw_point() {
     values.clear();
     for (int v = SHARED; v < LOCAL_A; ++v)
-      values[split->var_term(v)] = pick(-9, 9);
+      values[mapper->var_term(v)] = pick(-9, 9);
   }
   QNumber value(const Linear& e) {
     QNumber result;
     for (const auto& [v, q] : e)
-      result += v == 0 ? q : q * evaluate(split->var_term(v), values);
+      result += v == 0 ? q : q * evaluate(mapper->var_term(v), values);
     return result;
   }
   bool holds(SplitProbe& probe, const ProofRef& proof) {
@@ -234,10 +193,10 @@ struct RandomSplits : SplitHost {
 void RandomSplits::split_one(int k, bool pinned) {
   const int direction = 2 * pick(0, 1) - 1;
   const Linear a{{LOCAL_A + k, 1}}, b{{LOCAL_B + k, 1}};
-  Term ta = split->var_term(LOCAL_A + k), tb = split->var_term(LOCAL_B + k);
+  Term ta = mapper->var_term(LOCAL_A + k), tb = mapper->var_term(LOCAL_B + k);
   Term atom = pick(0, 1) == 0 ? terms.make_equal(ta, tb) : terms.make_equal(tb, ta);
   const Linear difference = sum(b, -1, a);
-  const int id = split->add_equality(atom, sum({}, direction, difference));
+  const int id = equality(atom, sum({}, direction, difference));
   const ProofRef proof =
       refutation(id, sum({}, -direction, a), sum({}, direction, b), pinned);
   const auto before = counts(proof);
@@ -259,7 +218,7 @@ void RandomSplits::split_one(int k, bool pinned) {
       EXPECT_EQ(holds(probe, completed(of_B, of_A)), sign >= 0);
     }
     equalities.push_back(
-        {id, split->term_def_var(info->shared_term), a, difference, direction});
+        {id, mapper->term_def_var(info->shared_term), a, difference, direction});
   }
   EXPECT_EQ(counts(proof), before);
 }
@@ -269,8 +228,8 @@ void RandomSplits::rewrite_one() {
   const bool of_A = pick(0, 1) == 0;
   const int local = of_A ? LOCAL_A + 4 : LOCAL_B + 4;
   const Linear e{{local, 1}, {SHARED, -1}};
-  const int id = split->add_equality(
-      terms.make_equal(split->var_term(local), split->var_term(SHARED)), e);
+  Term atom = terms.make_equal(mapper->var_term(local), mapper->var_term(SHARED));
+  const int id = equality(atom, e);
   const ProofRef proof = refutation(id, of_A ? e : Linear(), of_A ? Linear() : e, false);
   const auto before = counts(proof);
   for (const auto mode : {Probe::MODE_SUM, Probe::MODE_DUAL}) {
@@ -288,6 +247,7 @@ void RandomSplits::rewrite_one() {
     }
   }
   EXPECT_EQ(counts(proof), before);
+  EXPECT_EQ(mapper->atom_colour(atom), of_A ? A : B);
 }
 
 TEST(RandomSplitting, SharedTermsHalvesAndRewrittenProofsAreRight) {
@@ -306,8 +266,8 @@ struct Story : SplitHost {
   static constexpr int a = LOCAL_A, b = LOCAL_B, x = SHARED, y = SHARED + 1;
   /// The mapper writes a = b as scale * (b - a).
   explicit Story(const QNumber& scale = 1)
-      : atom(terms.make_equal(split->var_term(a), split->var_term(b))),
-        id(split->add_equality(atom, {{a, scale.neg()}, {b, scale}})) {}
+      : atom(terms.make_equal(mapper->var_term(a), mapper->var_term(b))),
+        id(equality(atom, {{a, scale.neg()}, {b, scale}})) {}
   Proof* neq(int sign) const { return hyp(id + 1, sign); }
   Proof* compare(int u, int kind, int v, Status colour) {
     return hyp(row(kind, {{u, 1}, {v, -1}}, colour));
@@ -319,7 +279,7 @@ struct Story : SplitHost {
                   {m2, compare(shared, kind == LT ? LEQ : kind, b, B)},
                   {m1, neq(sign)}});
   }
-  ProofRef proof(Proof* p1, Proof* p2) const { return ProofRef(new LaNeq(id + 1, p1, p2)); }
+  ProofRef proof(Proof* p1, Proof* p2) const { return ProofRef(cases(id + 1, p1, p2)); }
   std::string text(SplitProbe& probe, const ProofRef& p) {
     return Terms::text(probe.get_interpolant(&classifier, p.get()));
   }
@@ -334,7 +294,10 @@ TEST(Splitting, AHalfNeedsTheOtherSideWhereItsSideDoesNotPinTheEquality) {
   SplitProbe probe(p);
   const ProofRef proof = p.proof(p.one_case(LEQ, p.x, -1), p.one_case(GEQ, p.y, 1));
   const auto [of_A, of_B] = probe.split(p, proof.get());
-  EXPECT_EQ(Terms::text(p.map.find(p.atom)->shared_term), "(* 1 x2)");
+  Term t = p.map.find(p.atom)->shared_term;
+  EXPECT_EQ(Terms::text(t), "(* 1 x2)");
+  EXPECT_EQ(p.mapper->atom_colour(p.terms.make_equal(p.mapper->var_term(p.a), t)), A);
+  EXPECT_EQ(p.mapper->atom_colour(p.terms.make_equal(p.mapper->var_term(p.b), t)), B);
   EXPECT_EQ(p.text(probe, of_A), "(or false (not (<= (+ (* 1 x2) (* -1 x3)) 0)))");
   EXPECT_EQ(p.text(probe, of_B), "(and true true)");
   EXPECT_EQ(p.text(probe, completed(of_B, of_A)),
@@ -343,14 +306,13 @@ TEST(Splitting, AHalfNeedsTheOtherSideWhereItsSideDoesNotPinTheEquality) {
 
 // Each row after the first three breaks one promise.
 TEST(Splitting, BrokenPromisesGiveWrongTermsOrHalves) {
-  const QNumber half = QNumber(1) / QNumber(2);
+  const QNumber half = QNumber(1) / QNumber(2), two(2);
   Story p, turned(-1), halved(half);
   const ProofRef kept = p.proof(p.one_case(LEQ, p.x, -1), p.one_case(GEQ, p.x, 1));
   const auto* const neq = dynamic_cast<LaNeq*>(kept.get());
   auto first = [&](Proof* case1) { return p.proof(case1, Proof::retain(neq->case2)); };
-  auto fake = [&](int u, int v, Status colour) {
-    auto* const e = new la::Equation(row({{u, -1}, {v, 1}}, 0));
-    return new LaFakeHyp(turned.row(LEQ, {{u, 1}, {v, -1}}, colour), 0, e);
+  auto given_fake = [&](int u, int v, Status colour) {
+    return fake(turned.row(LEQ, {{u, 1}, {v, -1}}, colour), row({{u, -1}, {v, 1}}, 0));
   };
   const std::string x = "(* 1 x2)";
   const struct {
@@ -361,16 +323,22 @@ TEST(Splitting, BrokenPromisesGiveWrongTermsOrHalves) {
   } table[] = {
       {"kept", p, kept, x, "(or false false)"},
       {"fake hypotheses", turned,
-       turned.proof(
-           turned.chain(
-               {{1, fake(p.x, p.a, A)}, {1, fake(p.b, p.x, B)}, {1, turned.neq(-1)}}),
-           turned.one_case(LEQ, p.x, 1)),
+       turned.proof(turned.chain({{1, given_fake(p.x, p.a, A)},
+                                  {1, given_fake(p.b, p.x, B)},
+                                  {1, turned.neq(-1)}}),
+                    turned.one_case(LEQ, p.x, 1)),
        "(* -1 (* -1 x2))", "(or false false)"},
       {"no rest", p, p.proof(p.neq(-1), p.neq(1)), "(* 1 x6)", ""},
       {"sign", p, p.proof(p.one_case(GEQ, p.x, 1), p.one_case(LEQ, p.x, -1)),
        "(+ (* -1 x2) (* 2 x6))", ""},
       {"multiplier", p, first(p.one_case(LEQ, p.x, -1, 2, 2)), x,
        "(or (not (<= (+ (* 1 x2) (* -1 x6)) 0)) false)"},
+      {"multiplier of the second premise", p,
+       first(comb(
+           nullptr,
+           p.chain({{2, p.compare(p.a, LEQ, p.x, A)}, {2, p.compare(p.x, LEQ, p.b, B)}}),
+           &two, p.neq(-1))),
+       x, "(or (not (<= (+ (* 1 x2) (* -1 x6)) 0)) false)"},
       {"multiplier, a - b", turned,
        turned.proof(turned.one_case(GEQ, p.x, -1, 2, 2), turned.one_case(LEQ, p.x, 1)),
        "(* -1 (* -1 x2))", "(or (not (<= (+ (* -1 x2) (* 1 x6)) 0)) false)"},
@@ -399,12 +367,11 @@ TEST(Splitting, BrokenProofsAreRefusedAndLeaveNothingBehind) {
   Proof* const case1 = dynamic_cast<LaNeq*>(good.get())->case1;
   EXPECT_EQ(probe.split(p, case1).first.get(), case1);  // nothing to rewrite
   const auto before = counts(good);
-  const int ab = p.split->add(LEQ, {{p.a, 1}, {p.b, 1}}, 0, MIXED);
-  const int unknown = p.split->add(LEQ, {{99, 1}}, 0, UNKNOWN);
+  const int ab = p.mapper->add(LEQ, {{p.a, 1}, {p.b, 1}}, 0, MIXED);
+  const int unknown = p.mapper->add(LEQ, {{99, 1}}, 0, UNKNOWN);
   const int unmapped = 7777;
-  auto fake = [](int id) { return new LaFakeHyp(id, 0, new la::Equation); };
-  auto imp = [&](int id) { return new LaCombImp(id, 0, hyp(Mapper::ZERO)); };
-  auto neq = [&](int id) { return ProofRef(new LaNeq(id, hyp(-1), hyp(-1))); };
+  auto imp = [&](int id) { return implied(id, hyp(Mapper::ZERO)); };
+  auto neq = [&](int id) { return ProofRef(cases(id, hyp(-1), hyp(-1))); };
   auto with = [&](Proof* leaf) {  // splitting
     return p.proof(p.chain({{1, leaf}, {1, p.neq(-1)}}), p.one_case(GEQ, p.x, 1));
   };
@@ -438,18 +405,30 @@ TEST(Splitting, BrokenProofsAreRefusedAndLeaveNothingBehind) {
                {"constraint implied by LaCombImp is in the EqItpMap", ProofRef(imp(p.id))},
                {rule, ProofRef(p.chain({{1, neq(ab).take()}}))},
                {"no variable for a shared term", ProofRef(hyp(p.id))}};
-  for (const auto& t : table) {
-    if (t.message == "no variable for a shared term") p.split->first_definition = 0;
+  auto answer = [&](Proof* proof) -> std::string {
     try {
-      probe.split(p, t.proof.get());
-      EXPECT_EQ(t.message, "");
+      probe.split(p, proof);
+      return "";
     } catch (const Probe::error& e) {
-      EXPECT_EQ(e.what(), t.message);
+      return e.what();
     }
+  };
+  for (const auto& t : table) {
+    if (t.message == "no variable for a shared term") p.mapper->first_definition = 0;
+    EXPECT_EQ(answer(t.proof.get()), t.message);
   }
+  // The zero constraint has a colour where it has an atom.
+  p.mapper->first_definition = 500;
+  for (const Status colour : {MIXED, B}) {
+    p.map = {};
+    p.mapper->zero_lit = TheoryLit(p.terms.make("zero", {}));
+    p.mapper->enter_atom(p.mapper->zero_lit.atom(), colour);
+    EXPECT_EQ(answer(good.get()), colour == B ? "" : not_found);
+  }
+  p.mapper->zero_lit = TheoryLit();
   int failures = 1;  // at every call into the mapper that can fail
   for (p.map = {}; p.map.empty(); ++failures) {
-    p.split->calls_until_failure = failures;
+    p.mapper->calls_until_failure = failures;
     try {
       probe.split(p, good.get());
     } catch (const std::runtime_error&) {
@@ -459,7 +438,7 @@ TEST(Splitting, BrokenProofsAreRefusedAndLeaveNothingBehind) {
   EXPECT_GT(failures, 20);
   {
     SplitProbe given_up(p);
-    p.split->calls_until_failure = failures / 2;
+    p.mapper->calls_until_failure = failures / 2;
     EXPECT_THROW(given_up.split(p, good.get()), std::runtime_error);
   }
   auto after = before;
@@ -477,7 +456,7 @@ TEST(Splitting, RewritingKeepsImplicationsAndSharedPremises) {
   const auto of_base = [&] { return Proof::retain(base.get()); };
   const QNumber two(2);
   Proof* const proofs[] = {plus(of_base(), hyp(of_B)),
-                           new LaCombImp(p.split->add_negation(of_B, B), 0, of_base()),
+                           implied(p.mapper->add_negation(of_B, B), of_base()),
                            comb(nullptr, plus(of_base(), of_base()), &two, hyp(of_B))};
   for (Proof* const proof : proofs) {
     const ProofRef given(proof);
@@ -492,19 +471,15 @@ TEST(Splitting, TermsAreTakenApartDownToTheMappersVariables) {
   auto num = [&](const QNumber& q) { return p.terms.make_number(q); };
   auto add = [&](Term u, Term v) { return p.terms.make("+", {u, v}); };
   auto mul = [&](Term u, Term v) { return p.terms.make("*", {u, v}); };
-  Term x = p.split->var_term(p.x), y = p.split->var_term(p.y);
+  Term x = p.mapper->var_term(p.x), y = p.mapper->var_term(p.y);
   Term inner = add(mul(num(3), add(x, num(5))), mul(y, num(QNumber(1) / QNumber(2))));
   Term fx = p.terms.make("f", {x}, false);
   Term nested = add(add(mul(num(2), inner), add(mul(x, y), mul(fx, num(3)))), num(-30));
   la::Equation e;
   probe.do_make_linear_expr(nested, e);
   EXPECT_EQ(e.to_str(false), "6*x2 + x3 + 3*x500");
-  EXPECT_EQ(p.split->var_term(DEFINITIONS), fx);
-  la::LinearTerm lt;  // y + -3 - x != 0
-  lt.kind = NEQ;
-  lt.constant = 3;
-  lt.vars.add_var(-1, p.x);
-  lt.vars.add_var(1, p.y);
+  EXPECT_EQ(p.mapper->var_term(500), fx);
+  const la::LinearTerm lt(NEQ, row({{p.x, -1}, {p.y, 1}}, 0), 3);  // y + -3 - x != 0
   Term b = add(y, num(-3));
   auto is_difference = [&](Term from, Term to) {
     la::Equation ea, eb;

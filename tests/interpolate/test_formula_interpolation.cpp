@@ -26,8 +26,10 @@ TEST_P(RandomFormulas, AllSystemsFit) {
     FormulaSolver solver(t, mapper, limits);
     for (std::size_t f = 0; f < task.formulas.size(); ++f)
       solver.assert_formula(task.formulas[f], static_cast<std::uint32_t>(f));
+    SCOPED_TRACE(text());
     ASSERT_EQ(solver.check(), FormulaSolver::Verdict::UNSAT);
     const auto& refutation = solver.refutation();
+    EXPECT_EQ(interpolation.fault(refutation, task), std::nullopt);
     const bool is_sequence = Grouping(task.first).is_sequence();
     for (const Strength strength :
          {Strength::STRONG, Strength::MIDDLE, Strength::WEAK, Strength::AUTO}) {

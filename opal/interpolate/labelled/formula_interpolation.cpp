@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "opal/checker/formula_checker.h"
 #include "opal/interpolate/labelled/atom_places.h"
 #include "opal/interpolate/labelled/labelled_system.h"
 #include "opal/interpolate/labelled/lemma_interpolants.h"
@@ -193,6 +194,31 @@ Interpolants FormulaInterpolation::interpolants(const ClauseRefutation& refutati
   best->engine_seconds = seconds;
   best->candidates = std::move(candidates);
   return std::move(*best);
+}
+
+std::optional<std::string> FormulaInterpolation::fault(const ClauseRefutation& refutation,
+                                                       const FormulaTask& task) {
+  LemmaProofs proofs(terms_, mapper_, limits_, refutation);
+  const auto prove = [&](const std::vector<const Term_*>& atoms) {
+    return proofs.refuted(atoms);
+  };
+  if (auto what =
+          checker::fault_of_refutation(refutation, task.formulas, terms_, mapper_, prove))
+    return what;
+  const AtomPlaces places = places_of(refutation, task, Order::FORWARDS);
+  checker::VariablePlaces checked{task.first, {}, places.places()};
+  for (std::uint32_t i = 0; i < task.formulas.size(); ++i)
+    checked.of_assertion.push_back(places.group_of(i));
+  if (auto what = checker::fault_of_places(refutation, task.formulas, checked)) return what;
+  const LemmaInterpolants lemmas(terms_, mapper_, lemmas_, proofs, places, {});
+  for (NodeIndex node = 0; node < refutation.proof.size(); ++node) {
+    if (refutation.proof.kind(node) != resolution::NodeKind::LEMMA) continue;
+    limits_.look();
+    ProofChecker checker(mapper_, proofs.denials(node));
+    if (auto what = lemmas_.fault(proofs.proof(node), lemmas.grouping(node), checker))
+      return "the lemma in node " + std::to_string(node) + ": " + *what;
+  }
+  return std::nullopt;
 }
 
 }  // namespace opal::host

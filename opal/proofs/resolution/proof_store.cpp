@@ -1,6 +1,6 @@
 #include "opal/proofs/resolution/proof_store.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace opal::resolution {
 
@@ -153,70 +153,84 @@ void ProofStore::compact() {
       blocks_[target >> BLOCK_BITS][target & (BLOCK_SIZE - 1)] = source.byte();
   }
   assert(target + waste_ == old_end);
+  assert(unheld_.empty());
   end_ = target;
   waste_ = 0;
   blocks_.resize((end_ + BLOCK_SIZE - 1) >> BLOCK_BITS);
 }
 
-ClauseProof ProofStore::extract(ClauseId id) const {
-  assert(id < entries_.size() && entries_[id].holds > 0);
-  constexpr NodeIndex UNSEEN = 0xFFFFFFFFU;
-  std::vector<NodeIndex> node_of(entries_.size(), UNSEEN);
-  ClauseProof proof;
-  std::vector<Literal> literals;
+// Goes through what a clause needs, depth first, without recursion.
+class ProofStore::Extraction {
+ public:
+  explicit Extraction(const ProofStore& store)
+      : store_(store), node_of_(store.entries_.size(), UNSEEN) {}
 
-  // Each frame goes through the antecedents of a chain; when all of them have nodes, the
-  // chain is read again and gets its own.
+  ClauseProof run(ClauseId id) {
+    open(id);
+    while (!frames_.empty()) {
+      Frame& frame = frames_.back();
+      const bool is_chain = frame.reader.kind == NodeKind::CHAIN;
+      if (is_chain && frame.read <= frame.reader.size) {
+        if (frame.read > 0) frame.reader.number();  // the pivot
+        frame.read++;
+        const ClauseId antecedent = frame.reader.number();
+        if (node_of_[antecedent] == UNSEEN) open(antecedent);
+      } else {
+        node_of_[frame.id] = is_chain ? add_chain(frame.id) : add_leaf(frame.reader);
+        frames_.pop_back();
+      }
+    }
+    assert(proof_.is_normal());
+    return std::move(proof_);
+  }
+
+ private:
+  static constexpr NodeIndex UNSEEN = 0xFFFFFFFFU;
+  // A clause on the way. A chain's antecedents are gone through; when all of them have
+  // nodes, the chain is read again and gets its own.
   struct Frame {
     ClauseId id;
     Reader reader;
     std::uint32_t read;  // antecedents gone through
   };
-  std::vector<Frame> frames;
-  const auto open = [&](ClauseId wanted) {
-    frames.push_back({wanted, Reader(*this, entries_[wanted].record), 0});
-    frames.back().reader.header();
-    frames.back().reader.size_and_kind();
-  };
-  const auto add_leaf_node = [&](Reader& reader) {
+
+  [[nodiscard]] Reader reader_of(ClauseId id) const {
+    Reader reader(store_, store_.entries_[id].record);
+    const ClauseId owner = reader.header();
+    assert(owner == id);
+    static_cast<void>(owner);
+    reader.size_and_kind();
+    return reader;
+  }
+  void open(ClauseId id) { frames_.push_back({id, reader_of(id), 0}); }
+  NodeIndex add_leaf(Reader& reader) {
     const Tag tag = reader.number();
-    literals.clear();
+    literals_.clear();
     std::uint32_t code = 0;
     for (std::uint32_t i = 0; i < reader.size; i++)
-      literals.push_back(Literal::of_code(code += reader.number()));
-    return proof.add_leaf(reader.kind, literals, tag);
-  };
-  const auto add_chain_node = [&](ClauseId chain) {
-    Reader reader(*this, entries_[chain].record);
-    reader.header();
-    reader.size_and_kind();
-    const NodeIndex node = proof.begin_chain(node_of[reader.number()]);
+      literals_.push_back(Literal::of_code(code += reader.number()));
+    return proof_.add_leaf(reader.kind, literals_, tag);
+  }
+  NodeIndex add_chain(ClauseId id) {
+    Reader reader = reader_of(id);
+    const NodeIndex node = proof_.begin_chain(node_of_[reader.number()]);
     for (std::uint32_t i = 0; i < reader.size; i++) {
       const Literal pivot = Literal::of_code(reader.number());
-      proof.add_step(pivot, node_of[reader.number()]);
+      proof_.add_step(pivot, node_of_[reader.number()]);
     }
     return node;
-  };
-
-  open(id);
-  while (!frames.empty()) {
-    Frame& frame = frames.back();
-    const ClauseId here = frame.id;
-    if (frame.reader.kind != NodeKind::CHAIN) {
-      node_of[here] = add_leaf_node(frame.reader);
-      frames.pop_back();
-    } else if (frame.read > frame.reader.size) {
-      node_of[here] = add_chain_node(here);
-      frames.pop_back();
-    } else {
-      if (frame.read > 0) frame.reader.number();  // the pivot
-      frame.read++;
-      const ClauseId antecedent = frame.reader.number();
-      if (node_of[antecedent] == UNSEEN) open(antecedent);
-    }
   }
-  assert(proof.is_normal());
-  return proof;
+
+  const ProofStore& store_;
+  std::vector<NodeIndex> node_of_;  // by id
+  std::vector<Frame> frames_;
+  std::vector<Literal> literals_;  // of one leaf
+  ClauseProof proof_;
+};
+
+ClauseProof ProofStore::extract(ClauseId id) const {
+  assert(id < entries_.size() && entries_[id].holds > 0);
+  return Extraction(*this).run(id);
 }
 
 std::size_t ProofStore::bytes() const {
@@ -276,6 +290,7 @@ void ProofStore::put_byte(std::uint8_t byte) {
   const std::size_t block = end_ >> BLOCK_BITS;
   assert(block <= blocks_.size());
   if (block == blocks_.size()) blocks_.emplace_back(new std::uint8_t[BLOCK_SIZE]);
+  assert(blocks_[block] != nullptr);
   blocks_[block][end_ & (BLOCK_SIZE - 1)] = byte;
   end_++;
 }

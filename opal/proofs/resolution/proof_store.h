@@ -94,6 +94,7 @@ class ProofStore {
     std::uint32_t holds = 0;  // 0: the id is free
   };
   class Reader;
+  class Extraction;
 
   void put_byte(std::uint8_t byte);
   void put_number(std::uint32_t number);

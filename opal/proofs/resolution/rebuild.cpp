@@ -57,13 +57,17 @@ const std::vector<Literal>& Rebuild::clause(NodeIndex node) const {
 }
 
 void Rebuild::append(NodeIndex first, const std::vector<Step>& steps) {
+  assert(pending_[new_node_[first]] > 0);
   start(new_node_[first]);
   for (const Step& step : steps)
     resolve(step.pivot, new_node_[step.antecedent], Cut::NONE);
   last_ = finish();
 }
 
-ClauseProof Rebuild::result() const { return trimmed(made_, last_); }
+ClauseProof Rebuild::result() const {
+  assert(!made_.empty() && last_ < made_.size());
+  return trimmed(made_, last_);
+}
 
 void Rebuild::add_leaf(NodeIndex node) {
   const LiteralSpan literals = old_.literals(node);
@@ -142,6 +146,7 @@ NodeIndex Rebuild::finish() {
 }
 
 void Rebuild::add_literal(Literal literal) {
+  assert(literal.code() < marks_.size());
   if (marks_[literal.code()] != 0) return;
   marks_[literal.code()] = 1;
   running_.push_back(literal);

@@ -19,6 +19,7 @@ std::vector<NodeIndex> units_to_lower(const ClauseProof& proof, const Rebuild& d
     for (const Step& step : proof.steps(node))
       uses[step.antecedent]++;
   }
+  assert(derivation.units().size() == proof.size());
   std::vector<bool> taken(proof.variable_end(), false);
   for (const Literal literal : derivation.clause(proof.root()))
     taken[literal.variable()] = true;
@@ -105,6 +106,7 @@ class SafeLiterals {
     current_.clear();
   }
   void add(Literal literal) {
+    assert(literal.code() < marks_.size());
     if (marks_[literal.code()] != 0) return;
     marks_[literal.code()] = 1;
     current_.push_back(literal);
@@ -174,6 +176,7 @@ void cut_chain(const ClauseProof& proof, NodeIndex node, SafeLiterals& safe,
 }  // namespace
 
 ClauseProof recycle_pivots(const ClauseProof& proof, host::Limits* limits) {
+  assert(!proof.empty());
   Rebuild rebuild(proof, limits);
   SafeLiterals safe(proof);
   safe.start(proof.root(), conclusion(proof));
