@@ -120,7 +120,7 @@ class ConjunctiveRoad {
   // Whether the solver has a level for them: it stays as long as the answer, whose model is
   // read from the solver.
   bool has_assumption_level_ = false;
-  proof::ProofRef proof_;                 // after UNSAT
+  proof::ProofRef proof_;  // after UNSAT
 };
 
 }  // namespace opal::host
