@@ -5,11 +5,13 @@
 """
 
 import doctest
+import functools
 import pathlib
 import random
 import runpy
 import subprocess
 import sys
+import time
 import unittest
 from fractions import Fraction
 
@@ -119,6 +121,10 @@ class Package(unittest.TestCase):
         s.add("A", (p != True) & ~q | False, x == opal.ite(q, -2, opal.ite(p, -3, n) + 0))
         s.add("A", opal.implies(~p, n == -4))
         self.assertEqual((s.check(), s.value(x), s.value(p)), ("sat", -4, 0))
+        s.set_limits(timeout=0.2)  # a call's, not that of all calls after it
+        time.sleep(0.3)
+        self.assertIn("x", repr(functools.reduce(opal.Term.__add__, [x] * 100)))
+        s.set_limits()
         s.interrupt()
         self.assertEqual((s.check(), s.reason_unknown), ("unknown", "interrupted"))
         s.close()
