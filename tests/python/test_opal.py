@@ -5,8 +5,10 @@
 """
 
 import doctest
+import functools
 import pathlib
 import random
+import re
 import runpy
 import subprocess
 import sys
@@ -80,6 +82,12 @@ class Package(unittest.TestCase):
                     self.assertEqual(f"({answer})", told.split("\n", 1)[1].strip(), script)
                     session.check_proof()
         self.assertGreater(unsat, 10)
+
+    def test_long_formulas_are_printed_whole(self):
+        s = opal.Session()
+        names = [f"x{i}" for i in range(300)]
+        text = repr(functools.reduce(opal.Term.__or__, (s.real(n) < 1 for n in names)))
+        self.assertEqual(sorted(re.findall(r"x\d+", text)), sorted(names))
 
     def test_misuse_says_what_is_wrong(self):
         s, other = opal.Session(), opal.Session()
