@@ -47,7 +47,8 @@ SYSTEMS = [
            lambda s: (s.put == 0) & (s.taken == 0) & (s.full == 0),
            lambda s, t: either(
                (s.full < 3) & (t.put == s.put + 1) & (t.full == s.full + 1) & same(s, t, "taken"),
-               (s.full > 0) & (t.taken == s.taken + 1) & (t.full == s.full - 1) & same(s, t, "put")),
+               (s.full > 0) & (t.taken == s.taken + 1) & (t.full == s.full - 1)
+               & same(s, t, "put")),
            lambda s: (s.put > s.taken + 3) | (s.taken > s.put)),
     System("buffer, two producers", sorts(Int="full seen", Bool="checked"),
            lambda s: (s.full == 0) & ~s.checked,
@@ -58,7 +59,7 @@ SYSTEMS = [
                (s.full > 0) & (t.full == s.full - 1) & same(s, t, "checked seen")),
            lambda s: s.full > 3, safe=False),
 
-    # Heating above 22 degrees goes off, below 18 on; a step changes at most one degree.
+    # The heating goes off from 22 degrees on, and on at 18 or below; a step changes at most one degree.
     System("thermostat", sorts(Real="heat", Bool="on"),
            lambda s: (s.heat >= 19) & (s.heat <= 21),
            lambda s, t: either(
