@@ -1,3 +1,4 @@
+#include <sstream>
 #include <string_view>
 
 #include "opal/capi/session.h"
@@ -130,6 +131,8 @@ const opal_term* opal_ite(opal_session* session, const opal_term* condition,
 
 char* opal_term_text(opal_session* session, const opal_term* term) {
   return guarded<char*>(session, nullptr, [&](opal_session& s) {
-    return copied(expression(s, term).to_string());
+    std::ostringstream out;  // to_string() is for messages, which it keeps short
+    out << expression(s, term);
+    return copied(out.str());
   });
 }

@@ -20,7 +20,8 @@ Formulas have any Boolean structure:
     >>> s.add("B", ite(p, x, y) < 1, y >= x)
     >>> s.check()
     'unsat'
-    >>> s.interpolant("A", "B", strength="strong")
+    >>> s.interpolant("A", "B", strength="weak")
+    (<= 1.0 x)
 """
 
 from opal._version import VERSION as __version__

@@ -5,11 +5,14 @@
 """
 
 import doctest
+import functools
 import pathlib
 import random
+import re
 import runpy
 import subprocess
 import sys
+import time
 import unittest
 from fractions import Fraction
 
@@ -81,6 +84,12 @@ class Package(unittest.TestCase):
                     session.check_proof()
         self.assertGreater(unsat, 10)
 
+    def test_long_formulas_are_printed_whole(self):
+        s = opal.Session()
+        names = [f"x{i}" for i in range(300)]
+        text = repr(functools.reduce(opal.Term.__or__, (s.real(n) < 1 for n in names)))
+        self.assertEqual(sorted(re.findall(r"x\d+", text)), sorted(names))
+
     def test_misuse_says_what_is_wrong(self):
         s, other = opal.Session(), opal.Session()
         x, n = s.real("x"), s.integer("n")
@@ -119,6 +128,10 @@ class Package(unittest.TestCase):
         s.add("A", (p != True) & ~q | False, x == opal.ite(q, -2, opal.ite(p, -3, n) + 0))
         s.add("A", opal.implies(~p, n == -4))
         self.assertEqual((s.check(), s.value(x), s.value(p)), ("sat", -4, 0))
+        s.set_limits(timeout=0.2)  # a call's, not that of all calls after it
+        time.sleep(0.3)
+        self.assertIn("x", repr(functools.reduce(opal.Term.__add__, [x] * 100)))
+        s.set_limits()
         s.interrupt()
         self.assertEqual((s.check(), s.reason_unknown), ("unknown", "interrupted"))
         s.close()
