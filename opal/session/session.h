@@ -83,7 +83,8 @@ class Session {
   void reset_assertions();
   /// Asserts a formula, under a name if one is given (names are unique among the current
   /// assertions). Throws Unsupported, NotLinear, or SessionError for a name in use; then
-  /// nothing is asserted.
+  /// nothing is asserted. (After a check of formulas that are no conjunctions, a refused
+  /// one too ends the validity of the last answer.)
   void assert_formula(const Term_* formula, const std::string& name = std::string());
   [[nodiscard]] const std::vector<Assertion>& assertions() const;
 
