@@ -74,13 +74,24 @@ proof::Proof* Session::refutation() const { return &impl_->conjunctive_proof(); 
 
 // An interpolator of its own makes it, so that exports and interpolation requests do not
 // see each other's traces.
+const ExternalProof* Session::Impl::exported(ExternalProofs& nodes) {
+  if (last.road == Road::CONJUNCTIVE) {
+    la::Interpolator exporter(&terms, &conjunctive.solver(), &mapper,
+                              la::Interpolator::MODE_SUM, false);
+    return exporter.get_external_proof(&nodes, &conjunctive_proof());
+  }
+  try {
+    return formula.exported(nodes);
+  } catch (const NotInterpolated& why) {
+    throw SessionError(why.what());
+  }
+}
+
 const ExternalProof& Session::external_proof() {
-  proof::Proof& proof = impl_->conjunctive_proof();
+  impl_->need(Verdict::UNSAT);
   if (impl_->last.exported == nullptr) {
     auto made = std::make_unique<LastAnswer::Export>();
-    la::Interpolator exporter(&impl_->terms, &impl_->conjunctive.solver(), &impl_->mapper,
-                              la::Interpolator::MODE_SUM, false);
-    made->root = exporter.get_external_proof(&made->nodes, &proof);
+    made->root = impl_->exported(made->nodes);
     if (made->root == nullptr)
       throw SessionError("the refutation has a node that has no external form");
     impl_->last.exported = std::move(made);

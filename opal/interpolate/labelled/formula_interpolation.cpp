@@ -197,6 +197,11 @@ Interpolants FormulaInterpolation::interpolants(const ClauseRefutation& refutati
   return std::move(*best);
 }
 
+AtomPlaces FormulaInterpolation::places(const ClauseRefutation& refutation,
+                                        const FormulaTask& task) {
+  return places_of(refutation, task, Order::FORWARDS);
+}
+
 std::optional<std::string> FormulaInterpolation::fault(const ClauseRefutation& refutation,
                                                        const FormulaTask& task) {
   LemmaProofs proofs(terms_, mapper_, limits_, refutation);
