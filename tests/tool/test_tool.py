@@ -469,8 +469,8 @@ class Drawings(unittest.TestCase):
         alone = """(declare-const x Int) (declare-const y Int) (assert (! (= y 0) :named a))
             (assert (! (and (= (* 3 y) 0) (= (+ y (* 4 x)) (- 3))) :named b))
             (check-sat) (get-interpolants a b)"""
-        pigeons = [[f"p{i}{j}" for j in range(5)] for i in range(6)]
-        holes = [f"(not (and p{i}{k} p{j}{k}))" for k in range(5) for j in range(6)
+        pigeons = [[f"p{i}{j}" for j in range(6)] for i in range(7)]
+        holes = [f"(not (and p{i}{k} p{j}{k}))" for k in range(6) for j in range(7)
                  for i in range(j)]
         clauses = "".join(f"(declare-const {p} Bool)" for row in pigeons for p in row) + (
             "".join(f"(assert (! (or {' '.join(row)}) :named a{row[0]}))" for row in pigeons)
