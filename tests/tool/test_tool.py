@@ -436,7 +436,7 @@ class Drawings(unittest.TestCase):
         done = subprocess.run([OPAL, "--dot", self.path / "p.dot", *files],
                               capture_output=True, text=True, timeout=60)
         self.assertEqual((done.stdout, done.returncode), (plain.stdout, 0))
-        names = re.findall(r"opal: (\S+) shows interpolant", done.stderr)
+        names = re.findall(r"opal: (\S+) shows ", done.stderr)
         expected = [self.path / f"p{f'-{k}' if k > 1 else ''}.dot"
                     for k in range(1, len(names) + 1)]
         self.assertEqual([pathlib.Path(name) for name in names], expected)
