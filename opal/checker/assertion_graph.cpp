@@ -259,8 +259,7 @@ bool AssertionGraph::update(Vertex parent) {
 AssertionGraph::Value AssertionGraph::evaluate(Vertex v) const {
   if (!atoms_[v].empty()) {
     const Value value = values_[of_key_[atoms_[v].front().key]];
-    if (value != Value::UNKNOWN)
-      return atoms_[v].front().negated ? negation(value) : value;
+    if (value != Value::UNKNOWN) return atoms_[v].front().negated ? negation(value) : value;
   }
   const Term_* const t = terms_of_[v];
   if (const auto cases = cases_.find(t); cases != cases_.end())

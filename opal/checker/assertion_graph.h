@@ -61,7 +61,8 @@ class AssertionGraph {
   AtomKeys keys_;
   std::unordered_map<const Term_*, const Term_*> constants_;  // of numbers by cases
   std::unordered_map<const Term_*, const Term_*> replaced_;
-  std::unordered_map<const Term_*, const Term_*> cases_;  // of comparisons with such numbers
+  std::unordered_map<const Term_*, const Term_*>
+      cases_;                                          // of comparisons with such numbers
   std::vector<const Term_*> floors_;                   // in the clauses' atoms
   std::unordered_map<const Term_*, Vertex> vertices_;  // of terms
   std::vector<const Term_*> terms_of_;                 // by vertex; null for keys

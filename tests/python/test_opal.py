@@ -71,7 +71,7 @@ class Package(unittest.TestCase):
 
     def test_same_answers_as_the_tool(self):
         rng, unsat = random.Random(5), 0
-        for _ in range(60):
+        for _ in range(200):
             with opal.Session() as session:
                 script, asks = drawn(rng, session)
                 told = subprocess.run([TOOL], input=script, capture_output=True, text=True).stdout
