@@ -1,6 +1,8 @@
 #ifndef OPAL_PROOFS_EXPORTED_PROOF_H
 #define OPAL_PROOFS_EXPORTED_PROOF_H
 
+#include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -16,11 +18,18 @@ namespace opal {
 class ExternalProof {
  public:
   /// A leaf.
-  ExternalProof(std::uint64_t number, const Term_* t) : id_(number), rule_(""), term_(t) {}
+  ExternalProof(std::uint64_t number, const Term_* t) : id_(number), rule_(""), term_(t) {
+    assert(number > 0 && t != nullptr);
+  }
   /// A rule; `rule` lives for ever.
   ExternalProof(std::uint64_t number, const char* rule,
                 std::vector<ExternalProof*> children)
-      : id_(number), rule_(rule), children_(std::move(children)) {}
+      : id_(number), rule_(rule), children_(std::move(children)) {
+    assert(number > 0 && rule != nullptr && *rule != '\0');
+    assert(std::all_of(children_.begin(), children_.end(), [number](const auto* child) {
+      return child != nullptr && child->id() < number;
+    }));
+  }
 
   /// The place in the order in which a manager makes nodes: from 1 on, children before
   /// their parents.
