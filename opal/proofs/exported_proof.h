@@ -1,6 +1,8 @@
 #ifndef OPAL_PROOFS_EXPORTED_PROOF_H
 #define OPAL_PROOFS_EXPORTED_PROOF_H
 
+#include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
