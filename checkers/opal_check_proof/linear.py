@@ -42,7 +42,8 @@ def scaled(factor, term):
     if factor == 1:
         return term
     if term.parts == ():
-        return Term((), exact(factor * term.constant), term.is_int)
+        return Term((), exact(factor * term.constant),
+                    term.is_int and factor.denominator == 1)
     return Term(((factor, term),), 0, term.is_int and factor.denominator == 1)
 
 
