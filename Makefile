@@ -15,6 +15,7 @@ demo:
 	scripts/deps.sh demo
 	scripts/build.sh release
 	python3 scripts/demo.py build/release/opal examples
+	OPAL_LIBRARY=build/release/libopal_capi.so python3 examples/model_checker/main.py
 
 check:
 	scripts/deps.sh check

@@ -8,7 +8,8 @@ shared term. The tool checks its answers too (--verify); here z3 is asked again,
 way: each step of a sequence or tree of interpolants must be unsatisfiable, and so must be
 what denies that a shared term is equal to either side. The check files that the tool writes
 for each interpolant go to z3 and cvc5. The proof behind each query is exported, and re-checked
-by the stand-alone checker. Fails when anything is not confirmed.
+by the stand-alone checker. Fails when anything is not confirmed. Refutations of formulas with
+disjunctions have neither check files nor an exported proof so far, which the demo says.
 """
 
 import pathlib
@@ -24,6 +25,8 @@ from opal_lab.scripts import State, commands_of
 from opal_lab.sexpr import parse_all, show
 
 CHECKER = pathlib.Path(__file__).resolve().parent.parent / "checkers" / "opal-check-proof"
+# How the tool answers what it has only for refutations of conjunctions.
+OF_CLAUSES = "the refutation is one of clauses"
 
 
 class Example:
@@ -62,6 +65,9 @@ class Example:
         """Exports the proof of each query and has the checker verify it. Whether all are."""
         script = re.sub(r"(?=^\(get-interpolants)", "(get-proof)\n", self.text, flags=re.M)
         run = subprocess.run([tool, "-"], input=script, capture_output=True, text=True)
+        if OF_CLAUSES in run.stdout:
+            print("\nno exported proof: " + OF_CLAUSES)
+            return True
         with tempfile.NamedTemporaryFile("w", suffix=".smt2") as file:
             file.write(script)
             file.flush()
@@ -105,8 +111,11 @@ def main():
         example = Example(path)
         print(f"{'=' * 92}\n{path}\n\n{example.story()}")
         with tempfile.TemporaryDirectory() as files:
-            run = subprocess.run([tool, "--verify", "--check-files", files, str(path)],
-                                 capture_output=True, text=True)
+            for arguments in (["--check-files", files], []):
+                run = subprocess.run([tool, "--verify", *arguments, str(path)],
+                                     capture_output=True, text=True)
+                if OF_CLAUSES not in run.stdout:
+                    break
             if run.returncode != 0:
                 print(f"exit status {run.returncode}\n{run.stdout}{run.stderr}")
                 faults += 1

@@ -1,4 +1,4 @@
-"""Formulas, as far as they are conjunctions of literals.
+"""Formulas.
 
 A formula is a Constraint, True, False, or a Junction. Truth values are folded away when a
 formula is made, so that an `or` with one operand that is not false is that operand.
@@ -8,13 +8,14 @@ from .linear import Constraint, linear_form
 
 
 class Junction:
-    """`and` or `or` of formulas, or something else ("") that is no conjunction. `negated`
-    denies the whole."""
+    """`and`, `or` or `=` of formulas, or a Boolean variable, of kind "" and with a name of
+    its own. `negated` denies the whole."""
 
-    __slots__ = ("kind", "operands", "negated")
+    __slots__ = ("kind", "operands", "negated", "name")
 
-    def __init__(self, kind, operands, negated=False):
+    def __init__(self, kind, operands, negated=False, name=None):
         self.kind, self.operands, self.negated = kind, operands, negated
+        self.name = name
 
 
 class NoConjunction(Exception):
@@ -41,7 +42,7 @@ def negation(formula):
         return not formula
     if isinstance(formula, Constraint):
         return formula.negated()
-    return Junction(formula.kind, formula.operands, not formula.negated)
+    return Junction(formula.kind, formula.operands, not formula.negated, formula.name)
 
 
 def equivalence(a, b):
@@ -50,7 +51,7 @@ def equivalence(a, b):
         return b if a else negation(b)
     if isinstance(b, bool):
         return a if b else negation(a)
-    return True if a is b else Junction("", [a, b])
+    return True if a is b else Junction("=", [a, b])
 
 
 def comparison(relation, a, b):
@@ -67,6 +68,22 @@ def related(relation, a, b):
         return comparison(relation, a, b)
     same = equivalence(a, b)
     return same if relation == "=" else negation(same)
+
+
+def conjuncts(formula):
+    """The constraints among the formulas whose conjunction a formula is."""
+    result, stack = [], [(formula, False)]
+    while stack:
+        f, negated = stack.pop()
+        if isinstance(f, Junction):
+            negated ^= f.negated
+            if f.kind == ("or" if negated else "and"):
+                stack += [(g, negated) for g in f.operands]
+        elif isinstance(f, bool):
+            result.append(Constraint("<=", {}, 0 if f ^ negated else 1))
+        else:
+            result.append(f.negated() if negated else f)
+    return result
 
 
 def literals(formula):

@@ -206,13 +206,16 @@ def sum_text(coefficients):
 
 class Variables:
     """All variables of a problem and its proofs. `definitions` are the keys of what holds for
-    every floor term f of t: f <= t and t < f + 1."""
+    every floor term f of t: f <= t and t < f + 1. `formulas` are those of the problem; what
+    defines floors and choices is valid there."""
 
-    def __init__(self):
-        self._declared, self._floors, self.definitions = {}, {}, set()
+    def __init__(self, formulas):
+        self._declared, self._floors, self._choices = {}, {}, {}
+        self.definitions, self.formulas = set(), formulas
+        self.has_integers = True  # else a numeral is a real number
 
     def _count(self):
-        return len(self._declared) + len(self._floors)
+        return len(self._declared) + len(self._floors) + len(self._choices)
 
     def declared(self, name, is_int):
         if (name, is_int) not in self._declared:
@@ -236,6 +239,30 @@ class Variables:
             add_scaled(above, -1, {variable: 1})
             add_scaled(below, -1, {variable: 1})
             below = {v: -c for v, c in below.items()}
-            self.definitions.add(Constraint("<=", below, -constant).key())
-            self.definitions.add(Constraint("<", above, constant - 1).key())
+            for definition in (Constraint("<=", below, -constant),
+                               Constraint("<", above, constant - 1)):
+                self.definitions.add(definition.key())
+                self.formulas.valid.add(self.formulas.literal(definition))
         return self._floors[key]
+
+    def choice(self, condition, yes, no):
+        """The term `yes` where a formula holds, else the term `no`."""
+        literal, is_int = self.formulas.literal(condition), (
+            self.has_integers and yes.is_int and no.is_int)
+        if literal & 1:
+            literal, yes, no = literal ^ 1, no, yes
+        forms = [linear_form([(1, branch)]) for branch in (yes, no)]
+        if forms[0] == forms[1]:
+            return yes
+        key = (literal, is_int) + tuple((tuple(sorted((v.index, c) for v, c in form.items())),
+                                         constant) for form, constant in forms)
+        if key not in self._choices:
+            variable = self._choices[key] = Variable(f"choice{len(self._choices)}", is_int,
+                                                     self._count())
+            for negation, (form, constant) in zip((1, 0), forms):
+                equality = dict(form)
+                add_scaled(equality, -1, {variable: 1})
+                self.formulas.valid.add(self.formulas.disjunction(
+                    literal ^ negation,
+                    self.formulas.literal(Constraint("=", equality, constant))))
+        return self._choices[key]

@@ -12,7 +12,7 @@ from .rules import RULES
 from .rules.steps import Wrong
 from .source import Source, Unreadable
 
-BEGINNING = re.compile(r"\(\s*(la-|let\b)")  # of a proof
+BEGINNING = re.compile(r"\(\s*(la-|cl-|let\b)")  # of a proof
 
 HELP = """\
 Checks exported proofs against the problem that they refute, step by step and exactly. It
@@ -81,7 +81,7 @@ def verdicts(problem, source):
     if checks == [None]:
         raise Unreadable(f"{problem.source.name}: there is no check-sat")
     for steps, check in proofs_in(source, problem, checks):
-        checker = Checker(check.keys, problem.variables.definitions)
+        checker = Checker(check, problem.variables)
         try:
             yield steps, None, checker.check(steps)
         except Wrong as wrong:

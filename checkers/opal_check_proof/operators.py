@@ -14,7 +14,7 @@ def apply(variables, head, values):
         return related("=", values[0],
                        scaled(head[1], variables.floor(scaled(Fraction(1, head[1]), values[0]))))
     if head == "ite":
-        return choice(*values)
+        return choice(variables, *values)
     if head in CONNECTIVES:
         if not all(map(is_formula, values)):
             raise ValueError("expected formulas")
@@ -28,9 +28,13 @@ def apply(variables, head, values):
     raise ValueError("unknown function or rule")
 
 
-def choice(condition, yes, no):
+def choice(variables, condition, yes, no):
+    if not is_formula(condition) or is_formula(yes) != is_formula(no):
+        raise ValueError("expected a formula, and two formulas or two terms")
     if isinstance(condition, bool):
         return yes if condition else no
+    if not is_formula(yes):
+        return variables.choice(condition, yes, no)
     return junction("and", [junction("or", [negation(condition), yes]),
                             junction("or", [condition, no])])
 

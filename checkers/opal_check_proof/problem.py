@@ -1,16 +1,19 @@
 """What a script asserts at each of its checks."""
 
-from .formulas import Junction, NoConjunction, is_formula, literals
+from .formulas import Junction, conjuncts, is_formula
 from .linear import Variables
+from .propagation import Formulas
 from .reader import Function, Reader
 from .source import Unreadable, symbol_name
 
 
 class Check:
-    """The state at a check: the keys of the literals that hold, and what names stand for."""
+    """The state at a check: what is asserted and assumed, the keys of the literals among it,
+    and what names stand for."""
 
-    def __init__(self, keys, symbols):
-        self.keys, self.symbols = keys, symbols
+    def __init__(self, formulas, symbols):
+        self.formulas, self.symbols = formulas, symbols
+        self.keys = {c.key() for f in formulas for c in conjuncts(f)}
 
 
 class Problem:
@@ -19,7 +22,7 @@ class Problem:
     `notes`: a proof that needs it is refused."""
 
     def __init__(self, source):
-        self.source, self.variables = source, Variables()
+        self.source, self.variables = source, Variables(Formulas())
         self.proofs, self.last_check, self.notes = [], None, []
         self.global_declarations = False
         self.reset()
@@ -38,7 +41,7 @@ class Problem:
 
     def reset(self):
         self.symbols = {}
-        self.levels = [[]]  # the keys of the literals that each level asserts
+        self.levels = [[]]  # the formulas that each level asserts
         self.symbols_below = []  # what names stand for before each push
 
     def reset_assertions(self):
@@ -51,11 +54,14 @@ class Problem:
         if self.source.next()[0] == ":global-declarations":
             self.global_declarations = self.source.next()[0] == "true"
 
+    def set_logic(self):
+        self.variables.has_integers = self.source.next()[0] not in ("QF_LRA", "QF_RDL")
+
     def declare(self, name, at):
         sort = self.source.next()[0]
         if sort not in ("Bool", "Int", "Real"):
             raise Unreadable(f"{self.source.place(at)}: the sort {sort} is not supported")
-        self.symbols[name] = (Junction("", []) if sort == "Bool"
+        self.symbols[name] = (Junction("", [], name=("Bool", name)) if sort == "Bool"
                               else self.variables.declared(name, sort == "Int"))
 
     def declare_const(self):
@@ -92,17 +98,18 @@ class Problem:
     def reader(self):
         return Reader(self.source, self.symbols, self.variables)
 
-    def keys_of(self, formula, at):
-        try:
-            if is_formula(formula):
-                return [constraint.key() for constraint in literals(formula)]
-        except NoConjunction:
-            pass
-        raise Unreadable(f"{self.source.place(at)}: not a conjunction of literals")
+    def formula_from(self, token, at):
+        """The formula that begins with the token. One that cannot be read is asserted as
+        true, so that those after it keep their numbers."""
+        value = self.read_from(token, at)
+        if is_formula(value):
+            return value
+        raise Unreadable(f"{self.source.place(at)}: not a formula")
 
     def assert_formula(self):
+        self.levels[-1].append(True)
         token, at = self.source.next()
-        self.levels[-1] += self.keys_of(self.read_from(token, at), at)
+        self.levels[-1][-1] = self.formula_from(token, at)
 
     def read_from(self, token, at):
         """The value of the S-expression that begins with the token."""
@@ -130,15 +137,15 @@ class Problem:
                 self.symbols = symbols
 
     def check(self, assumed=()):
-        keys = set(assumed).union(*self.levels)
-        self.last_check = Check(keys, dict(self.symbols))
+        formulas = [f for level in self.levels for f in level] + list(assumed)
+        self.last_check = Check(formulas, dict(self.symbols))
 
     def check_assuming(self):
         self.source.next()
         assumed = []
         token, at = self.source.next()
         while token != ")":
-            assumed += self.keys_of(self.read_from(token, at), at)
+            assumed.append(self.formula_from(token, at))
             token, at = self.source.next()
         self.check(assumed)
 
@@ -160,5 +167,6 @@ COMMANDS = {
     "push": Problem.push,
     "reset": Problem.reset,
     "reset-assertions": Problem.reset_assertions,
+    "set-logic": Problem.set_logic,
     "set-option": Problem.set_option,
 }

@@ -35,11 +35,11 @@ class Step:
     """A step of a proof: a rule applied to numbers, formulas and other steps. `parents`
     counts how often it is an argument."""
 
-    __slots__ = ("rule", "at", "arguments", "parents", "derived", "open")
+    __slots__ = ("rule", "at", "arguments", "parents", "derived", "open", "clause", "scope")
 
     def __init__(self, rule, at, arguments):
         self.rule, self.at, self.arguments, self.parents = rule, at, arguments, 0
-        self.derived = self.open = None
+        self.derived = self.open = self.clause = self.scope = None
 
 
 class Reader:

@@ -26,6 +26,13 @@ int main() {
   if (session.check() != Session::Verdict::SAT) return 1;
   std::cout << "painting starts in hour " << session.value(paint) << '\n';
 
+  // Without overtime painting takes two hours more, and overtime begins in hour 14.
+  const Expr overtime = session.declare("overtime", Sort::BOOL);
+  session.assert_into("painters", overtime || leave >= paint + 11);
+  session.assert_into("promise", implies(overtime, paint >= 14));
+  if (session.check() != Session::Verdict::UNSAT) return 1;
+  std::cout << session.interpolant("painters", "promise") << '\n';
+
   try {
     session.assert_into("promise", turn * leave <= 20);
   } catch (const ExpressionError& error) {

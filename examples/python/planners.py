@@ -6,7 +6,7 @@ Cells like these run in notebooks and editors, or all at once: python3 planners.
 # %% A workshop has promised an order within 20 hours.
 from fractions import Fraction
 
-from opal import Session
+from opal import Session, implies
 
 s = Session()
 start, turn, paint, leave = s.reals("start turn paint leave")
@@ -25,6 +25,12 @@ s.add("lathe", turn >= start + Fraction(13, 2), paint >= turn + 5)
 s.add("painters", leave >= paint + 9)
 s.add("promise", leave <= start + Fraction(41, 2), start == 0)
 print(s.check(), [str(s.value(v)) for v in (turn, paint, leave)])
+
+# %% Without overtime painting takes two hours more, and overtime begins in hour 14.
+overtime = s.bool("overtime")
+s.add("painters", overtime | (leave >= paint + 11))
+s.add("promise", implies(overtime, paint >= 14))
+print(s.check(), s.interpolant("painters", "promise"))
 
 # %% A loop that adds 4 to an address that starts at 8 never reaches 18: the interpolant
 # between its first steps and the claim is an invariant.

@@ -78,20 +78,24 @@ char* opal_value(opal_session* session, const opal_term* term) {
 }
 
 opal_status opal_interpolants(opal_session* session, const char* const* groups,
-                              size_t count, int mode, int cuts, const opal_term** answers) {
+                              size_t count, int mode, int cuts, int strength,
+                              const opal_term** answers) {
   return performed(session, [&](opal_session& s) {
     if (groups == nullptr || answers == nullptr)
       throw Misuse("the list of groups or of answers is NULL");
     if (mode < OPAL_MODE_SUM || mode > OPAL_MODE_AUTO || cuts < OPAL_CUTS_MODULAR ||
         cuts > OPAL_CUTS_AUTO)
       throw Misuse("there is no such mode or style of cuts");
+    if (strength < OPAL_STRENGTH_STRONG || strength > OPAL_STRENGTH_AUTO)
+      throw Misuse("there is no such strength");
     if (count < 2) throw Misuse("interpolants need two groups or more");
     std::vector<std::string> names;
     for (size_t i = 0; i < count; ++i)
       names.emplace_back(present(groups[i], "the name of a group"));
     std::vector<const opal_term*> handles;
     for (const host::Expr& e : s.session.interpolants_of(
-             names, static_cast<host::Mode>(mode), static_cast<host::Cuts>(cuts)))
+             names, static_cast<host::Mode>(mode), static_cast<host::Cuts>(cuts),
+             static_cast<host::Strength>(strength)))
       handles.push_back(handle(s, e));
     std::copy(handles.begin(), handles.end(), answers);
   });

@@ -13,7 +13,8 @@
  *     opal_check(s, &verdict);                                   // OPAL_UNSAT
  *     const char* groups[] = {"A", "B"};
  *     const opal_term* answer = NULL;
- *     opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, &answer);
+ *     opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO,
+ *                       OPAL_STRENGTH_AUTO, &answer);
  *     char* text = opal_term_text(s, answer);                    // (<= 3.0 x)
  *     puts(text != NULL ? text : opal_error(s));
  *     opal_string_free(text);
@@ -55,13 +56,13 @@ typedef struct opal_term opal_term;
 typedef enum opal_status {
   OPAL_OK = 0,
   OPAL_INVALID = 1,     /* a call that makes no sense: NULL, a bad number, a wrong state */
-  OPAL_UNSUPPORTED = 2, /* a formula outside of conjunctions of linear constraints */
+  OPAL_UNSUPPORTED = 2, /* a formula outside of linear arithmetic */
   OPAL_LIMIT = 3,       /* a limit ended the call */
   OPAL_NO_MEMORY = 4,   /* an allocation failed */
   OPAL_FAULT = 5        /* a fault of the library; please report it */
 } opal_status;
 
-typedef enum opal_sort { OPAL_INT = 0, OPAL_REAL = 1 } opal_sort;
+typedef enum opal_sort { OPAL_INT = 0, OPAL_REAL = 1, OPAL_BOOL = 2 } opal_sort;
 typedef enum opal_verdict { OPAL_SAT = 0, OPAL_UNSAT = 1, OPAL_UNKNOWN = 2 } opal_verdict;
 
 /** How interpolants are built: one inequality, a conjunction, the negation of B's
@@ -79,6 +80,16 @@ typedef enum opal_cuts {
   OPAL_CUTS_FLOOR = 1,
   OPAL_CUTS_AUTO = 2
 } opal_cuts;
+/** How interpolants are read off a refutation of formulas that are no conjunctions: the
+ * side an atom is counted for that both sides have is the second, both, the first, or
+ * whichever makes the smallest interpolants. A strong interpolant implies the middle one,
+ * and that the weak one, unless parts of the refutation are simplified away. */
+typedef enum opal_strength {
+  OPAL_STRENGTH_STRONG = 0,
+  OPAL_STRENGTH_MIDDLE = 1,
+  OPAL_STRENGTH_WEAK = 2,
+  OPAL_STRENGTH_AUTO = 3
+} opal_strength;
 
 /** The version of the library, such as "0.1.0"; valid for ever. */
 OPAL_API const char* opal_version(void);
@@ -97,9 +108,11 @@ OPAL_API const char* opal_error(const opal_session* session);
 /** Gives back a string. NULL is ignored. */
 OPAL_API void opal_string_free(char* string);
 
-/* --- terms. In each, an Int next to a Real is read as a Real; a number fits both. */
+/* --- terms: numbers and formulas. An Int next to a Real is read as a Real; a number fits
+ * both. */
 
-/** The variable of a name, any UTF-8 text without | and \. It has one sort in a session. */
+/** The variable of a name, any UTF-8 text without | and \. It has one sort in a session; of
+ * the sort OPAL_BOOL it is a formula. */
 OPAL_API const opal_term* opal_variable(opal_session* session, const char* name,
                                         int sort /* opal_sort */);
 OPAL_API const opal_term* opal_integer(opal_session* session, int64_t value);
@@ -117,13 +130,25 @@ OPAL_API const opal_term* opal_floor(opal_session*, const opal_term* a);
 
 OPAL_API const opal_term* opal_le(opal_session*, const opal_term* a, const opal_term* b);
 OPAL_API const opal_term* opal_lt(opal_session*, const opal_term* a, const opal_term* b);
+/** Of two numbers; of two formulas, whether both hold or neither does. */
 OPAL_API const opal_term* opal_eq(opal_session*, const opal_term* a, const opal_term* b);
+/** The negation of opal_eq(). */
 OPAL_API const opal_term* opal_ne(opal_session*, const opal_term* a, const opal_term* b);
 /** Whether the modulus, an integer above 0, divides a - b; these are integers. */
 OPAL_API const opal_term* opal_congruent(opal_session*, const opal_term* a,
                                          const opal_term* b, int64_t modulus);
+
+OPAL_API const opal_term* opal_true(opal_session*);
+OPAL_API const opal_term* opal_false(opal_session*);
 OPAL_API const opal_term* opal_and(opal_session*, const opal_term* a, const opal_term* b);
+OPAL_API const opal_term* opal_or(opal_session*, const opal_term* a, const opal_term* b);
+/** Not a, or b. */
+OPAL_API const opal_term* opal_implies(opal_session*, const opal_term* a,
+                                       const opal_term* b);
 OPAL_API const opal_term* opal_not(opal_session*, const opal_term* a);
+/** a where the condition, a formula, holds, else b: two numbers, or two formulas. */
+OPAL_API const opal_term* opal_ite(opal_session*, const opal_term* condition,
+                                   const opal_term* a, const opal_term* b);
 
 /** The term as SMT-LIB text. */
 OPAL_API char* opal_term_text(opal_session*, const opal_term* term);
@@ -165,7 +190,9 @@ OPAL_API char* opal_value(opal_session*, const opal_term* term);
  * all. With two groups it is Craig's interpolant between them. */
 OPAL_API opal_status opal_interpolants(opal_session*, const char* const* groups,
                                        size_t count, int mode /* opal_mode */,
-                                       int cuts /* opal_cuts */, const opal_term** answers);
+                                       int cuts /* opal_cuts */,
+                                       int strength /* opal_strength */,
+                                       const opal_term** answers);
 /** After OPAL_UNSAT: the number of groups that the refutation uses, and their names, valid
  * until the next assertion or check; 0 and NULL when there is no such group. */
 OPAL_API size_t opal_core_size(opal_session*);

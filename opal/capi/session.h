@@ -46,11 +46,13 @@ void start_limits(opal_session& session);
 /// Turns the exception at hand into a status and the session's error.
 opal_status failed(opal_session& session) noexcept;
 
-/// The result of an action on a session; `otherwise` when it throws, or there is none.
+/// The result of an action on a session, within the session's time; `otherwise` when it
+/// throws, or there is none.
 template <class Result, class Action>
 Result guarded(opal_session* session, Result otherwise, Action action) noexcept {
   if (session == nullptr) return otherwise;
   try {
+    start_limits(*session);
     return action(*session);
   } catch (...) {
     failed(*session);
@@ -58,7 +60,7 @@ Result guarded(opal_session* session, Result otherwise, Action action) noexcept 
   }
 }
 
-/// The same for actions whose result is their success, within the session's time.
+/// The same for actions whose result is their success.
 template <class Action>
 opal_status performed(opal_session* session, Action action) noexcept {
   if (session == nullptr) return OPAL_INVALID;

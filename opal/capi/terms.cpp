@@ -1,3 +1,4 @@
+#include <sstream>
 #include <string_view>
 
 #include "opal/capi/session.h"
@@ -26,6 +27,19 @@ QNumber number_of(std::string_view text) {
   throw Misuse("no number: " + std::string(text));
 }
 
+Sort sort_of(int sort) {
+  switch (sort) {
+    case OPAL_INT: return Sort::INT;
+    case OPAL_REAL: return Sort::REAL;
+    case OPAL_BOOL: return Sort::BOOL;
+    default: throw Misuse("there is no such sort");
+  }
+}
+
+const opal_term* truth(opal_session* session, bool value) {
+  return guarded(session, NO_TERM, [&](opal_session& s) { return handle(s, Expr(value)); });
+}
+
 template <class Operation>
 const opal_term* unary(opal_session* session, const opal_term* a, Operation operation) {
   return guarded(session, NO_TERM,
@@ -47,8 +61,7 @@ const opal_term* opal_variable(opal_session* session, const char* name, int sort
     const std::string text = present(name, "the name of a variable");
     if (text.find_first_of("|\\") != std::string::npos)
       throw Misuse("the name of a variable has | or \\: " + text);
-    if (sort != OPAL_INT && sort != OPAL_REAL) throw Misuse("there is no such sort");
-    return handle(s, s.session.declare(text, sort == OPAL_INT ? Sort::INT : Sort::REAL));
+    return handle(s, s.session.declare(text, sort_of(sort)));
   });
 }
 
@@ -95,15 +108,31 @@ const opal_term* opal_congruent(opal_session* s, const opal_term* a, const opal_
     return congruent(l, r, QNumber(modulus));
   });
 }
+const opal_term* opal_true(opal_session* s) { return truth(s, true); }
+const opal_term* opal_false(opal_session* s) { return truth(s, false); }
 const opal_term* opal_and(opal_session* s, const opal_term* a, const opal_term* b) {
   return binary(s, a, b, [](const Expr& l, const Expr& r) { return l && r; });
+}
+const opal_term* opal_or(opal_session* s, const opal_term* a, const opal_term* b) {
+  return binary(s, a, b, [](const Expr& l, const Expr& r) { return l || r; });
+}
+const opal_term* opal_implies(opal_session* s, const opal_term* a, const opal_term* b) {
+  return binary(s, a, b, [](const Expr& l, const Expr& r) { return implies(l, r); });
 }
 const opal_term* opal_not(opal_session* s, const opal_term* a) {
   return unary(s, a, [](const Expr& e) { return !e; });
 }
+const opal_term* opal_ite(opal_session* session, const opal_term* condition,
+                          const opal_term* a, const opal_term* b) {
+  return guarded(session, NO_TERM, [&](opal_session& s) {
+    return handle(s, ite(expression(s, condition), expression(s, a), expression(s, b)));
+  });
+}
 
 char* opal_term_text(opal_session* session, const opal_term* term) {
   return guarded<char*>(session, nullptr, [&](opal_session& s) {
-    return copied(expression(s, term).to_string());
+    std::ostringstream out;  // to_string() is for messages, which it keeps short
+    out << expression(s, term);
+    return copied(out.str());
   });
 }

@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "opal/base/utf8.h"
+#include "opal/explain/dot.h"
 #include "opal/terms/print/infix.h"
 #include "opal/terms/terms.h"
 
@@ -16,81 +16,16 @@ namespace opal::host {
 namespace {
 
 using Side = ProofNotes::Side;
-
-constexpr std::size_t SHOWN = 60;        // characters of a text in a node
-constexpr std::size_t POINTED_AT = 600;  // and in what pops up
-
-// Of the Okabe-Ito palette, lightened; in grey A is darker than B.
-constexpr const char* FILL_OF_A = "#8CC4EA";
-constexpr const char* FILL_OF_B = "#FBE3A6";
-constexpr const char* FILL_OF_BOTH = "#8CC4EA;0.5:#FBE3A6";
-constexpr const char* FILL_OF_NEITHER = "#F2F2F2";
-
-constexpr const char* HEADER = R"(digraph proof {
-  graph [rankdir=TB, ranksep=0.35, nodesep=0.25, fontname="Helvetica", fontsize=11,
-         labelloc=t, tooltip=" "];
-  node [shape=box, fontname="Helvetica", fontsize=12, margin="0.12,0.06", height=0.3,
-        style=filled, fillcolor=white, color="#555555"];
-  edge [fontname="Helvetica", fontsize=10, color="#777777", arrowsize=0.6, tooltip=" "];
-)";
-
-// The bytes of the character that begins at `i`, or 0 where there is none that XML has.
-std::size_t character_length(const std::string& text, std::size_t i) {
-  const std::string_view rest = std::string_view(text).substr(i, 3);
-  return rest == "\xEF\xBF\xBE" || rest == "\xEF\xBF\xBF" ? 0 : utf8_length(text, i);
-}
-
-// A text inside of a label or a quoted string: Graphviz reads entities in both. What XML
-// has no character for becomes a blank or a question mark.
-std::string escaped(const std::string& text) {
-  std::string result;
-  for (std::size_t i = 0; i < text.size();) {
-    const std::size_t length = character_length(text, i);
-    const char c = text[i];
-    if (length == 0)
-      result += '?';
-    else if (length > 1)
-      result += text.substr(i, length);
-    else if (c == '\n')
-      result += "&#10;";
-    else if (static_cast<unsigned char>(c) < 0x20U || c == 0x7F)
-      result += ' ';
-    else if (c == '&')
-      result += "&amp;";
-    else if (c == '<')
-      result += "&lt;";
-    else if (c == '>')
-      result += "&gt;";
-    else if (c == '"')
-      result += "&quot;";
-    else if (c == '\\')
-      result += "&#92;";
-    else
-      result += c;
-    i += std::max<std::size_t>(length, 1);
-  }
-  return result;
-}
-
-// A text in lines of about SHOWN characters, broken at blanks; the last line is cut.
-std::vector<std::string> wrapped(const std::string& text, std::size_t most_lines) {
-  std::vector<std::string> lines;
-  std::size_t begin = 0;
-  while (lines.size() + 1 < most_lines) {
-    const std::string rest = text.substr(begin);
-    if (shortened(rest, SHOWN) == rest) break;
-    const std::size_t end = rest.rfind(' ', shortened(rest, SHOWN).rfind("…"));
-    if (end == std::string::npos || end == 0) break;
-    lines.push_back(rest.substr(0, end));
-    begin += end + 1;
-  }
-  lines.push_back(shortened(text.substr(begin), SHOWN));
-  return lines;
-}
-
-std::string small(const std::string& text) {
-  return R"(<FONT POINT-SIZE="9" COLOR="#444444">)" + escaped(text) + "</FONT>";
-}
+using dot::escaped;
+using dot::FILL_OF_A;
+using dot::FILL_OF_B;
+using dot::FILL_OF_BOTH;
+using dot::FILL_OF_NEITHER;
+using dot::HEADER;
+using dot::POINTED_AT;
+using dot::SHOWN;
+using dot::small;
+using dot::wrapped;
 
 std::string_view rule_of(const ExternalProof& p) { return p.rule(); }
 
@@ -175,24 +110,13 @@ class Drawing {
   }
 
   void write_caption() {
-    std::string rows;
-    for (const std::string& line : notes_.remarks)
-      rows += "<TR><TD COLSPAN=\"3\" BORDER=\"0\">" + escaped(line) + "</TD></TR>";
-    if (!notes_.sides.empty()) {
-      const auto cell = [](const char* fill, const std::string& side,
-                           const std::string& name) {
-        const std::string text = name.empty() ? side : side + ": " + name;
-        return std::string("<TD BGCOLOR=\"") + fill + "\">" +
-               escaped(shortened(text, SHOWN)) + "</TD>";
-      };
-      rows += "<TR>" + cell(FILL_OF_A, "A", notes_.name_of_A) +
-              cell(FILL_OF_B, "B", notes_.name_of_B);
-      if (has_shared()) rows += cell("#8CC4EA:#FBE3A6", "A and B", "");
-      rows += "</TR>";
-    }
-    if (rows.empty()) return;
-    out_ << "  label=<<TABLE BORDER=\"0\" CELLBORDER=\"1\" CELLSPACING=\"4\" "
-         << "CELLPADDING=\"4\" COLOR=\"#555555\">" << rows << "</TABLE>>;\n";
+    dot::Caption caption;
+    caption.remarks = notes_.remarks;
+    caption.has_sides = !notes_.sides.empty();
+    caption.has_shared = has_shared();
+    caption.name_of_A = notes_.name_of_A;
+    caption.name_of_B = notes_.name_of_B;
+    dot::write_caption(out_, caption);
   }
 
   [[nodiscard]] bool has_shared() const {
@@ -288,10 +212,7 @@ class Drawing {
   }
 
   void write_label(const std::vector<std::string>& lines, const std::string& tooltip) {
-    const char* separator = "label=<";
-    for (const std::string& line : lines)
-      out_ << std::exchange(separator, "<BR/>") << line;
-    out_ << ">, tooltip=\"" << escaped(tooltip) << "\"";
+    dot::write_label(out_, lines, tooltip);
   }
 
   void write_edges(const ExternalProof& p) {

@@ -10,6 +10,9 @@
 
 #include <algorithm>
 #include <cassert>
+#include <utility>
+
+#include "opal/terms/print/printer.h"
 
 namespace opal::host {
 
@@ -34,9 +37,29 @@ ExternalProof* ExternalProofs::new_ExternalProof(const char* rule, std::size_t c
 ExternalProof* ExternalProofs::get_term_proof(const Term_* term) {
   assert(term != nullptr);
   ExternalProof*& leaf = leaves_[term];
-  if (leaf == nullptr) leaf = &nodes_.emplace_back(nodes_.size() + 1, term);
+  if (leaf != nullptr) return leaf;
+  std::vector<ExternalProof*> constants;
+  if (!constants_.empty()) {
+    for (const Term_* variable : variables_of({term}))
+      if (const auto it = constants_.find(variable); it != constants_.end())
+        constants.push_back(it->second);
+  }
+  leaf = &nodes_.emplace_back(nodes_.size() + 1, term, std::move(constants));
   assert(leaf->is_leaf() && leaf->term() == term);
   return leaf;
+}
+
+ExternalProof* ExternalProofs::new_part(const char* connective,
+                                        std::vector<ExternalProof*> children,
+                                        const Term_* constant) {
+  ExternalProof* const node =
+      &nodes_.emplace_back(nodes_.size() + 1, connective, std::move(children),
+                           ExternalProof::Role::PART, constant);
+  if (constant != nullptr) {
+    assert(leaves_.count(constant) == 0 && constants_.count(constant) == 0);
+    constants_.emplace(constant, node);
+  }
+  return node;
 }
 
 std::vector<const ExternalProof*> nodes_of(const ExternalProof& root) {

@@ -61,10 +61,12 @@ class NamedNodes {
         ++numbers_[child->id()];
     for (const ExternalProof* p : nodes_) {
       std::uint64_t& number = numbers_[p->id()];
-      number = number > 1 && is_worth_a_name(*p) ? ++count_ : 0;
+      if (p->constant() != nullptr)
+        number = ++count_;
+      else
+        number = number > 1 && is_worth_a_name(*p) ? ++count_ : 0;
     }
-    assert(!nodes_.empty() && nodes_.back() == &root && number_of_root() == 0);
-    assert(count_ < nodes_.size());
+    assert(!nodes_.empty() && nodes_.back() == &root && count_ <= nodes_.size());
   }
 
   [[nodiscard]] const std::vector<const ExternalProof*>& nodes() const { return nodes_; }
@@ -76,11 +78,6 @@ class NamedNodes {
   [[nodiscard]] std::uint64_t count() const { return count_; }
 
  private:
-  // The root occurs in no other node.
-  [[maybe_unused, nodiscard]] std::uint64_t number_of_root() const {
-    return numbers_.back();
-  }
-
   std::vector<const ExternalProof*> nodes_;
   std::vector<std::uint64_t> numbers_;  // by id
   std::uint64_t count_ = 0;
@@ -109,9 +106,12 @@ class ExpressionWriter {
   ExpressionWriter(std::ostream& out, const NamedNodes& named, bool real)
       : out_(out), named_(named), real_(real), prefix_(unused_prefix(named)) {}
 
-  void write_name(std::uint64_t number) {
-    assert(1 <= number && number <= named_.count());
-    out_ << prefix_ << number;
+  void write_name(const ExternalProof& p) {
+    assert(1 <= named_.number(p) && named_.number(p) <= named_.count());
+    if (p.constant() != nullptr)
+      out_ << symbol_text(Terms::symbol_of(p.constant()).name);
+    else
+      out_ << prefix_ << named_.number(p);
   }
 
   // Writes a node; its own name, if it has one, is not used.
@@ -127,14 +127,14 @@ class ExpressionWriter {
         open_.pop_back();
         continue;
       }
-      const bool begins_line = top.next == 0 || !children[top.next - 1]->is_leaf();
+      const bool begins_line = top.next == 0 || children[top.next - 1]->is_step();
       if (top.has_lines && begins_line)
         indent();
       else
         out_ << ' ';
       const ExternalProof& child = *children[top.next++];
-      if (const std::uint64_t number = named_.number(child); number > 0)
-        write_name(number);
+      if (named_.number(child) > 0)
+        write_name(child);
       else
         open(child);
     }
@@ -156,7 +156,7 @@ class ExpressionWriter {
       out_ << '(' << p.rule();
       const bool has_lines = std::any_of(
           p.children().begin(), p.children().end(), [this](const ExternalProof* child) {
-            return !child->is_leaf() && named_.number(*child) == 0;
+            return child->is_step() && named_.number(*child) == 0;
           });
       open_.push_back({&p, 0, has_lines});
     }
@@ -215,6 +215,12 @@ class JsonWriter {
     write_string(out_, text.str());
   }
 
+  void write_constant(const ExternalProof& p) {
+    out_ << "\"name\": ";
+    write_string(out_, Terms::symbol_of(p.constant()).name);
+    out_ << ", ";
+  }
+
   // `ids` are those of the nodes, 0 for a leaf that is none.
   void write_step(const ExternalProof& p, const std::vector<std::uint64_t>& ids) {
     assert(!p.is_leaf() && ids[p.id()] > 0);
@@ -250,7 +256,7 @@ void print_proof(std::ostream& out, const ExternalProof& root, bool real) {
   for (const ExternalProof* p : named.nodes()) {
     if (named.number(*p) == 0) continue;
     out << "(let ((";
-    writer.write_name(named.number(*p));
+    writer.write_name(*p);
     out << ' ';
     writer.write(*p);
     out << "))\n";
@@ -276,6 +282,7 @@ void print_proof_json(std::ostream& out, const ExternalProof& root, bool real) {
     if (!is_node(*p)) continue;
     out << separator << "{\"id\": " << ids[p->id()] << ", ";
     separator = ",\n";
+    if (p->constant() != nullptr) writer.write_constant(*p);
     if (p->is_leaf())
       writer.write_leaf(*p);
     else

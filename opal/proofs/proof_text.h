@@ -20,7 +20,8 @@ namespace opal::host {
 /// with numbers 3, (- 3), (/ 1 2) or (- (/ 1 2)). What occurs more than once is bound by a
 /// `let` at the beginning, one binding a `let`, later ones referring to earlier ones; but
 /// for true, false and numbers of a few digits. The names are @1, @2, ..., with more @ in
-/// front when the proof has variables of such names.
+/// front when the proof has variables of such names. A number that a constant stands for is
+/// bound to the name of the constant.
 ///
 ///     (la-comb
 ///       1 (la-hyp-eq (- 1) (= y x))
@@ -37,8 +38,9 @@ void print_proof(std::ostream& out, const ExternalProof& root, bool real = true)
 ///     {"id": 1, "term": "(<= x 3.0)"}
 ///
 /// A child is the id of a node or a {"term": ...} or {"number": ...} of its own. Ids count
-/// from 1; numbers are texts like "-1/2", so that they stay exact; terms are SMT-LIB. Bytes
-/// that are no UTF-8 (names in a script may have them) become U+FFFD.
+/// from 1; a node whose value a constant has, has its "name"; numbers are texts like
+/// "-1/2", so that they stay exact; terms are SMT-LIB. Bytes that are no UTF-8 (names in a
+/// script may have them) become U+FFFD.
 void print_proof_json(std::ostream& out, const ExternalProof& root, bool real = true);
 
 }  // namespace opal::host

@@ -21,18 +21,6 @@ namespace {
 
 using Atoms = std::unordered_set<const Term_*>;
 
-// One level of the solver, taken back at the end of the scope.
-class LevelScope {
- public:
-  explicit LevelScope(la::Solver& solver) : solver_(solver) { solver_.push(); }
-  LevelScope(const LevelScope&) = delete;
-  LevelScope& operator=(const LevelScope&) = delete;
-  ~LevelScope() { solver_.pop(); }
-
- private:
-  la::Solver& solver_;
-};
-
 // Takes a conjunction's atoms from the open ones; whether there were any.
 bool takes_any(const Conjunction& part, Atoms& open) {
   bool any = false;
@@ -43,31 +31,41 @@ bool takes_any(const Conjunction& part, Atoms& open) {
 
 }  // namespace
 
-// The solver keeps a level of its own below the assertions', which clear() takes back.
 ConjunctiveRoad::ConjunctiveRoad(Terms& terms, Mapper& mapper, Limits& limits)
     : terms_(terms),
       mapper_(mapper),
       limits_(limits),
       solver_(mapper, limits),
-      interpolation_(terms, solver_, mapper, limits) {
-  solver_.push();
+      interpolation_(terms, solver_, mapper, limits) {}
+
+// The solver has a level for the assertions below all levels, which clear() takes back, and
+// one for each level. Levels are made here when something is asserted in them: then taking
+// back cannot fail.
+void ConjunctiveRoad::make_levels() {
+  assert(!has_assumption_level_);
+  for (; solver_levels_ < levels_.size() + 1; ++solver_levels_)
+    solver_.push();
+}
+
+// Takes the present level back from the solver, with the parts that were asserted in it.
+void ConjunctiveRoad::drop_level() {
+  assert(!has_assumption_level_ && solver_levels_ <= levels_.size() + 1);
+  if (solver_levels_ == levels_.size() + 1) {
+    solver_.pop();
+    --solver_levels_;
+  }
+  parts_.resize(levels_.empty() ? 0 : levels_.back());
 }
 
 void ConjunctiveRoad::push() {
+  forget_answer();
   levels_.push_back(parts_.size());
-  try {
-    solver_.push();
-  } catch (...) {
-    levels_.pop_back();
-    throw;
-  }
 }
 
 void ConjunctiveRoad::pop() {
   assert(!levels_.empty() && levels_.back() <= parts_.size());
   forget_answer();
-  solver_.pop();
-  parts_.resize(levels_.back());
+  drop_level();
   levels_.pop_back();
   // What was found to be no conjunction may have been popped, and another one asserted.
   no_conjunction_.reset();
@@ -75,15 +73,16 @@ void ConjunctiveRoad::pop() {
 
 void ConjunctiveRoad::clear() {
   forget_answer();
-  for (std::size_t i = 0; i <= levels_.size(); ++i)
-    solver_.pop();
-  parts_.clear();
-  levels_.clear();
+  for (; !levels_.empty(); levels_.pop_back())
+    drop_level();
+  drop_level();
+  assert(parts_.empty() && solver_levels_ == 0);
   no_conjunction_.reset();
-  solver_.push();
 }
 
 void ConjunctiveRoad::forget_answer() {
+  if (has_assumption_level_) solver_.pop();
+  has_assumption_level_ = false;
   assumptions_.clear();
   proof_ = proof::ProofRef();
 }
@@ -133,6 +132,7 @@ bool ConjunctiveRoad::add(const Term_* formula) {
   std::optional<Conjunction> conjunction = take_apart(formula);
   if (!conjunction) return false;
   forget_answer();
+  make_levels();
   parts_.push_back(std::move(*conjunction));
   try {
     assert_atoms(parts_.back());
@@ -143,21 +143,13 @@ bool ConjunctiveRoad::add(const Term_* formula) {
   return true;
 }
 
+// The solver takes back whole levels only. What is dropped with the present one and should
+// stay is taken in again by the next catch_up().
 void ConjunctiveRoad::shrink(std::size_t size) {
   assert(levels_.empty() || levels_.back() <= size);
   if (size >= parts_.size()) return;
-  // The solver takes back whole levels only: the present one is asserted anew.
-  const std::size_t kept = levels_.empty() ? 0 : levels_.back();
-  std::vector<Conjunction> again(parts_.begin() + static_cast<std::ptrdiff_t>(kept),
-                                 parts_.begin() + static_cast<std::ptrdiff_t>(size));
   forget_answer();
-  solver_.pop();
-  parts_.resize(kept);
-  solver_.push();
-  for (Conjunction& conjunction : again) {
-    assert_atoms(conjunction);
-    parts_.push_back(std::move(conjunction));
-  }
+  drop_level();
 }
 
 bool ConjunctiveRoad::catch_up(const AssertionStack& stack) {
@@ -171,8 +163,11 @@ bool ConjunctiveRoad::catch_up(const AssertionStack& stack) {
 
 la::Solver::Verdict ConjunctiveRoad::check(std::vector<Conjunction> assumptions) {
   forget_answer();
-  std::optional<LevelScope> level;
-  if (!assumptions.empty()) level.emplace(solver_);
+  make_levels();
+  if (!assumptions.empty()) {
+    solver_.push();
+    has_assumption_level_ = true;
+  }
   for (const Conjunction& assumption : assumptions)
     assert_atoms(assumption);
   assumptions_ = std::move(assumptions);

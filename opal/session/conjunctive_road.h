@@ -59,14 +59,16 @@ class ConjunctiveRoad {
   /// no conjunction of linear literals. Then, and when a limit or memory ends the work by
   /// an exception, nothing has changed.
   bool add(const Term_* formula);
-  /// Takes back what is above the first `size` assertions, all of the present level.
+  /// Takes back at least what is above the first `size` assertions, all of the present
+  /// level. Cannot fail.
   void shrink(std::size_t size);
   /// The number of assertions that are here.
   [[nodiscard]] std::size_t size() const { return parts_.size(); }
 
   /// A formula taken apart, or nothing for one that is no conjunction of linear literals.
   [[nodiscard]] std::optional<Conjunction> take_apart(const Term_* formula);
-  /// Decides what is here together with assumptions.
+  /// Decides what is here together with assumptions. After SAT the model is in solver(),
+  /// until the next change or check.
   la::Solver::Verdict check(std::vector<Conjunction> assumptions);
 
   // --- after UNSAT, until the next change or check
@@ -104,6 +106,8 @@ class ConjunctiveRoad {
  private:
   [[nodiscard]] Conjunction conjunction_of(const Term_* formula);
   void assert_atoms(const Conjunction& conjunction);
+  void make_levels();
+  void drop_level();
   [[nodiscard]] const Conjunction& part(std::size_t position) const;
 
   Terms& terms_;
@@ -112,11 +116,15 @@ class ConjunctiveRoad {
   la::Solver solver_;
   Interpolation interpolation_;
   std::vector<Conjunction> parts_;   // the first assertions of the stack
-  std::vector<std::size_t> levels_;  // of parts_ at each push()
+  std::vector<std::size_t> levels_;  // the size of parts_ at each push()
+  std::size_t solver_levels_ = 0;    // that the solver has: at most one more than levels_
   // The position of an assertion that is known to be no conjunction, while it is there.
   std::optional<std::size_t> no_conjunction_;
   std::vector<Conjunction> assumptions_;  // of the last check
-  proof::ProofRef proof_;                 // after UNSAT
+  // Whether the solver has a level for them: it stays as long as the answer, whose model is
+  // read from the solver.
+  bool has_assumption_level_ = false;
+  proof::ProofRef proof_;  // after UNSAT
 };
 
 }  // namespace opal::host

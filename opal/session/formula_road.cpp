@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <utility>
 
+#include "opal/explain/clause_export.h"
+#include "opal/interpolate/labelled/lemma_interpolants.h"
+
 namespace opal::host {
 
 namespace {
@@ -82,6 +85,19 @@ Interpolants FormulaRoad::interpolants(const ResolvedQuery& resolved,
                                        const InterpolationQuery& query) {
   assert(is_entered());
   return interpolation_.interpolants(solver_->refutation(), task_of(resolved, query));
+}
+
+AtomPlaces FormulaRoad::places(const ResolvedQuery& resolved) {
+  assert(is_entered());
+  return FormulaInterpolation::places(refutation(), task_of(resolved, {}));
+}
+
+const ExternalProof* FormulaRoad::exported(ExternalProofs& nodes) {
+  assert(is_entered());
+  const resolution::ClauseRefutation& refutation = solver_->refutation();
+  LemmaProofs proofs(terms_, mapper_, limits_, refutation);
+  return host::exported(nodes, refutation, terms_, mapper_,
+                        [&](resolution::NodeIndex lemma) { return proofs.proof(lemma); });
 }
 
 std::optional<std::string> FormulaRoad::fault(const ResolvedQuery& query) {

@@ -11,6 +11,7 @@
 #include "opal/interpolate/interpolation.h"
 #include "opal/interpolate/labelled/formula_interpolation.h"
 #include "opal/linear/mapper.h"
+#include "opal/proofs/exported_proof.h"
 #include "opal/session/assertion_stack.h"
 #include "opal/session/queries.h"
 #include "opal/session/resolved_query.h"
@@ -56,6 +57,14 @@ class FormulaRoad {
   [[nodiscard]] std::vector<std::size_t> core(const std::vector<const Term_*>& formulas);
   /// The interpolants of a query. Throws as FormulaInterpolation::interpolants().
   Interpolants interpolants(const ResolvedQuery& resolved, const InterpolationQuery& query);
+  [[nodiscard]] const resolution::ClauseRefutation& refutation() {
+    return solver_->refutation();
+  }
+  /// Where the refutation's variables lie for a query.
+  [[nodiscard]] AtomPlaces places(const ResolvedQuery& resolved);
+  /// The refutation in the form that other programs read, kept by `nodes`; null when it has
+  /// none. Throws NotInterpolated for a lemma without a proof, LimitReached.
+  const ExternalProof* exported(ExternalProofs& nodes);
   /// What the checkers find wrong with the refutation, the promises for the partitions of
   /// a query included, or nothing.
   [[nodiscard]] std::optional<std::string> fault(const ResolvedQuery& query);

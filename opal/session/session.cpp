@@ -26,15 +26,13 @@ void Session::Impl::forget_answer() {
 void Session::Impl::push() {
   forget_answer();
   stack.push();
+  bool is_pushed = false;  // on the conjunctive road
   try {
     conjunctive.push();
-    try {
-      if (formula.is_entered()) formula.push();
-    } catch (...) {
-      conjunctive.pop();
-      throw;
-    }
+    is_pushed = true;
+    if (formula.is_entered()) formula.push();
   } catch (...) {
+    if (is_pushed) conjunctive.pop();
     stack.pop();
     throw;
   }
@@ -61,6 +59,8 @@ void Session::Impl::add_to_roads(const Term_* formula_term) {
     formula.add(formula_term, position);
   } catch (...) {
     if (is_conjunction) conjunctive.shrink(position);
+    // The answer of the road that was asked is gone.
+    if (is_conjunction || last.road == Road::FORMULA) forget_answer();
     throw;
   }
 }
@@ -69,8 +69,8 @@ void Session::Impl::assert_formula(const Term_* formula_term, const std::string&
   if (!name.empty() && stack.find(name)) {
     throw SessionError("an assertion is already named " + symbol_text(name));
   }
-  forget_answer();
   add_to_roads(formula_term);
+  forget_answer();
   try {
     stack.add(formula_term, name);
   } catch (...) {

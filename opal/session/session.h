@@ -83,7 +83,8 @@ class Session {
   void reset_assertions();
   /// Asserts a formula, under a name if one is given (names are unique among the current
   /// assertions). Throws Unsupported, NotLinear, or SessionError for a name in use; then
-  /// nothing is asserted.
+  /// nothing is asserted. (After a check of formulas that are no conjunctions, a refused
+  /// one too ends the validity of the last answer.)
   void assert_formula(const Term_* formula, const std::string& name = std::string());
   [[nodiscard]] const std::vector<Assertion>& assertions() const;
 
@@ -98,7 +99,8 @@ class Session {
   [[nodiscard]] const std::string& reason_unknown() const;
   /// After SAT.
   [[nodiscard]] const Model& model() const;
-  /// After UNSAT: the proof; the session keeps it until the next change or check.
+  /// After UNSAT of a conjunction: the proof; the session keeps it until the next change or
+  /// check. Throws SessionError where the refutation is one of clauses.
   [[nodiscard]] proof::Proof* refutation() const;
   /// After UNSAT: the proof in the form that other programs read (see proof_text.h). The
   /// session owns it and keeps it until the next change or check; asked again, it is the
@@ -139,7 +141,8 @@ class Session {
   void draw_interpolants(const InterpolationQuery& query, const Interpolants& answer,
                          const std::function<void(const std::string&)>& take);
   // --- the answer for people who ask why; each is for the last UNSAT
-  /// Prints the proof as a tree (see proof_dump.h).
+  /// Prints the proof: of a conjunction as a tree (see proof_listing.h), of other formulas
+  /// as other programs read it (see proof_text.h).
   void dump_proof(std::ostream& out);
   /// Prints for each interpolant of an answer what the proof used and did (see
   /// explanation.h).

@@ -32,8 +32,7 @@ void Session::Impl::need(Verdict wanted) const {
 proof::Proof& Session::Impl::conjunctive_proof() const {
   need(Verdict::UNSAT);
   if (last.road != Road::CONJUNCTIVE)
-    throw SessionError(
-        "the refutation is one of clauses: this is answered for conjunctions only so far");
+    throw SessionError("the refutation is one of clauses, and no proof of a conjunction");
   assert(conjunctive.proof() != nullptr);
   return *conjunctive.proof();
 }
@@ -74,13 +73,24 @@ proof::Proof* Session::refutation() const { return &impl_->conjunctive_proof(); 
 
 // An interpolator of its own makes it, so that exports and interpolation requests do not
 // see each other's traces.
+const ExternalProof* Session::Impl::exported(ExternalProofs& nodes) {
+  if (last.road == Road::CONJUNCTIVE) {
+    la::Interpolator exporter(&terms, &conjunctive.solver(), &mapper,
+                              la::Interpolator::MODE_SUM, false);
+    return exporter.get_external_proof(&nodes, &conjunctive_proof());
+  }
+  try {
+    return formula.exported(nodes);
+  } catch (const NotInterpolated& why) {
+    throw SessionError(why.what());
+  }
+}
+
 const ExternalProof& Session::external_proof() {
-  proof::Proof& proof = impl_->conjunctive_proof();
+  impl_->need(Verdict::UNSAT);
   if (impl_->last.exported == nullptr) {
     auto made = std::make_unique<LastAnswer::Export>();
-    la::Interpolator exporter(&impl_->terms, &impl_->conjunctive.solver(), &impl_->mapper,
-                              la::Interpolator::MODE_SUM, false);
-    made->root = exporter.get_external_proof(&made->nodes, &proof);
+    made->root = impl_->exported(made->nodes);
     if (made->root == nullptr)
       throw SessionError("the refutation has a node that has no external form");
     impl_->last.exported = std::move(made);

@@ -1,7 +1,10 @@
 #ifndef OPAL_SESSION_SESSION_IMPL_H
 #define OPAL_SESSION_SESSION_IMPL_H
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "opal/explain/check_scripts.h"
+#include "opal/explain/clause_view.h"
 #include "opal/session/assertion_stack.h"
 #include "opal/session/conjunctive_road.h"
 #include "opal/session/formula_road.h"
@@ -17,6 +22,11 @@
 #include "opal/verify/verification.h"
 
 namespace opal::host {
+
+/// The names of the assertions of A, or of B, in the partition of `root`.
+enum class SideOfQuery : std::uint8_t { A, B };
+[[nodiscard]] std::string names_of_side(const InterpolationQuery& query, std::size_t root,
+                                        SideOfQuery side);
 
 /// Which strategy decides.
 enum class Road : std::uint8_t { CONJUNCTIVE, FORMULA };
@@ -53,6 +63,7 @@ struct SessionTotals {
 ///   session_answers.cpp   what a decision left: model, refutation, core, statistics
 ///   session_queries.cpp   interpolants, shared terms, and their verification
 ///   session_showing.cpp   drawings, dumps, explanations, check files
+///   formula_showing.cpp   the same for formulas that are no conjunctions
 class Session::Impl {
  public:
   Impl();
@@ -76,6 +87,8 @@ class Session::Impl {
   void need(Verdict wanted) const;
   // The refutation of a conjunction; throws when there is none.
   [[nodiscard]] proof::Proof& conjunctive_proof() const;
+  // The refutation for other programs, kept by `nodes`; null when it has no such form.
+  [[nodiscard]] const ExternalProof* exported(ExternalProofs& nodes);
   // Every formula that is asserted or assumed; assertion i is at i.
   [[nodiscard]] std::vector<const Term_*> formulas() const;
   // After UNSAT: positions in formulas(), ascending.
@@ -92,6 +105,22 @@ class Session::Impl {
   [[nodiscard]] GroupedAtoms shared_term_groups(const ResolvedQuery& resolved);
   VerificationReport check_steps(const std::vector<std::vector<const Term_*>>& steps,
                                  const std::string& commands);
+
+  // --- session_showing.cpp
+  // The name of an interpolant of an answer, as explanations begin.
+  static void print_heading(std::ostream& out, const Interpolants& answer,
+                            std::size_t number, std::size_t first);
+  void write_check_files(const Sides& sides, const Term_* interpolant,
+                         const std::string& folder, std::int32_t number);
+
+  // --- formula_showing.cpp: the same for a refutation of formulas
+  void draw_formulas(std::ostream& out);
+  void draw_formulas(const InterpolationQuery& query, const Interpolants& answer,
+                     const std::function<void(const std::string&)>& take);
+  void explain_formulas(std::ostream& out, const InterpolationQuery& query,
+                        const Interpolants& answer);
+  // The formulas of the two sides of an interpolant; those of every group are in both.
+  static Sides sides_of_formulas(const ResolvedQuery& query, std::size_t root);
 
   PrintableTerms terms;
   Limits limits;
@@ -112,6 +141,7 @@ class Session::Impl {
   std::optional<std::vector<Conjunction>> conjunctions(
       const std::vector<const Term_*>& assumptions);
   void add_to_roads(const Term_* formula);
+  [[nodiscard]] ClauseView formula_view();
   template <typename ValueOf>
   void take_model(const ValueOf& value_of);
 };

@@ -53,14 +53,15 @@ class ArithmeticTheory::Impl {
   };
   struct Level {
     std::size_t asserted;
+    std::size_t equalities;
     std::size_t disequalities;
     std::size_t bounds;
     std::size_t grounds;
     std::size_t ground_literals;
   };
   [[nodiscard]] Level height() const {
-    return {asserted_.size(), disequalities_.size(), simplex_.height(), grounds_.size(),
-            ground_literals_.size()};
+    return {asserted_.size(),  equalities_.size(), disequalities_.size(),
+            simplex_.height(), grounds_.size(),    ground_literals_.size()};
   }
   void retract(const Level& level);
   /// Takes back, at the end of a block, the bounds that were set in it.
@@ -79,12 +80,23 @@ class ArithmeticTheory::Impl {
   Ground make_ground(Literal literal);
   void extend_ground(Ground ground);
   void set_bound(int var, Side side, DeltaNumber value, Ground ground);
+  void prefer(int var, Side side, const DeltaNumber& value, Ground ground);
+  [[nodiscard]] std::uint32_t length(Ground ground) const {
+    return grounds_[ground].end - grounds_[ground].begin;
+  }
   [[nodiscard]] Literal denied_at(int var, const DeltaNumber& value) const;
   void deny(const Meaning& meaning, Literal literal);
+  void set_both_bounds(Literal equality);
   [[nodiscard]] static DeltaNumber beyond(const DeltaNumber& value, Side side,
                                           bool is_integer);
   void fail(const std::vector<Ground>& grounds);
   void give_conflict(Consequences& consequences);
+
+  // equality_sides.cpp
+  [[nodiscard]] bool propagate_sides(Consequences& consequences);
+  [[nodiscard]] bool imply_side(Literal side, Literal equality, Consequences& consequences);
+  void make_sides(sat::Variable atom, Consequences& consequences);
+  bool complete_equalities();
 
   // bound_propagation.cpp
   [[nodiscard]] bool propagate_bounds(Consequences& consequences);
@@ -129,11 +141,20 @@ class ArithmeticTheory::Impl {
   std::vector<Level> levels_;
   std::vector<Literal> asserted_;
   std::vector<std::uint8_t> is_asserted_;  // by literal
+  std::vector<Literal> equalities_;        // those of asserted_ that are
   std::vector<Literal> disequalities_;     // those of asserted_ that are
   std::vector<Span> grounds_;
   std::vector<Literal> ground_literals_;
   // By literal: why propagate() implied it. One call may imply a literal and its negation.
   std::vector<Ground> implied_by_;
+  /// Of an equality f = c, by its variable: the literals of f <= c and f >= c. Invalid ones
+  /// where there are none.
+  struct Sides {
+    Literal at_most;
+    Literal at_least;
+  };
+  std::vector<Sides> sides_;
+  std::size_t equalities_head_ = 0;  // the sides of those below were implied
 
   std::vector<Literal> conflict_;  // asserted literals that contradict each other
   std::size_t conflict_level_ = 0;
@@ -145,7 +166,7 @@ class ArithmeticTheory::Impl {
 
   static constexpr std::size_t FIRST_NODE_LIMIT = 64;
   static constexpr std::size_t LAST_NODE_LIMIT = 65536;
-  static constexpr std::size_t MAX_ROWS = 50;  // for derived bounds, in one call
+  static constexpr std::size_t MAX_ROWS = 200;  // for derived bounds, in one call
 };
 
 }  // namespace opal::smt

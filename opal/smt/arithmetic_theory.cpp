@@ -105,8 +105,9 @@ void ArithmeticTheory::Impl::add_atom(sat::Variable variable, int positive, int 
   const Meaning denies = meaning_of(negative);
   table_.make_variables(forms_.size());
   table_.add(variable, says, denies);
-  if (2 * std::size_t{variable} + 1 >= implied_by_.size()) {
-    implied_by_.resize(2 * std::size_t{variable} + 2, 0);
+  if (variable >= sides_.size()) {
+    implied_by_.resize(2 * (std::size_t{variable} + 1), 0);
+    sides_.resize(variable + 1);
     is_asserted_.resize(2 * (std::size_t{variable} + 1), 0);
   }
   fresh_.push_back(variable);
@@ -125,6 +126,8 @@ void ArithmeticTheory::Impl::retract(const Level& level) {
   for (std::size_t i = asserted_.size(); i > level.asserted; --i)
     is_asserted_[asserted_[i - 1].code()] = 0;
   asserted_.resize(level.asserted);
+  equalities_.resize(level.equalities);
+  equalities_head_ = std::min(equalities_head_, level.equalities);
   disequalities_.resize(level.disequalities);
   simplex_.retract(level.bounds);
   propagated_ = std::min(propagated_, level.bounds);
@@ -161,6 +164,11 @@ void ArithmeticTheory::Impl::assert_literal(Literal literal) {
   const Meaning& meaning = table_.meaning(literal);
   if (!conflict_.empty() || meaning.kind == Meaning::Kind::NOTHING) return;
   if (meaning.kind == Meaning::Kind::UNEQUAL) return deny(meaning, literal);
+  if (meaning.kind == Meaning::Kind::EQUAL) {
+    equalities_.push_back(literal);
+    if (!sides_[literal.variable()].at_most.is_valid()) set_both_bounds(literal);
+    return;
+  }
   const Ground ground = make_ground(literal);
   switch (meaning.kind) {
     case Meaning::Kind::ABSURD: fail({ground}); break;
@@ -170,10 +178,15 @@ void ArithmeticTheory::Impl::assert_literal(Literal literal) {
     case Meaning::Kind::LOWER:
       set_bound(meaning.var, Side::LOWER, meaning.value, ground);
       break;
-    default:
-      set_bound(meaning.var, Side::UPPER, meaning.value, ground);
-      if (conflict_.empty()) set_bound(meaning.var, Side::LOWER, meaning.value, ground);
+    default: assert(false);
   }
+}
+
+void ArithmeticTheory::Impl::set_both_bounds(Literal equality) {
+  const Meaning& meaning = table_.meaning(equality);
+  const Ground ground = make_ground(equality);
+  set_bound(meaning.var, Side::UPPER, meaning.value, ground);
+  if (conflict_.empty()) set_bound(meaning.var, Side::LOWER, meaning.value, ground);
 }
 
 // The next value on the inner side of a bound at `value`.
@@ -189,7 +202,7 @@ void ArithmeticTheory::Impl::set_bound(int var, Side side, DeltaNumber value,
                                        Ground ground) {
   for (;;) {
     switch (simplex_.set_bound(var, side, value, ground)) {
-      case BoundSimplex::Outcome::WEAKER: return;
+      case BoundSimplex::Outcome::WEAKER: return prefer(var, side, value, ground);
       case BoundSimplex::Outcome::CONTRADICTION:
         ++statistics.bound_conflicts;
         return fail(
@@ -204,6 +217,14 @@ void ArithmeticTheory::Impl::set_bound(int var, Side side, DeltaNumber value,
     extend_ground(without);
     value = beyond(value, side, forms_.is_integer(var));
   }
+}
+
+// Makes `ground` that of a bound at the same value which took more literals.
+void ArithmeticTheory::Impl::prefer(int var, Side side, const DeltaNumber& value,
+                                    Ground ground) {
+  const BoundSimplex::Bound& bound = *simplex_.bound(var, side);
+  if (!(bound.value == value) || length(bound.reason) <= length(ground)) return;
+  simplex_.renew_bound(var, side, ground);
 }
 
 // A disequality between a variable and a value that is asserted, or no literal.
@@ -250,7 +271,9 @@ void ArithmeticTheory::Impl::give_conflict(Consequences& consequences) {
 
 void ArithmeticTheory::Impl::propagate(Consequences& consequences) {
   if (!conflict_.empty()) return give_conflict(consequences);
-  const bool implied = propagate_fresh(consequences);
+  bool implied = propagate_fresh(consequences);
+  implied |= propagate_sides(consequences);
+  if (!conflict_.empty()) return give_conflict(consequences);
   if (propagate_bounds(consequences) || implied) return;
   ++statistics.checks;
   if (!simplex_.check()) {

@@ -22,7 +22,7 @@ class BoundAtoms {
   /// is made a variable by `consequences` and given to ArithmeticTheory::add_atom() before
   /// this returns. The constraint has a form that the theory knows, with any factor, and
   /// one of the relations LT, LEQ, GEQ, GT; over integers it may be said by an equivalent
-  /// one. Called in final_check() only.
+  /// one. Called in propagate() and final_check() only.
   virtual sat::Literal literal(const la::LinearTerm& constraint,
                                sat::Consequences& consequences) = 0;
 };

@@ -111,8 +111,9 @@ ArithmeticTheory::Impl::Ground ArithmeticTheory::Impl::joint_ground(Ground a, Gr
 // Atoms that were added while there were bounds already.
 bool ArithmeticTheory::Impl::propagate_fresh(Consequences& consequences) {
   bool implied = false;
-  for (const sat::Variable atom : fresh_) {
-    const Meaning& meaning = table_.meaning(Literal(atom));
+  for (std::size_t i = 0; i < fresh_.size(); ++i) {  // making sides adds to them
+    make_sides(fresh_[i], consequences);
+    const Meaning& meaning = table_.meaning(Literal(fresh_[i]));
     if (meaning.kind == Meaning::Kind::NOTHING || meaning.kind == Meaning::Kind::ABSURD)
       continue;
     for (const Side side : {Side::LOWER, Side::UPPER})

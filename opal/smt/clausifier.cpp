@@ -29,11 +29,16 @@ constexpr std::size_t DISTRIBUTED_OVER = 2;
 }  // namespace
 
 Clausifier::Goal Clausifier::goal_of(const Term_* formula, bool positive) {
-  while (Terms::kind_of(formula) == Kind::NOT) {
-    formula = formula->arg(0);
-    positive = !positive;
+  for (;;) {
+    if (Terms::kind_of(formula) == Kind::NOT) {
+      formula = formula->arg(0);
+      positive = !positive;
+    } else if (const Term_* const lifted = by_cases(formula); lifted != formula) {
+      formula = lifted;
+    } else {
+      return {formula, positive};
+    }
   }
-  return {formula, positive};
 }
 
 Clausifier::Shape Clausifier::shape_of(Goal goal) {
@@ -104,6 +109,7 @@ void Clausifier::begin(std::uint32_t assertion, Literal guard) {
   stack_.clear();
   clauses_.clear();
   replaced_.clear();
+  lifted_.clear();
 }
 
 // How often each sub-formula stands in others. Numbers are entered only for the conditions
@@ -285,14 +291,16 @@ Literal Clausifier::literal_of(Goal goal) {
 }
 
 Literal Clausifier::literal(const Term_* formula) {
-  const Goal goal = goal_of(formula, true);
-  if (shape_of(goal) != Shape::LITERAL || Terms::kind_of(goal.term) == Kind::CONGRUENCE ||
-      has_case(goal.term))
+  bool positive = true;
+  for (; Terms::kind_of(formula) == Kind::NOT; formula = formula->arg(0))
+    positive = !positive;
+  if (shape_of({formula, true}) != Shape::LITERAL ||
+      Terms::kind_of(formula) == Kind::CONGRUENCE || has_case(formula))
     return Literal();
-  if (!host::floor_definitions(terms_, goal.term).empty()) return Literal();
-  const Literal literal = atoms_.literal(goal.term);
+  if (!host::floor_definitions(terms_, formula).empty()) return Literal();
+  const Literal literal = atoms_.literal(formula);
   if (literal.variable() == TRUE_LITERAL.variable()) return Literal();
-  return goal.positive ? literal : ~literal;
+  return positive ? literal : ~literal;
 }
 
 }  // namespace opal::smt

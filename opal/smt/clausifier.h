@@ -7,6 +7,7 @@
 // and Greenbaum, "A structure-preserving clause form translation", 1986):
 //
 //     a or b or (c and d) or (e and f)    {a, b, p, q}  {~p, c}  {~p, d}  {~q, e}  {~q, f}
+//     x = ite(c, 1, y)                    {~c, x = 1}  {c, x = y}
 //     x + ite(c, 1, y) <= 2               {x + v <= 2}   {~c, v = 1}   {c, v = y}
 //
 // Chains of `and` and of `or` are taken as one, whatever they are nested like, also through
@@ -100,6 +101,7 @@ class Clausifier {
     std::uint8_t occurrences = 0;  // in other terms; 2 for more
     std::uint8_t defined = 0;      // polarities of which there are clauses, as bits
     std::uint8_t asserted = 0;     // on top, polarities as bits
+    std::uint8_t lifted = 0;  // of a number by cases: how often by_cases() has taken it
   };
   // Clauses that are yet to be made: of an auxiliary variable's polarity, or of a number.
   struct Task {
@@ -107,7 +109,7 @@ class Clausifier {
     const Term_* constant = nullptr;  // the fresh constant of goal.term
   };
 
-  [[nodiscard]] static Goal goal_of(const Term_* formula, bool positive);
+  [[nodiscard]] Goal goal_of(const Term_* formula, bool positive);
   [[nodiscard]] static Shape shape_of(Goal goal);
   [[nodiscard]] static Goal opposite(Goal goal) { return {goal.term, !goal.positive}; }
   static std::uint8_t bit(Goal goal) { return goal.positive ? 1 : 2; }
@@ -133,6 +135,7 @@ class Clausifier {
   sat::Literal atom_literal(const Term_* atom);
   sat::Literal plain_atom_literal(const Term_* atom);
   [[nodiscard]] bool has_case(const Term_* t);
+  const Term_* by_cases(const Term_* t);
   const Term_* without_cases(const Term_* t);
   const Term_* constant_for(const Term_* t);
   const Term_* with_arguments_replaced(const Term_* t);
@@ -159,7 +162,9 @@ class Clausifier {
   std::vector<sat::Literal> clause_;
   bool clause_is_true_ = false;
   ClauseList clauses_;
-  std::unordered_map<const Term_*, const Term_*> replaced_;  // terms with `ite` in them
+  // Terms with `ite` in them, by what without_cases() and by_cases() make of them.
+  std::unordered_map<const Term_*, const Term_*> replaced_;
+  std::unordered_map<const Term_*, const Term_*> lifted_;
 };
 
 }  // namespace opal::smt

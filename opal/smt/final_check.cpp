@@ -28,9 +28,8 @@ using sat::FinalCheck;
 FinalCheck ArithmeticTheory::Impl::final_check(Consequences& consequences) {
   assert(conflict_.empty());
   ++statistics.checks;
-  if (!simplex_.check()) {
-    ++statistics.row_conflicts;
-    fail(simplex_.conflict());
+  if (!complete_equalities() || !simplex_.check()) {
+    if (conflict_.empty()) fail(simplex_.conflict());
     give_conflict(consequences);
     return FinalCheck::INCONSISTENT;
   }

@@ -2,7 +2,8 @@
 //
 //     a = b         {~a, b}  {a, ~b}            not a = b        {a, b}  {~a, ~b}
 //     ite(c, a, b)  {~c, a}  {c, b}             not ite(c, a, b) {~c, ~a}  {c, ~b}
-//     v for ite(c, s, t) in an atom, v new      {~c, v = s}  {c, v = t}
+//     x = ite(c, s, t)  as  ite(c, x = s, x = t)
+//     v for ite(c, s, t) elsewhere in an atom, v new      {~c, v = s}  {c, v = t}
 //
 // Each of these has the guard of the task at hand besides.
 
@@ -17,6 +18,29 @@ using host::Kind;
 using host::Sort;
 using host::Terms;
 using sat::Literal;
+
+namespace {
+
+// So many atoms of an assertion are taken by the cases of one number at most; the others
+// have its fresh constant, so that the clauses stay linear in the assertion.
+constexpr std::uint8_t LIFTED_AT_MOST = 4;
+
+bool is_number_by_cases(const Term_* t) {
+  return Terms::kind_of(t) == Kind::ITE && Terms::sort_of(t) != Sort::BOOL;
+}
+
+bool compares_numbers(const Term_* t) {
+  switch (Terms::kind_of(t)) {
+    case Kind::LEQ:
+    case Kind::LT: return true;
+    case Kind::EQ:
+    case Kind::NEQ: return Terms::sort_of(t->arg(0)) != Sort::BOOL;
+    default: break;
+  }
+  return false;
+}
+
+}  // namespace
 
 void Clausifier::emit_gate(Goal goal) {
   const Term_* const t = goal.term;
@@ -47,7 +71,7 @@ void Clausifier::emit_clause_of_two(Goal a, Goal b) {
 // The fresh constant has the value of the branch that the condition takes.
 void Clausifier::emit_number(const Task& task) {
   const Term_* const t = task.goal.term;
-  assert(Terms::kind_of(t) == Kind::ITE && Terms::sort_of(t) != Sort::BOOL);
+  assert(is_number_by_cases(t));
   const Goal condition = goal_of(t->arg(0), true);
   for (const std::size_t branch : {1U, 2U}) {
     const Term_* const value = without_cases(t->arg(branch));
@@ -115,6 +139,30 @@ bool Clausifier::has_case(const Term_* t) {
     stack.pop_back();
   }
   return has_case_[t->id()] == YES;
+}
+
+// ite(c, s rel t, s' rel t) for ite(c, s, s') rel t, or the other way round, when t has no
+// cases; other terms are given back. The same answer for the same term all the time.
+const Term_* Clausifier::by_cases(const Term_* t) {
+  if (!compares_numbers(t) || !has_case(t)) return t;
+  if (const auto known = lifted_.find(t); known != lifted_.end()) return known->second;
+  const Term_* result = t;
+  for (const std::size_t side : {0U, 1U}) {
+    const Term_* const choice = t->arg(side);
+    const Term_* const other = t->arg(1 - side);
+    if (!is_number_by_cases(choice) || has_case(other)) continue;
+    if (node(choice).lifted == LIFTED_AT_MOST) continue;
+    node(choice).lifted++;
+    const BuildingFlagScope simplified(terms_, 1);
+    const auto compared = [&](const Term_* value) {
+      return side == 0 ? terms_.make_term(t->symbol(), {value, other})
+                       : terms_.make_term(t->symbol(), {other, value});
+    };
+    result =
+        terms_.make_ite(choice->arg(0), compared(choice->arg(1)), compared(choice->arg(2)));
+  }
+  lifted_.emplace(t, result);
+  return result;
 }
 
 // An arithmetic term or atom with fresh constants instead of its outermost `ite` terms.

@@ -31,14 +31,17 @@ _FUNCTIONS = {
     "opal_check": (c_int, [_SESSION, POINTER(c_int)]),
     "opal_reason_unknown": (c_char_p, [_SESSION]),
     "opal_value": (_TEXT, [_SESSION, _TERM]),
-    "opal_interpolants": (c_int, [_SESSION, POINTER(c_char_p), c_size_t, c_int, c_int,
+    "opal_interpolants": (c_int, [_SESSION, POINTER(c_char_p), c_size_t, c_int, c_int, c_int,
                                   POINTER(c_void_p)]),
     "opal_core_size": (c_size_t, [_SESSION]),
     "opal_core_group": (c_char_p, [_SESSION, c_size_t]),
     "opal_proof": (_TEXT, [_SESSION]),
     **{f"opal_{name}": (_TERM, [_SESSION, _TERM, _TERM])
-       for name in ("add", "sub", "mul", "div", "le", "lt", "eq", "ne", "and")},
+       for name in ("add", "sub", "mul", "div", "le", "lt", "eq", "ne", "and", "or",
+                    "implies")},
     **{f"opal_{name}": (_TERM, [_SESSION, _TERM]) for name in ("floor", "not")},
+    **{f"opal_{name}": (_TERM, [_SESSION]) for name in ("true", "false")},
+    "opal_ite": (_TERM, [_SESSION, _TERM, _TERM, _TERM]),
     **{f"opal_{name}": (c_int, [_SESSION]) for name in ("push", "pop", "reset", "check_proof")},
 }
 

@@ -12,13 +12,15 @@ from opal._library import library, take_text
 
 Number = Union[int, Fraction]
 Operand = Union["Term", int, Fraction]
+Condition = Union["Term", bool]
 #: What check() answers: "sat", "unsat" or "unknown".
 Verdict = str
 
 _VERDICTS = ("sat", "unsat", "unknown")
 _MODES = {"sum": 0, "conj": 1, "dual": 2, "auto": 3}
 _CUTS = {"modular": 0, "floor": 1, "auto": 2}
-_INT, _REAL = 0, 1
+_STRENGTHS = {"strong": 0, "middle": 1, "weak": 2, "auto": 3}
+_INT, _REAL, _BOOL = 0, 1, 2
 _OK, _UNSUPPORTED, _LIMIT, _NO_MEMORY = 0, 2, 3, 4
 
 
@@ -27,7 +29,7 @@ class Error(ValueError):
 
 
 class Unsupported(Error):
-    """A formula that is no conjunction of linear constraints."""
+    """A formula outside of linear arithmetic."""
 
 
 class LimitReached(Exception):
@@ -38,8 +40,9 @@ class Term:
     """A number or a formula of a session.
 
     Numbers have +, -, * and / (one operand of * and the divisor must be constants), and
-    //, the integer division by a constant. Comparisons make formulas, also == and !=, and
-    & joins formulas, ~ negates one. int and Fraction are constants; float is refused.
+    //, the integer division by a constant. Comparisons make formulas, also == and !=, which
+    compare formulas too. Formulas have &, |, ~ and implies(), and ite() chooses. int and
+    Fraction are constants, and so are True and False; float is refused.
     """
 
     __slots__ = ("_address", "session")
@@ -108,13 +111,18 @@ class Term:
 
     def congruent(self, other: Operand, modulus: int) -> "Term":
         """Whether the modulus divides the difference of two integers."""
-        right = self.session._operand(other)
-        if right is None:
-            raise Error(f"no term and no number: {other!r}")
+        right = self.session._need(other)
         return self.session._term(library.opal_congruent, self._address, right, modulus)
 
-    def __and__(self, other: "Term") -> "Term":
+    def __and__(self, other: Condition) -> "Term":
         return self._join("and", other)
+
+    __rand__ = __and__
+
+    def __or__(self, other: Condition) -> "Term":
+        return self._join("or", other)
+
+    __ror__ = __or__
 
     def __invert__(self) -> "Term":
         return self.session._term(library.opal_not, self._address)
@@ -127,11 +135,31 @@ class Term:
         return hash(self._address)
 
     def __bool__(self) -> bool:
-        raise Error("a term has no truth value; join formulas by &, and compare in two steps")
+        raise Error("a term has no truth value; join formulas by & and |, and compare in two steps")
 
     def __repr__(self) -> str:
         session = self.session
         return session._text(library.opal_term_text(session._handle, self._address))
+
+
+def implies(a: Condition, b: Condition) -> Term:
+    """That the second formula holds where the first one does; one may be True or False."""
+    session = _session_of(a, b)
+    return session._term(library.opal_implies, session._need(a), session._need(b))
+
+
+def ite(condition: Condition, a: Operand, b: Operand) -> Term:
+    """The first operand where the condition holds, else the second one: two numbers, or two
+    formulas."""
+    session = _session_of(condition, a, b)
+    return session._term(library.opal_ite, *map(session._need, (condition, a, b)))
+
+
+def _session_of(*operands: object) -> "Session":
+    for operand in operands:
+        if isinstance(operand, Term):
+            return operand.session
+    raise Error(f"none of these is a term: {', '.join(map(repr, operands))}")
 
 
 class Session:
@@ -165,6 +193,14 @@ class Session:
     def integers(self, names: str) -> List[Term]:
         """The integer variables of names with blanks between them."""
         return [self.integer(name) for name in names.split()]
+
+    def bool(self, name: str) -> Term:
+        """The Boolean variable of a name, which is a formula."""
+        return self._term(library.opal_variable, name.encode(), _BOOL)
+
+    def bools(self, names: str) -> List[Term]:
+        """The Boolean variables of names with blanks between them."""
+        return [self.bool(name) for name in names.split()]
 
     def number(self, value: Number) -> Term:
         """A constant."""
@@ -220,23 +256,24 @@ class Session:
         return Fraction(self._text(library.opal_value(self._handle, self._own(term))))
 
     def interpolant(self, first: str, second: str, mode: str = "auto",
-                    cuts: str = "auto") -> Term:
+                    cuts: str = "auto", strength: str = "auto") -> Term:
         """After "unsat": what the first group implies and the second one contradicts."""
-        return self.interpolants([first, second], mode, cuts)[0]
+        return self.interpolants([first, second], mode, cuts, strength)[0]
 
     def interpolants(self, groups: Sequence[str], mode: str = "auto",
-                     cuts: str = "auto") -> List[Term]:
+                     cuts: str = "auto", strength: str = "auto") -> List[Term]:
         """After "unsat": the interpolants of a sequence of groups, one fewer than groups;
         each one and the next group imply the next one. Modes are sum, conj, dual, auto;
-        styles of cuts are modular, floor, auto."""
-        if mode not in _MODES or cuts not in _CUTS:
-            raise Error(f"no mode or no style of cuts: {mode}, {cuts}")
+        styles of cuts are modular, floor, auto. The strength, for formulas that are no
+        conjunctions, is strong, middle, weak, auto."""
+        if mode not in _MODES or cuts not in _CUTS or strength not in _STRENGTHS:
+            raise Error(f"no mode, style of cuts or strength: {mode}, {cuts}, {strength}")
         if isinstance(groups, str):
             raise Error("interpolants() takes a list of groups")
         names = (ctypes.c_char_p * len(groups))(*(group.encode() for group in groups))
         answers = (ctypes.c_void_p * max(len(groups), 1))()
         self._do(library.opal_interpolants(self._handle, names, len(groups), _MODES[mode],
-                                           _CUTS[cuts], answers))
+                                           _CUTS[cuts], _STRENGTHS[strength], answers))
         return [Term(self, address) for address in answers[:len(groups) - 1]
                 if address is not None]
 
@@ -306,6 +343,9 @@ class Session:
             raise self._fail(1)
         return int(address)
 
+    def _truth(self, value: object) -> int:
+        return self._term(library.opal_true if value else library.opal_false)._address
+
     def _own(self, term: Term) -> int:
         """The address of a term of this session, which must not be closed."""
         if not isinstance(term, Term):
@@ -318,6 +358,14 @@ class Session:
         """The address of an operand; nothing for what no operator takes."""
         if isinstance(value, Term):
             return self._own(value)
+        if isinstance(value, bool):
+            return self._truth(value)
         if isinstance(value, (int, Fraction, float)):
             return self._constant(value)  # type: ignore[arg-type]
         return None
+
+    def _need(self, value: object) -> int:
+        address = self._operand(value)
+        if address is None:
+            raise Error(f"no term and no number: {value!r}")
+        return address

@@ -58,8 +58,8 @@ static void test_interpolants(void) {
   EXPECT(opal_assert(s, "C", opal_lt(s, z, opal_number(s, "2.5"))) == OPAL_OK);
   EXPECT(opal_assert(s, "D", opal_lt(s, z, opal_integer(s, 100))) == OPAL_OK);
   EXPECT(check(s) == OPAL_UNSAT);
-  EXPECT(opal_interpolants(s, groups, 3, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, answers) ==
-         OPAL_OK);
+  EXPECT(opal_interpolants(s, groups, 3, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, OPAL_STRENGTH_AUTO,
+                           answers) == OPAL_OK);
   EXPECT_TEXT(opal_term_text(s, answers[0]), "(<= (/ 3.0 2.0) y)");
   EXPECT_TEXT(opal_term_text(s, answers[1]), "(<= 3.0 |a name|)");
   EXPECT(opal_core_size(s) == 3 && strcmp(opal_core_group(s, 2), "C") == 0);
@@ -90,9 +90,36 @@ static void test_integers(void) {
   EXPECT_TEXT(opal_value(s, opal_floor(s, opal_number(s, "-7/2"))), "-4");
   EXPECT(opal_assert(s, "odd", opal_congruent(s, a, opal_integer(s, 1), 2)) == OPAL_OK);
   EXPECT(check(s) == OPAL_UNSAT);
-  EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_SUM, OPAL_CUTS_MODULAR, &answer) ==
-         OPAL_OK);
+  EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_SUM, OPAL_CUTS_MODULAR,
+                           OPAL_STRENGTH_AUTO, &answer) == OPAL_OK);
   EXPECT_TEXT(opal_term_text(s, answer), "(= (mod a 2) 0)");
+  opal_session_free(s);
+}
+
+/* p, or x is 1; not p, or x is 2: so x is not below 1. */
+static void test_formulas(void) {
+  opal_session* s = opal_session_new();
+  const opal_term* x = opal_variable(s, "x", OPAL_REAL);
+  const opal_term* p = opal_variable(s, "p", OPAL_BOOL);
+  const opal_term* q = opal_variable(s, "q", OPAL_BOOL);
+  const opal_term* one = opal_integer(s, 1);
+  const opal_term* two = opal_integer(s, 2);
+  const opal_term* answer = NULL;
+  const char* groups[] = {"A", "B"};
+  EXPECT(opal_assert(s, "C", opal_and(s, q, opal_eq(s, p, opal_not(s, q)))) == OPAL_OK);
+  EXPECT(opal_assert(s, "B", opal_lt(s, x, opal_ite(s, q, one, two))) == OPAL_OK);
+  EXPECT(check(s) == OPAL_SAT);
+  EXPECT_TEXT(opal_value(s, opal_ite(s, p, two, opal_integer(s, 7))), "7");
+  EXPECT_TEXT(opal_value(s, opal_or(s, opal_ne(s, p, q), opal_false(s))), "1");
+  EXPECT(opal_push(s) == OPAL_OK);
+  EXPECT(opal_assert(s, "A", opal_or(s, p, opal_eq(s, x, one))) == OPAL_OK);
+  EXPECT(opal_assert(s, "A", opal_implies(s, p, opal_eq(s, x, two))) == OPAL_OK);
+  EXPECT(check(s) == OPAL_UNSAT && opal_check_proof(s) == OPAL_OK);
+  for (int strength = OPAL_STRENGTH_STRONG; strength <= OPAL_STRENGTH_AUTO; ++strength)
+    EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, strength,
+                             &answer) == OPAL_OK);
+  EXPECT(opal_pop(s) == OPAL_OK && check(s) == OPAL_SAT);
+  EXPECT(opal_assert(s, "A", answer) == OPAL_OK && check(s) == OPAL_UNSAT);
   opal_session_free(s);
 }
 
@@ -143,12 +170,9 @@ static void test_misuse(void) {
   EXPECT(opal_assert(s, "A", opal_le(s, opal_div(s, x, opal_integer(s, 0)), x)) ==
          OPAL_INVALID);
   EXPECT_ERROR(s, "a division by zero: x");
-  /* The first half would make the rest unsatisfiable; it is not asserted alone. */
-  answer = opal_not(
-      s, opal_and(s, opal_le(s, x, opal_integer(s, 1)), opal_ne(s, x, opal_integer(s, 0))));
-  answer = opal_and(s, opal_lt(s, opal_integer(s, 1), x), answer);
-  EXPECT(opal_assert(s, "A", answer) == OPAL_UNSUPPORTED);
-  answer = NULL;
+  EXPECT(opal_assert(s, "A", opal_or(s, opal_false(s), x)) == OPAL_INVALID);
+  EXPECT_ERROR(s, "an operand of || is no formula: x");
+  EXPECT(opal_ite(s, opal_true(s), x, NULL) == NULL);
   EXPECT(opal_assert(s, "A", x) == OPAL_INVALID);
   EXPECT(opal_assert(s, "", opal_le(s, x, x)) == OPAL_INVALID);
   EXPECT(opal_pop(s) == OPAL_INVALID);
@@ -162,19 +186,21 @@ static void test_misuse(void) {
   EXPECT(opal_value(s, x) == NULL);
   EXPECT_ERROR(s, "there is no model: the last check did not answer sat");
   EXPECT(check(s) == OPAL_SAT);
-  EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, &answer) ==
-         OPAL_INVALID);
+  EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, OPAL_STRENGTH_AUTO,
+                           &answer) == OPAL_INVALID);
   EXPECT(opal_proof(s) == NULL && opal_core_size(s) == 0);
   EXPECT(opal_assert(s, "B", opal_lt(s, opal_integer(s, 1), x)) == OPAL_OK);
   EXPECT(check(s) == OPAL_UNSAT);
-  EXPECT(opal_interpolants(s, groups, 1, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, &answer) ==
+  EXPECT(opal_interpolants(s, groups, 1, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, OPAL_STRENGTH_AUTO,
+                           &answer) == OPAL_INVALID);
+  EXPECT(opal_interpolants(s, unnamed, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO,
+                           OPAL_STRENGTH_AUTO, &answer) == OPAL_INVALID);
+  EXPECT(opal_interpolants(s, groups, 2, 7, OPAL_CUTS_AUTO, OPAL_STRENGTH_AUTO, &answer) ==
          OPAL_INVALID);
-  EXPECT(opal_interpolants(s, unnamed, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, &answer) ==
-         OPAL_INVALID);
-  EXPECT(opal_interpolants(s, groups, 2, 7, OPAL_CUTS_AUTO, &answer) == OPAL_INVALID);
+  EXPECT(opal_interpolants(s, groups, 2, 0, OPAL_CUTS_AUTO, 4, &answer) == OPAL_INVALID);
   EXPECT(answer == NULL);
-  EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, &answer) ==
-         OPAL_OK);
+  EXPECT(opal_interpolants(s, groups, 2, OPAL_MODE_AUTO, OPAL_CUTS_AUTO, OPAL_STRENGTH_AUTO,
+                           &answer) == OPAL_OK);
   opal_session_free(other);
   opal_session_free(s);
   opal_session_free(NULL);
@@ -184,6 +210,7 @@ int main(void) {
   EXPECT(strcmp(opal_version(), "0.") > 0);
   test_interpolants();
   test_integers();
+  test_formulas();
   test_limits();
   test_misuse();
   printf(faults == 0 ? "no fault\n" : "%d faults\n", faults);

@@ -50,6 +50,17 @@ CASES = {
                                                 "(= i 4) (>= i 5))"),
 }
 
+# Formulas that are no conjunctions: declared Booleans, integers and reals, and assertions.
+FORMULAS = {
+    "clauses": ("p", "", "x y", ["(or (<= x 0.0) (<= y 0.0))", "(=> p (and (<= 1.0 x) (<= 1.0 y)))",
+                                 "p"]),
+    "auxiliaries": ("p q", "i", "", ["(or (and p (< i 3)) (and q (> i 5)))",
+                                     "(= p (not q))", "(ite p (> (* 2 i) 7) (= (mod i 6) i))"]),
+    "equalities": ("p", "i j", "", ["(or (= i j) (= i (+ j 1)))", "(distinct i j)",
+                                    "(xor p (= (* 2 i) (+ (* 2 j) 2)))", "p"]),
+    "empty clause": ("p", "", "", ["(or p true)", "(and p (not p))", "(or false false)"]),
+}
+
 # Proofs that no single change of a right one gives, of one problem; what is said of them.
 WRONG_PROBLEM = """
 (declare-const i Int) (declare-const j Int) (declare-const x Real)

@@ -10,7 +10,8 @@ from opal_lab.judges import ask_cvc5, ask_z3_about
 from opal_lab.sexpr import expanded, is_number
 
 RULES = ["la-hyp", "la-hyp-eq", "la-comb", "la-neq", "la-spliteq", "la-unit",
-         "la-branch-and-bound", "la-branch-and-bound-lemma", "la-dioph", "la-tight"]
+         "la-branch-and-bound", "la-branch-and-bound-lemma", "la-dioph", "la-tight",
+         "cl-input", "cl-lemma", "cl-resolve"]
 RELATIONS = {"<=", "<", ">=", ">", "=", "distinct"}
 OTHER_STRICTNESS = {"<=": "<", "<": "<=", ">=": ">", ">": ">="}
 
@@ -120,7 +121,10 @@ class Judge:
     branch above, or be valid. What the checker says that it is must follow. From there on
     only the numbers in the proof's text count: the weighted sum of what the leaves derive
     must be impossible over the reals; a cut's conclusion must be what its sum rounds to; a
-    sum of equalities must be no integer for all integers."""
+    sum of equalities must be no integer for all integers.
+
+    A clause must follow from all assertions, or be a lemma; z3 says which literals of two
+    clauses are resolved, if their texts do not."""
 
     def __init__(self, declarations, asserted):
         self.declarations, self.asserted = declarations, asserted  # texts
@@ -136,9 +140,53 @@ class Judge:
             literals = [sexpr.show(literal) for literal in e[1:]]
             count = len(literals) - clauses[e[0]]
             self.ask([negation(x) for x in literals[:count]] + literals[count:])
+        elif e[0].startswith("cl-"):
+            if self.clause(e, root) != set():
+                return False
         else:
             self.refutation(e, root, [])
         return self.answer()
+
+    def clause(self, e, root):
+        """The literals of a clause, as texts; None where a pivot is missing. Children
+        first, each once."""
+        clauses, stack = {}, [(e, root)]
+        while stack:
+            e, step = stack[-1]
+            missing = [(part, value) for part, value in zip(e[1:], step.arguments)
+                       if e[0] == "cl-resolve" and part[0] in RULES and id(part) not in clauses]
+            if missing:
+                stack += missing
+                continue
+            stack.pop()
+            if e[0] == "cl-resolve":
+                found = self.resolvent([part if part[0] not in RULES else clauses[id(part)]
+                                        for part in e[1:]])
+                if found is None:
+                    return None
+            else:
+                found = {sexpr.show(literal) for literal in e[2:]}
+                denied = [negation(literal) for literal in found]
+                self.ask(denied + (self.asserted if e[0] == "cl-input" else []))
+                if e[0] == "cl-lemma":
+                    self.refutation(e[1], step.arguments[0], denied)
+            clauses[id(e)] = found
+        return clauses[id(e)]
+
+    def resolvent(self, parts):
+        clause = parts[0]
+        for pivot, other in zip(parts[1::2], parts[2::2]):
+            pivot = sexpr.show(pivot)
+            for literals, wanted in ((other, pivot), (clause, negation(pivot))):
+                if not any(self.are_equal(wanted, literal) for literal in literals):
+                    return None
+            clause = ({l for l in clause if not self.are_equal(l, negation(pivot))}
+                      | {l for l in other if not self.are_equal(l, pivot)})
+        return clause
+
+    def are_equal(self, a, b):
+        return a == b or ask_z3_about(
+            self.names(), [[f"(distinct {a} {b})"]], 1)[0] == "unsat"
 
     def ask(self, *alternatives):
         self.groups.append(alternatives)
@@ -177,7 +225,7 @@ class Judge:
             if rule == "la-neq":
                 literal = e[1][1] if e[1][0] == "not" else e[1]
                 left, right = (sexpr.show([r] + literal[1:]) for r in "<>")
-                self.literal(sexpr.show(e[1]), [])
+                self.literal(sexpr.show(e[1]), above)
                 cases = (e[2], arguments[1]), (e[3], arguments[2])
             else:
                 left, right = sexpr.show(e[1]), sexpr.show(e[3])

@@ -17,7 +17,7 @@ import tempfile
 from collections import Counter
 from fractions import Fraction
 
-from cases import CASES, WRONG, WRONG_PROBLEM
+from cases import CASES, FORMULAS, WRONG, WRONG_PROBLEM
 from mutants import Judge, mutants, value
 from opal_check_proof.main import verdicts
 from opal_check_proof.problem import Problem
@@ -63,6 +63,11 @@ def written_cases():
         declarations = [f"(declare-const {v} {sort})" for names, sort in
                         ((integers, "Int"), (reals, "Real")) for v in names.split(" ") if v]
         yield Case(name, declarations, formulas, proof)
+    for name, (booleans, integers, reals, formulas) in FORMULAS.items():
+        declarations = [f"(declare-const {v} {sort})" for names, sort in
+                        ((booleans, "Bool"), (integers, "Int"), (reals, "Real"))
+                        for v in names.split()]
+        yield Case(name, declarations, formulas)
 
 
 def random_cases(seed, count):

@@ -64,6 +64,7 @@ class FormulaTest : public HostTest {
     }
     const Atoms all_truths = truths;
     const bool clauses = one_in(2);  // shallow ones, which take many to contradict
+    FormulaSolver judge(t, mapper, limits, sat::Recording::OFF);
     do {
       const std::size_t g = one_in(10) ? Grouping::BACKGROUND : random() % groups;
       const std::size_t at = std::min(g, groups - 1);
@@ -75,7 +76,8 @@ class FormulaTest : public HostTest {
         drawn = lor(drawn, formula(near, one_in(4) ? 1 : 0));
       task.formulas.push_back(drawn);
       task.group_of.push_back(g);
-    } while (satisfiable(task.formulas));
+      judge.assert_formula(drawn, static_cast<std::uint32_t>(task.formulas.size()));
+    } while (judge.check() == FormulaSolver::Verdict::SAT);
   }
 
   // --- judging

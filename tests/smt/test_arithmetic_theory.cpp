@@ -170,12 +170,23 @@ class Player final : Problem, sat::Consequences, BoundAtoms {
     for (;;) {
       theory_.propagate(*this);
       if (!conflict_.empty()) return leave_conflict();
-      if (implied_.empty()) return true;
-      for (const Literal l : std::exchange(implied_, {}))
-        if (values_[l.code()] == 0) assign(l);
+      if (implied_.empty()) return explain_one();
+      for (const Literal l : std::exchange(implied_, {})) {
+        if (values_[l.code()] != 0) continue;
+        assign(l);
+        values_[l.code()] = 2;
+      }
     }
   }
+  // An explanation that is asked for later is as good. True.
+  bool explain_one() {
+    if (trail_.empty()) return true;
+    const Literal l = trail_[random() % trail_.size()];
+    if (values_[l.code()] == 2) static_cast<void>(expect_explained(l));
+    return true;
+  }
   bool leave_conflict() {
+    static_cast<void>(explain_one());
     std::size_t last = 0;
     for (const Literal l : conflict_)
       last =
@@ -222,13 +233,18 @@ class Player final : Problem, sat::Consequences, BoundAtoms {
       denied.push_back(id(~l));
     EXPECT_EQ(verdict(denied), Solver::Verdict::UNSAT) << what;
   }
-  void imply(Literal l) override {
+  Literals expect_explained(Literal l) {
     Literals clause;
     static_cast<void>(theory_.explain(l, clause));
     expect_valid(clause, "explanation");
     EXPECT_EQ(std::count(clause.begin(), clause.end(), l), 1);
+    const auto place = std::find(trail_.begin(), trail_.end(), l);
     for (const Literal other : clause)
-      EXPECT_TRUE(other == l || values_[other.code()] < 0);
+      EXPECT_TRUE(other == l || std::find(trail_.begin(), place, ~other) != place);
+    return clause;
+  }
+  void imply(Literal l) override {
+    const Literals clause = expect_explained(l);
     if (values_[l.code()] < 0) conflict_ = clause;
     implied_.push_back(l);
   }
@@ -250,7 +266,7 @@ class Player final : Problem, sat::Consequences, BoundAtoms {
   }
   void suggest_phase(Variable, sat::Sign) override {}
   [[nodiscard]] sat::Value value(Literal l) const override {
-    return static_cast<sat::Value>(values_[l.code()]);
+    return static_cast<sat::Value>(std::min<signed char>(values_[l.code()], 1));
   }
 
   ArithmeticTheory theory_{mapper, limits, *this};

@@ -7,19 +7,21 @@ constraint is a contradiction: no variables, and e is negative, or zero in `e > 
 
 Hypotheses need not be asserted where a branch or a case makes them: a step says which such
 hypotheses are open, branches and cases close theirs, and a proof must leave none open. So a
-step is checked once, however many paths lead to it.
+step is checked once, however many paths lead to it. What holds below a cl-lemma are the
+negations of its literals, and nothing that is asserted.
 
     hypotheses    literals that are asserted, or that a branch or a case makes
     combinations  sums of constraints
     cases         refutations of each of several cases
     integers      rounded sums, and sums of equalities that are no integer
     lemmas        clauses that hold by themselves
+    clauses       clauses of assertions, lemmas with a refutation below, resolution
 
 Each rule's check is given the checker of the proof and the step; the steps before it, its
 premises among them, are checked already.
 """
 
-from . import cases, combinations, hypotheses, integers, lemmas
+from . import cases, clauses, combinations, hypotheses, integers, lemmas
 
 RULES = {
     "la-hyp": hypotheses.hypothesis,
@@ -32,4 +34,7 @@ RULES = {
     "la-unit": lemmas.unit,
     "la-spliteq": lemmas.split,
     "la-branch-and-bound-lemma": lemmas.branch_lemma,
+    "cl-input": clauses.input_clause,
+    "cl-lemma": clauses.lemma,
+    "cl-resolve": clauses.resolution,
 }

@@ -15,7 +15,7 @@ def disequality(checker, step):
     literal, below, above = arguments(step, "lss")
     if literal.relation != "!=":
         raise Wrong(step, f"expected a disequality, found {literal}")
-    if literal.key() not in checker.asserted:
+    if literal.key() not in step.scope.keys:
         raise Wrong(step, f"expected a disequality that is asserted, found {literal}")
     step.open = checker.joined(step, below, case(literal, -1),
                             above, case(literal, 1))

@@ -22,7 +22,7 @@ def cut(checker, step):
         raise Wrong(step, "expected a conclusion at the end, an inequality with number 1")
     hypotheses = []
     summands = []
-    upward = premises[-1][1].key() in checker.right_branches
+    upward = premises[-1][1].key() in step.scope.right_branches
     for multiplier, literal in premises:
         normal = literal.normal()
         if normal.relation not in ("<=", "=") or not literal.is_integer:

@@ -70,6 +70,15 @@ BoundSimplex::Outcome BoundSimplex::set_bound(int var, Side side, const DeltaNum
   return Outcome::SET;
 }
 
+void BoundSimplex::renew_bound(int var, Side side, Reason reason) {
+  Variable& v = variable(var);
+  int& own = side == Side::UPPER ? v.upper : v.lower;
+  assert(own != NONE);
+  const DeltaNumber value = bounds_[static_cast<std::size_t>(own)].value;
+  bounds_.push_back({value, var, own, reason, side});
+  own = static_cast<int>(bounds_.size()) - 1;
+}
+
 void BoundSimplex::touch(int var) {
   if (std::exchange(variable(var).touched, true)) return;
   touched_.push_back(var);

@@ -69,6 +69,8 @@ class BoundSimplex {
   /// Sets a bound if it is tighter than the one on that side. When it contradicts the one
   /// on the other side, it is not set.
   Outcome set_bound(int var, Side side, const DeltaNumber& value, Reason reason);
+  /// Gives the bound that there is on a side another ground, until that is taken back.
+  void renew_bound(int var, Side side, Reason reason);
   /// The number of bounds set, and the bounds in the order in which they were set.
   [[nodiscard]] std::size_t height() const { return bounds_.size(); }
   [[nodiscard]] const Bound& bound(std::size_t i) const { return bounds_[i]; }

@@ -34,6 +34,10 @@ class AtomPlaces {
   /// each assertion, which is never BACKGROUND.
   AtomPlaces(const resolution::ClauseRefutation& refutation,
              std::shared_ptr<const Grouping> symbols, std::vector<std::size_t> group_of);
+  /// The same with places that are given, by variable.
+  AtomPlaces(const resolution::ClauseRefutation& refutation,
+             std::shared_ptr<const Grouping> symbols, std::vector<std::size_t> group_of,
+             std::vector<std::size_t> places);
 
   [[nodiscard]] const Grouping& symbols() const { return *symbols_; }
   [[nodiscard]] const std::shared_ptr<const Grouping>& shared_symbols() const {
@@ -51,6 +55,8 @@ class AtomPlaces {
   [[nodiscard]] Side side(resolution::Variable variable, std::size_t root) const;
 
  private:
+  void collect_groups(const resolution::ClauseProof& proof);
+
   std::shared_ptr<const Grouping> symbols_;
   std::vector<std::size_t> group_of_;             // by assertion
   std::vector<std::size_t> places_;               // by variable

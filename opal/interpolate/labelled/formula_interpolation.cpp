@@ -60,22 +60,17 @@ Mode exchanged(Mode mode) {
 // The interpolants of one strength, as nodes of the graph.
 class Reading {
  public:
-  Reading(Terms& terms, Mapper& mapper, Limits& limits, Interpolation& engine,
-          LemmaProofs& proofs, const FormulaTask& task)
+  Reading(Terms& terms, Limits& limits, const ClauseRefutation& refutation,
+          const FormulaTask& task)
       : terms_(terms),
-        mapper_(mapper),
         limits_(limits),
-        engine_(engine),
-        proofs_(proofs),
+        refutation_(refutation),
         task_(task),
         graph_(terms) {}
 
   Interpolants interpolants(Strength strength, const AtomPlaces& places,
-                            const NodeClauses* clauses) {
+                            const NodeClauses* clauses, LemmaInterpolants& lemmas) {
     const bool is_weak = strength == Strength::WEAK;
-    const Mode mode = is_weak ? exchanged(task_.mode) : task_.mode;
-    LemmaInterpolants lemmas(terms_, mapper_, engine_, proofs_, places,
-                             {mode, task_.cuts, task_.raw});
     FormulaGraph::Nodes nodes =
         read(is_weak ? Strength::STRONG : strength, places, clauses, lemmas);
     if (is_weak) {
@@ -90,7 +85,7 @@ class Reading {
     result.cuts = lemmas.cuts();
     result.cuts_reason = lemmas.cuts_reason();
     result.strength = strength;
-    result.engine_seconds = lemmas.engine_seconds();
+    result.engine_seconds = lemmas.take_engine_seconds();
     result.size = dag_size(result.terms);
     result.raw_size = result.size;
     if (!task_.raw) {
@@ -109,7 +104,7 @@ class Reading {
     std::map<NodeIndex, std::vector<std::size_t>> roots;  // of each lemma
     for (std::size_t root = 0; root + 1 < task_.first.size(); ++root) {
       limits_.look();
-      systems.emplace_back(proofs_.refutation(), places, clauses, strength, root);
+      systems.emplace_back(refutation_, places, clauses, strength, root);
       for (const NodeIndex lemma : systems.back().lemmas())
         roots[lemma].push_back(root);
     }
@@ -134,10 +129,8 @@ class Reading {
   }
 
   Terms& terms_;
-  Mapper& mapper_;
   Limits& limits_;
-  Interpolation& engine_;
-  LemmaProofs& proofs_;
+  const ClauseRefutation& refutation_;
   const FormulaTask& task_;
   FormulaGraph graph_;
 };
@@ -172,20 +165,28 @@ Interpolants FormulaInterpolation::interpolants(const ClauseRefutation& refutati
         "weak interpolants are for sequences: in a tree those of siblings would not imply "
         "their parent's");
   LemmaProofs proofs(terms_, mapper_, limits_, refutation);
-  Reading reading(terms_, mapper_, limits_, lemmas_, proofs, task);
-  const AtomPlaces forwards = places_of(refutation, task, Order::FORWARDS);
+  Reading reading(terms_, limits_, refutation, task);
   std::optional<NodeClauses> clauses;
   if (!task.raw) clauses.emplace(refutation.proof);
   const NodeClauses* const contracted = clauses ? &*clauses : nullptr;
+  const auto lemmas_of = [&](const AtomPlaces& places, Mode mode) {
+    return LemmaInterpolants(terms_, mapper_, lemmas_, proofs, places,
+                             {mode, task.cuts, task.raw});
+  };
+  const AtomPlaces forwards = places_of(refutation, task, Order::FORWARDS);
+  LemmaInterpolants forwards_lemmas = lemmas_of(forwards, task.mode);
+  const auto read = [&](Strength strength) {
+    if (strength != Strength::WEAK)
+      return reading.interpolants(strength, forwards, contracted, forwards_lemmas);
+    const AtomPlaces backwards = places_of(refutation, task, Order::BACKWARDS);
+    LemmaInterpolants lemmas = lemmas_of(backwards, exchanged(task.mode));
+    return reading.interpolants(strength, backwards, contracted, lemmas);
+  };
   std::optional<Interpolants> best;
   std::vector<Interpolants::Candidate> candidates;
   double seconds = 0;
   for (const Strength strength : strengths_to_try(task.strength, is_sequence)) {
-    Interpolants answer =
-        strength == Strength::WEAK
-            ? reading.interpolants(strength, places_of(refutation, task, Order::BACKWARDS),
-                                   contracted)
-            : reading.interpolants(strength, forwards, contracted);
+    Interpolants answer = read(strength);
     assert(has_shared_symbols_only(answer, forwards));
     candidates.push_back({answer.mode, answer.cuts, answer.size, strength});
     seconds += answer.engine_seconds;
@@ -194,6 +195,11 @@ Interpolants FormulaInterpolation::interpolants(const ClauseRefutation& refutati
   best->engine_seconds = seconds;
   best->candidates = std::move(candidates);
   return std::move(*best);
+}
+
+AtomPlaces FormulaInterpolation::places(const ClauseRefutation& refutation,
+                                        const FormulaTask& task) {
+  return places_of(refutation, task, Order::FORWARDS);
 }
 
 std::optional<std::string> FormulaInterpolation::fault(const ClauseRefutation& refutation,

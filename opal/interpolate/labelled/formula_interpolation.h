@@ -9,6 +9,7 @@
 
 #include "opal/base/limits.h"
 #include "opal/interpolate/interpolation.h"
+#include "opal/interpolate/labelled/atom_places.h"
 #include "opal/interpolate/strength.h"
 #include "opal/linear/mapper.h"
 #include "opal/proofs/resolution/clause_refutation.h"
@@ -62,6 +63,10 @@ class FormulaInterpolation {
   /// opal::Exception for an impossible proof, LimitReached at a limit.
   Interpolants interpolants(const resolution::ClauseRefutation& refutation,
                             const FormulaTask& task);
+
+  /// Where the variables of a refutation lie for a task, in the order of its groups.
+  [[nodiscard]] static AtomPlaces places(const resolution::ClauseRefutation& refutation,
+                                         const FormulaTask& task);
 
   /// Has the checkers look at a refutation and at the places that its atoms have for the
   /// task: what is wrong, or nothing.

@@ -5,8 +5,11 @@
 #include <set>
 
 #include "opal/arith/solver.h"
+#include "opal/interfaces/la_proof.h"
+#include "opal/interfaces/rule_cast.h"
 #include "opal/interpolate/labelled/formula_interpolation.h"
 #include "opal/linear/literals.h"
+#include "opal/proofs/branch_steps.h"
 #include "opal/proofs/farkas.h"
 #include "opal/terms/print/printer.h"
 
@@ -76,7 +79,20 @@ std::string LemmaInterpolants::colours(const std::vector<int>& constraints,
   return result;
 }
 
+// Of one combination the sum is one inequality, and so is the dual; a conjunction is no
+// smaller.
+Mode LemmaInterpolants::mode_for(proof::Proof& proof) const {
+  const bool is_sum = la::as<la::LaNeq>(&proof) == nullptr && is_rational(proof);
+  return style_.mode == Mode::AUTO && is_sum ? Mode::SUM : style_.mode;
+}
+
 void LemmaInterpolants::prepare(NodeIndex lemma, const std::vector<std::size_t>& roots) {
+  if (std::all_of(roots.begin(), roots.end(), [&](std::size_t root) {
+        return answers_.count({lemma, root}) != 0;
+      }))
+    return;
+  // Other partitions' answers may be of another mode.
+  answers_.erase(answers_.lower_bound({lemma, 0}), answers_.lower_bound({lemma + 1, 0}));
   proof::Proof* const proof = proofs_.proof(lemma);
   std::vector<int> constraints = proof_constraints(*proof);
   constraints.erase(
@@ -102,7 +118,7 @@ void LemmaInterpolants::prepare(NodeIndex lemma, const std::vector<std::size_t>&
       answers_[{lemma, root}] = has_B ? terms_.true_term() : terms_.false_term();
   }
   if (alike.empty()) return;
-  const InterpolationTask task{groups, {}, style_.mode, style_.cuts, style_.raw};
+  const InterpolationTask task{groups, {}, mode_for(*proof), style_.cuts, style_.raw};
   std::vector<std::size_t> engine_roots;
   for (const auto& entry : alike)
     engine_roots.push_back(entry.second.front());

@@ -71,7 +71,8 @@ class LemmaInterpolants {
   /// when one of them has no place.
   [[nodiscard]] std::shared_ptr<const Grouping> grouping(resolution::NodeIndex lemma) const;
   /// Computes what `interpolant` answers for a lemma in the partitions of `roots`, in one
-  /// mode and style. Throws what Interpolation::interpolants() throws, and NotInterpolated.
+  /// mode and style, unless all of it is known. Throws what Interpolation::interpolants()
+  /// throws, and NotInterpolated.
   void prepare(resolution::NodeIndex lemma, const std::vector<std::size_t>& roots);
   [[nodiscard]] const Term_* interpolant(resolution::NodeIndex lemma,
                                          std::size_t root) const;
@@ -80,9 +81,11 @@ class LemmaInterpolants {
   [[nodiscard]] Mode mode() const;
   [[nodiscard]] Cuts cuts() const;
   [[nodiscard]] CutsReason cuts_reason() const { return cuts_reason_; }
-  [[nodiscard]] double engine_seconds() const { return engine_seconds_; }
+  /// What the engine took since the last call.
+  [[nodiscard]] double take_engine_seconds() { return std::exchange(engine_seconds_, 0); }
 
  private:
+  [[nodiscard]] Mode mode_for(proof::Proof& proof) const;
   std::string colours(const std::vector<int>& constraints, const Grouping& grouping,
                       std::size_t root) const;
   void note(const Interpolants& answer);
