@@ -45,6 +45,7 @@ ExternalProof* ExternalProofs::get_term_proof(const Term_* term) {
         constants.push_back(it->second);
   }
   leaf = &nodes_.emplace_back(nodes_.size() + 1, term, std::move(constants));
+  assert(leaf->is_leaf() && leaf->term() == term);
   return leaf;
 }
 

@@ -66,8 +66,7 @@ class NamedNodes {
       else
         number = number > 1 && is_worth_a_name(*p) ? ++count_ : 0;
     }
-    assert(!nodes_.empty() && nodes_.back() == &root && number_of_root() == 0);
-    assert(count_ <= nodes_.size());
+    assert(!nodes_.empty() && nodes_.back() == &root && count_ <= nodes_.size());
   }
 
   [[nodiscard]] const std::vector<const ExternalProof*>& nodes() const { return nodes_; }
@@ -79,11 +78,6 @@ class NamedNodes {
   [[nodiscard]] std::uint64_t count() const { return count_; }
 
  private:
-  // The root occurs in no other node.
-  [[maybe_unused, nodiscard]] std::uint64_t number_of_root() const {
-    return numbers_.back();
-  }
-
   std::vector<const ExternalProof*> nodes_;
   std::vector<std::uint64_t> numbers_;  // by id
   std::uint64_t count_ = 0;
@@ -113,6 +107,7 @@ class ExpressionWriter {
       : out_(out), named_(named), real_(real), prefix_(unused_prefix(named)) {}
 
   void write_name(const ExternalProof& p) {
+    assert(1 <= named_.number(p) && named_.number(p) <= named_.count());
     if (p.constant() != nullptr)
       out_ << symbol_text(Terms::symbol_of(p.constant()).name);
     else
@@ -228,6 +223,7 @@ class JsonWriter {
 
   // `ids` are those of the nodes, 0 for a leaf that is none.
   void write_step(const ExternalProof& p, const std::vector<std::uint64_t>& ids) {
+    assert(!p.is_leaf() && ids[p.id()] > 0);
     out_ << "\"rule\": ";
     write_string(out_, p.rule());
     out_ << ", \"children\": [";
