@@ -81,9 +81,14 @@ class Answers:
         return "crashed" if self.done.status not in (0, 1) else None
 
     def refusal(self):
-        """The first error that is about what the script states, not about a question."""
-        return next((self.said(c) for c in self.commands if self.said(c) is not None
-                     and not c.name().startswith(("get-", "set-"))), None)
+        """The first error that is about what the script states, not about a question, unless
+        that one ended the run before its last check."""
+        errors = [(c, self.said(c)) for c in self.commands if self.said(c) is not None]
+        about_statements = [text for c, text in errors if not c.name().startswith(
+            ("get-", "set-option", "set-info"))]
+        if not about_statements and None in self.verdicts():
+            about_statements = [text for _, text in errors]
+        return about_statements[0] if about_statements else None
 
     def verdicts(self):
         """Of each check; None where there is none."""
