@@ -321,9 +321,10 @@ def query(rng, problem):
     """A way to ask for interpolants that the tool does not refuse."""
     modes = [*(MODES[:2] if problem.tree else MODES), "auto"]
     cuts = ["floor", "auto"] + ["modular"] * (problem.groups == 2)
+    strengths = [s for s in STRENGTHS if s != "weak" or not problem.tree]
     order = "G1 G0" if problem.groups == 2 and rng.random() < 0.4 else ""
     return (rng.choice(modes), None if problem.rational() else rng.choice(cuts),
-            rng.choice(STRENGTHS), order)
+            rng.choice(strengths), order)
 
 
 FAMILIES = {
