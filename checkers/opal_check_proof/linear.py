@@ -24,14 +24,14 @@ class Term:
 
 
 class Variable(Term):
-    """A declared constant, or the floor of `argument`, a form and a constant. One object for
-    each."""
+    """A declared constant, the floor of `argument`, a form and a constant, or a choice, whose
+    `cases` are a formula's literal and what it is then and else. One object for each."""
 
-    __slots__ = ("name", "index", "argument")
+    __slots__ = ("name", "index", "argument", "cases")
 
     def __init__(self, name, is_int, index, argument=None):
         super().__init__(None, 0, is_int)
-        self.name, self.index, self.argument = name, index, argument
+        self.name, self.index, self.argument, self.cases = name, index, argument, None
 
 
 INDEX = attrgetter("index")
@@ -42,7 +42,8 @@ def scaled(factor, term):
     if factor == 1:
         return term
     if term.parts == ():
-        return Term((), exact(factor * term.constant), term.is_int)
+        return Term((), exact(factor * term.constant),
+                    term.is_int and factor.denominator == 1)
     return Term(((factor, term),), 0, term.is_int and factor.denominator == 1)
 
 
@@ -259,6 +260,7 @@ class Variables:
         if key not in self._choices:
             variable = self._choices[key] = Variable(f"choice{len(self._choices)}", is_int,
                                                      self._count())
+            variable.cases = literal, yes, no
             for negation, (form, constant) in zip((1, 0), forms):
                 equality = dict(form)
                 add_scaled(equality, -1, {variable: 1})

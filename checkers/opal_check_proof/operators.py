@@ -20,7 +20,7 @@ def apply(variables, head, values):
             raise ValueError("expected formulas")
         return CONNECTIVES[head](values)
     if head in ("=", "distinct", "<=", "<", ">=", ">"):
-        return relation_chain(head, values)
+        return relation_chain(variables, head, values)
     if head in ARITHMETIC:
         return ARITHMETIC[head](values)
     if head in ROUNDING:
@@ -39,9 +39,35 @@ def choice(variables, condition, yes, no):
                             junction("or", [condition, no])])
 
 
-def relation_chain(relation, values):
+def add_cases(formulas, relation, a, b):
+    """Notes what a relation to a choice is in either case: x = ite(c, s, t) is x = s when c
+    holds, else x = t."""
+    stack = [(a, b)]
+    while stack:
+        sides = stack.pop()
+        chosen = [getattr(side, "cases", None) for side in sides]
+        if (chosen[0] is None) == (chosen[1] is None):
+            continue
+        left = chosen[1] is None
+        condition, *branches = chosen[0 if left else 1]
+        whole = formulas.literal(related(relation, *sides))
+        for guard, branch in zip((condition ^ 1, condition), branches):
+            pair = (branch, sides[1]) if left else (sides[0], branch)
+            case = formulas.literal(related(relation, *pair))
+            formulas.valid.add(formulas.disjunction(
+                guard, formulas.disjunction(whole ^ 1, case)))
+            formulas.valid.add(formulas.disjunction(
+                guard, formulas.disjunction(whole, case ^ 1)))
+            stack.append(pair)
+
+
+def relation_chain(variables, relation, values):
     if len(values) < 2 or len({is_formula(v) for v in values}) > 1:
         raise ValueError("expected two or more terms or formulas")
+    if not is_formula(values[0]):
+        for i, b in enumerate(values):
+            for a in values[:i] if relation == "distinct" else values[max(i - 1, 0):i]:
+                add_cases(variables.formulas, "!=" if relation == "distinct" else relation, a, b)
     if relation == "distinct":
         return junction("and", [related("!=", values[j], values[i])
                                 for i in range(1, len(values)) for j in range(i)])

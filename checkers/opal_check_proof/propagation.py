@@ -194,9 +194,17 @@ class Propagation:
             self.assign(open_operands[0] ^ 1)
 
     def look_at_equivalence(self, whole, a, b):
-        """Of the two formulas and their equivalence, two say what the third is."""
-        for x, y, z in ((a, b, whole), (a, whole, b), (b, whole, a)):
-            for sign in (0, 1):
-                for other in (0, 1):
-                    if self.holds(x ^ sign) and self.holds(y ^ other):
-                        self.assign(z ^ sign ^ other)
+        """Of the two formulas and their equivalence, two say what the third is: an even
+        number of the three is false."""
+        open_literals, is_odd = [], 0
+        for literal in (whole, a, b):
+            if self.holds(literal ^ 1):
+                is_odd ^= 1
+            elif not self.holds(literal):
+                open_literals.append(literal)
+                if len(open_literals) > 1:
+                    return
+        if open_literals:
+            self.assign(open_literals[0] ^ is_odd)
+        elif is_odd:
+            raise Conflict()

@@ -35,9 +35,13 @@ class EqualityProver {
         mapper_(mapper),
         atoms_(atoms),
         equality_(equality),
-        disequality_(mapper.exact_constraint(equality, /*negated=*/true)),
+        disequality_(mapper.exact_constraint(TheoryLit(equality, /*negated=*/true))),
         solver_(mapper, limits),
-        simplex_(mapper, limits) {}
+        simplex_(mapper, limits) {
+    assert(Terms::kind_of(equality) == Kind::EQ);
+    assert(Terms::sort_of(equality->arg(0)) != Sort::BOOL);
+    assert(mapper.constraint_term(disequality_).kind == la::LinearTerm::NEQ);
+  }
 
   std::variant<EqualityProof, EqualityModel> prove() {
     assert_atoms();
@@ -70,25 +74,32 @@ class EqualityProver {
     throw NotSplit("the solver gives up on the groups (incomplete)");
   }
 
-  // Of the equality's strict side -1 or 1; with multiplier 1 on the disequality.
+  // The refutation of a < b (side -1) or a > b (side 1) by the atoms, with the multiplier 1
+  // on the disequality; nothing where they allow that side over the rationals.
   std::optional<FarkasCombination> refutation(int side) {
+    assert(side == -1 || side == 1);
     const la::LinearTerm& difference = mapper_.constraint_term(disequality_);
     if (!difference.vars.has_vars()) {
       if (difference.constant.sign() == -side) return std::nullopt;
       return FarkasCombination{{disequality_, side, QNumber(1)}};
     }
     const std::size_t height = simplex_.size();
+    assert(height <= atoms_.size());
     simplex_.add(disequality_, side);
     std::optional<FarkasCombination> result = simplex_.check();
     simplex_.retract(height);
     if (result) make_single(*result, side);
+    assert(simplex_.size() == height);
     return result;
   }
 
+  // Scales a refutation so that the disequality, which may stand in several leaves, is one
+  // leaf with the multiplier 1.
   void make_single(FarkasCombination& leaves, int side) const {
     QNumber total;
     FarkasCombination others;
     for (FarkasLeaf& leaf : leaves) {
+      assert(leaf.is_normal());
       if (leaf.constraint_id == disequality_)
         total += leaf.multiplier;
       else

@@ -1,10 +1,10 @@
 #ifndef OPAL_ARITH_EQUALITY_PROOF_H
 #define OPAL_ARITH_EQUALITY_PROOF_H
 
-#include <stdexcept>
 #include <variant>
 #include <vector>
 
+#include "opal/base/error.h"
 #include "opal/base/limits.h"
 #include "opal/linear/mapper.h"
 #include "opal/proofs/farkas.h"
@@ -13,9 +13,9 @@
 namespace opal::host {
 
 /// An equality that cannot be proved or split; what() says why.
-class NotSplit : public std::runtime_error {
+class NotSplit : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 /// Why a = b: the refutations of a < b and of a > b. In each the constraint `disequality`,

@@ -13,8 +13,10 @@
 #include "opal/arith/rational/simplex.h"
 #include "opal/proofs/farkas.h"
 
-// Constraints with variables other than disequalities go to a decider, as far as they are
-// convex. Disequalities come last:
+// Conjunctions of linear constraints.
+//
+// Constraints without variables hold or fail at once. Of the others the convex ones, which
+// are all but disequalities, go to a decider. Disequalities come last:
 //
 // Let C be the convex constraints, and d a disequality that the model at hand violates. One
 // of its strict halves is added to C, whichever is consistent, and the search goes on.
@@ -40,6 +42,7 @@ namespace {
 
 // Whether a constraint without variables, 0 <relation> constant, holds.
 bool trivially_holds(const LinearTerm& term) {
+  assert(!term.vars.has_vars());
   const int sign = term.constant.sign();
   switch (term.kind) {
     case LinearTerm::LT: return sign > 0;
@@ -115,12 +118,20 @@ class Solver::Impl {
     keep_asserted();
     if (search_) search_->constraints.clear();
   }
+  // The deciders hold some of the asserted constraints from the first on, and nothing else.
   void keep_asserted() {
     if (!search_) return;
     DifferenceGraph& graph = search_->graph;
     host::Simplex& simplex = search_->simplex;
     graph.retract(std::min(graph.size(), convex_.size()));
     simplex.retract(std::min(simplex.size(), convex_.size()));
+    assert(graph.size() <= convex_.size() && simplex.size() <= convex_.size());
+  }
+  // The counts fit the lists; for assertions.
+  [[maybe_unused, nodiscard]] bool is_normal() const {
+    const std::size_t with_variables = convex_.size() + disequalities_.size();
+    return differences_ <= with_variables && with_integers_ <= with_variables &&
+           with_reals_ <= with_variables && with_integers_ + with_reals_ >= with_variables;
   }
   [[nodiscard]] Decider& choose_decider();
   std::optional<Refutation> refute_convex(Decider& decider);
@@ -138,9 +149,11 @@ class Solver::Impl {
   std::vector<int> convex_;         // asserted constraints with variables, no NEQ
   std::vector<int> disequalities_;  // asserted disequalities with variables
   std::vector<int> trivial_;        // asserted constraints without variables that fail
-  std::size_t differences_ = 0;     // how many of the first two are differences
-  std::size_t with_integers_ = 0;   // how many of them have an integer variable
-  std::size_t with_reals_ = 0;      // how many of them have a real variable
+  // Of convex_ and disequalities_ together: how many are differences, have an integer
+  // variable, have a real variable.
+  std::size_t differences_ = 0;
+  std::size_t with_integers_ = 0;
+  std::size_t with_reals_ = 0;
   std::vector<Counts> levels_;
   std::unique_ptr<Search> search_;  // null after memory ran out in it, until the next check
 
@@ -160,12 +173,15 @@ void Solver::Impl::pop() {
 }
 
 void Solver::Impl::restore(const Counts& counts) {
+  assert(counts.convex <= convex_.size() && counts.trivial <= trivial_.size());
+  assert(counts.disequalities <= disequalities_.size());
   convex_.resize(counts.convex);
   disequalities_.resize(counts.disequalities);
   trivial_.resize(counts.trivial);
   differences_ = counts.differences;
   with_integers_ = counts.with_integers;
   with_reals_ = counts.with_reals;
+  assert(is_normal());
   keep_asserted();
 }
 
@@ -198,6 +214,7 @@ void Solver::Impl::count(const LinearTerm& term) {
   bool real = false;
   for (const auto& pair : term.vars.coeffs())
     (mapper_.is_integer(pair.first) ? integer : real) = true;
+  assert(integer || real);
   if (integer) ++with_integers_;
   if (real) ++with_reals_;
 }
@@ -217,6 +234,7 @@ Decider& Solver::Impl::choose_decider() {
 
 Solver::Verdict Solver::Impl::check() {
   forget();
+  assert(is_normal());
   if (!search_) search_ = std::make_unique<Search>(mapper_, limits_);
   ++statistics.checks;
   Decider& decider = choose_decider();
@@ -235,6 +253,8 @@ Solver::Verdict Solver::Impl::check() {
     forget();
     throw;
   }
+  assert((verdict == Verdict::SAT) == (decider_ != nullptr));
+  assert((verdict == Verdict::UNSAT) == (refutation_.has_value() || integer_refutation_));
   statistics.pivots = search_->simplex.pivots();
   statistics.relaxations = search_->graph.relaxations();
   statistics.rows = search_->simplex.rows();
@@ -259,12 +279,14 @@ Solver::Verdict Solver::Impl::decide_integers(Decider& decider) {
     case host::IntegerSearch::Verdict::UNSAT: break;
   }
   integer_refutation_ = search_->integers.take_refutation();
+  assert(integer_refutation_);
   return Verdict::UNSAT;
 }
 
 std::optional<Solver::Impl::Refutation> Solver::Impl::refute_convex(Decider& decider) {
   if (!trivial_.empty())
     return trivial_refutation(trivial_[0], mapper_.constraint_term(trivial_[0]));
+  assert(decider.size() <= convex_.size());
   while (decider.size() < convex_.size()) {
     limits_.poll();
     decider.add(convex_[decider.size()], 0);
@@ -275,6 +297,7 @@ std::optional<Solver::Impl::Refutation> Solver::Impl::refute_convex(Decider& dec
 }
 
 Solver::Impl::Refutation Solver::Impl::trivial_refutation(int id, const LinearTerm& term) {
+  assert(!trivially_holds(term));
   const QNumber one(1);
   if (term.kind == LinearTerm::NEQ) return {id, {{id, -1, one}}, {{id, 1, one}}};
   if (term.kind != LinearTerm::EQ) return {std::nullopt, {{id, 0, one}}, {}};
@@ -300,6 +323,7 @@ std::optional<Solver::Impl::Refutation> Solver::Impl::separate(Decider& decider)
 
 // The half is inconsistent with the convex constraints alone.
 FarkasCombination Solver::Impl::refute_half(Decider& decider, int id, int side) {
+  assert(mapper_.constraint_term(id).kind == LinearTerm::NEQ && (side == -1 || side == 1));
   decider.retract(convex_.size());
   return host::refute_half(decider, id, side);
 }
@@ -314,6 +338,7 @@ void Solver::Impl::choose_epsilon() {
       narrow_epsilon(id);
     }
   }
+  assert(epsilon_.sign() > 0 && epsilon_ <= QNumber(1));
 }
 
 void Solver::Impl::narrow_epsilon(int id) {
@@ -323,13 +348,16 @@ void Solver::Impl::narrow_epsilon(int id) {
   if (sum.strict.is_zero() || gap.sign() != sum.strict.sign()) return;
   // The sum is the constant at gap / strict.
   const QNumber limit = gap / sum.strict;
+  assert(limit.sign() > 0);
   if (epsilon_ < limit) return;
   epsilon_ = (limit.inv().floor() + QNumber(1)).inv();
+  assert(epsilon_.sign() > 0 && epsilon_ < limit);
 }
 
 ProofRef Solver::Impl::refutation() const {
   if (integer_refutation_) return integer_refutation_;
   assert(refutation_);
+  assert(search_ != nullptr);
   ProofRef first = host::farkas_proof(search_->constraints, refutation_->first);
   if (!refutation_->disequality) return first;
   return host::disequality_proof(

@@ -23,9 +23,9 @@ namespace opal::host {
 ///       index.insert(hash_of(name), names.size());
 ///     }
 ///
-/// Open addressing with linear probing. Invariants: slots_.size() is 0 or a power of two,
-/// at least twice the number of occupied slots; a slot with number 0 is empty, and no empty
-/// slot lies between an occupied one and the slot that its hash names.
+/// Open addressing with linear probing. Invariant (is_normal): slots_.size() is 0 or a
+/// power of two, at least twice the number of occupied slots; a slot with number 0 is
+/// empty, and no empty slot lies between an occupied one and the slot that its hash names.
 class HashIndex {
  public:
   using Number = std::uint32_t;
@@ -44,22 +44,24 @@ class HashIndex {
   void make_room() {
     if (2 * (occupied_ + 1) > slots_.size()) grow();
   }
-  /// Enters a number, which is not there; there is room for it.
+  /// Enters a number, which is not there yet; make_room() was called for it.
   void insert(std::uint32_t hash, std::size_t number) {
     assert(2 * (occupied_ + 1) <= slots_.size());
     assert(0 < number && number <= UINT32_MAX);
+    assert(find(hash, [&](Number n) { return n == number; }) == 0);
     slots_[empty_slot(hash)] = {hash, static_cast<Number>(number)};
     ++occupied_;
   }
   /// Removes a number, which is there.
   void erase(std::uint32_t hash, std::size_t number) {
+    assert(occupied_ > 0);
     std::size_t hole = hash & mask();
     while (slots_[hole].number != number) {
       assert(slots_[hole].number != 0);
       hole = next(hole);
     }
     --occupied_;
-    // What follows without a gap moves up, unless it would pass the slot of its hash.
+    // The entries that follow without a gap move up, but none before the slot of its hash.
     for (std::size_t i = next(hole); slots_[i].number != 0; i = next(i)) {
       const std::size_t home = slots_[i].hash & mask();
       if (((i - home) & mask()) < ((i - hole) & mask())) continue;
@@ -75,13 +77,30 @@ class HashIndex {
 
   [[nodiscard]] std::size_t size() const { return occupied_; }
 
+  /// The class invariant, for assertions. Time linear in the number of slots.
+  [[nodiscard]] bool is_normal() const {
+    if (slots_.empty()) return occupied_ == 0;
+    if ((slots_.size() & mask()) != 0 || 2 * occupied_ > slots_.size()) return false;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+      if (slots_[i].number == 0) continue;
+      ++count;
+      for (std::size_t at = slots_[i].hash & mask(); at != i; at = next(at))
+        if (slots_[at].number == 0) return false;
+    }
+    return count == occupied_;
+  }
+
  private:
   struct Slot {
     std::uint32_t hash = 0;
     Number number = 0;
   };
 
-  [[nodiscard]] std::size_t mask() const { return slots_.size() - 1; }
+  [[nodiscard]] std::size_t mask() const {
+    assert(!slots_.empty() && (slots_.size() & (slots_.size() - 1)) == 0);
+    return slots_.size() - 1;
+  }
   [[nodiscard]] std::size_t next(std::size_t i) const { return (i + 1) & mask(); }
   [[nodiscard]] std::size_t empty_slot(std::uint32_t hash) const {
     std::size_t i = hash & mask();
@@ -94,6 +113,7 @@ class HashIndex {
     old.swap(slots_);
     for (const Slot& slot : old)
       if (slot.number != 0) slots_[empty_slot(slot.hash)] = slot;
+    assert(is_normal());
   }
 
   std::vector<Slot> slots_;

@@ -1,8 +1,17 @@
+// Limits of time and memory, by looking.
+//
+// Nothing runs beside the computation: it calls poll() in its loops, and poll() throws. A
+// look costs a reading of the clock, and one at the memory the reading of a small file; so
+// the former is done in every 16th poll only, and the latter every MEMORY_INTERVAL at most.
+// Between two looks a process may pass its limit of memory by what it can allocate in that
+// time; allocations that are large by themselves are announced by expect_bytes().
+
 #include "opal/base/limits.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cstdlib>
 
 namespace opal::host {
@@ -18,11 +27,14 @@ std::size_t resident_bytes() {
   const ssize_t size = read(file, text, sizeof text - 1);
   close(file);
   if (size <= 0) return 0;
+  assert(static_cast<std::size_t>(size) < sizeof text);
   text[size] = '\0';
   char* resident = nullptr;
   std::strtoul(text, &resident, 10);
-  return std::strtoul(resident, nullptr, 10) *
-         static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  assert(resident != nullptr);
+  const long page = sysconf(_SC_PAGESIZE);
+  assert(page > 0);
+  return std::strtoul(resident, nullptr, 10) * static_cast<std::size_t>(page);
 }
 
 }  // namespace
@@ -34,6 +46,7 @@ void Limits::look_around() {
   if (memory_ == 0 || now < next_look_at_memory_) return;
   expect_bytes(0);
   next_look_at_memory_ = now + MEMORY_INTERVAL;
+  assert(next_look_at_memory_ > now);
 }
 
 void Limits::expect_bytes(std::size_t bytes) const {

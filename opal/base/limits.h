@@ -5,16 +5,17 @@
 #include <chrono>
 #include <cstddef>
 #include <optional>
-#include <stdexcept>
 #include <string>
+
+#include "opal/base/error.h"
 
 namespace opal::host {
 
 /// A limit ended a computation. what() is "timeout", "memout" or "interrupted", the text
 /// that answers (get-info :reason-unknown).
-class LimitReached : public std::runtime_error {
+class LimitReached : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 /// The limits of a session. Long computations call poll() in their loops.

@@ -1,3 +1,13 @@
+// Remainders, inverses and residue classes of exact integers.
+//
+//     remainder(-7, 5) = 3         balanced_remainder(3, 5) = -2
+//     inverse_modulo(3, 7) = 5     since 3*5 = 15 = 2*7 + 1
+//     common_class(1 mod 4, 3 mod 6) = 9 mod 12
+//
+// Two residue classes meet in a class again, or not at all (the Chinese remainder theorem
+// for moduli with a common divisor). Cost: inverses and common classes take a number of
+// divisions that is linear in the length of the numbers, by Euclid's algorithm.
+
 #include "opal/base/modular_arithmetic.h"
 
 #include <cassert>
@@ -7,7 +17,9 @@ namespace opal::host {
 
 QNumber remainder(const QNumber& a, const QNumber& m) {
   assert(m.sign() > 0 && m.is_integer());
-  return a - m * (a / m).floor();
+  QNumber r = a - m * (a / m).floor();
+  assert(r.sign() >= 0 && r < m);
+  return r;
 }
 
 QNumber balanced_remainder(const QNumber& a, const QNumber& m) {
@@ -19,14 +31,17 @@ QNumber balanced_remainder(const QNumber& a, const QNumber& m) {
 QNumber inverse_modulo(const QNumber& a, const QNumber& m) {
   QNumber r0 = m, r1 = remainder(a, m);
   QNumber s0, s1(1);
+  assert(a.is_integer());
   while (!r1.is_zero()) {
+    assert(r1.sign() > 0 && r1 < r0);
     const QNumber q = (r0 / r1).floor();
     r0 -= q * r1;
     s0 -= q * s1;
     std::swap(r0, r1);
     std::swap(s0, s1);
   }
-  assert(r0 == QNumber(1));
+  assert(r0 == QNumber(1));  // a and m are coprime
+  assert(((s0 * a - r0) / m).is_integer());
   return remainder(s0, m);
 }
 
@@ -36,6 +51,7 @@ bool ResidueClass::is_normal() const {
 }
 
 bool ResidueClass::contains(const QNumber& x) const {
+  assert(is_normal());
   return ((x - residue) / modulus).is_integer();
 }
 
@@ -54,6 +70,7 @@ std::optional<ResidueClass> common_class(const ResidueClass& a, const ResidueCla
   const QNumber k = remainder(difference / g * inverse_modulo(a.modulus / g, n), n);
   ResidueClass result{a.residue + a.modulus * k, a.modulus * n};
   assert(result.is_normal());
+  assert(a.contains(result) && b.contains(result));
   return result;
 }
 

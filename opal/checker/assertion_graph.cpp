@@ -35,6 +35,20 @@ bool is_connective(const Term_* t) {
   }
 }
 
+bool is_number_by_cases(const Term_* t) {
+  return Terms::kind_of(t) == Kind::ITE && !is_formula(t);
+}
+
+bool compares_numbers(const Term_* t) {
+  switch (Terms::kind_of(t)) {
+    case Kind::LEQ:
+    case Kind::LT:
+    case Kind::EQ:
+    case Kind::NEQ: return !is_formula(t->arg(0));
+    default: return false;
+  }
+}
+
 }  // namespace
 
 AssertionGraph::AssertionGraph(const resolution::ClauseRefutation& refutation,
@@ -54,13 +68,42 @@ AssertionGraph::AssertionGraph(const resolution::ClauseRefutation& refutation,
     roots.push_back(definition.term);
   }
   add_floors(clauses);
+  add_cases(roots);
   const SubTerms order(roots);
   for (const Term_* t : order)
     replaced(t);
   for (const Term_* t : order)
     add_vertex(t);
+  for (const auto& [comparison, cases] : cases_)
+    parents_[vertices_.at(cases)].push_back(vertices_.at(comparison));
   is_false_ = !set(vertices_.at(formula), Value::TRUE) || !propagate();
   changed_.clear();
+}
+
+// A comparison with a number by cases is one by cases too: x <= ite(c, s, t) is true when c
+// and x <= s are, or when c is not and x <= t is. Appends these to the terms.
+void AssertionGraph::add_cases(std::vector<const Term_*>& terms) {
+  const BuildingFlagScope as_written(terms_, 0);
+  std::vector<const Term_*> open;
+  for (const Term_* t : SubTerms(terms))
+    if (compares_numbers(t)) open.push_back(t);
+  while (!open.empty()) {
+    const Term_* const t = open.back();
+    open.pop_back();
+    const bool on_left = is_number_by_cases(t->arg(0));
+    if (on_left == is_number_by_cases(t->arg(1)) || cases_.count(t) != 0) continue;
+    const Term_* const choice = t->arg(on_left ? 0 : 1);
+    const auto compared = [&](const Term_* value) {
+      std::vector<const Term_*> sides(t->begin(), t->end());
+      sides[on_left ? 0 : 1] = value;
+      open.push_back(terms_.make_term(t->symbol(), sides));
+      return open.back();
+    };
+    const Term_* const then = compared(choice->arg(1));
+    const Term_* const otherwise = compared(choice->arg(2));
+    cases_.emplace(t, terms_.make_ite(choice->arg(0), then, otherwise));
+    terms.push_back(cases_.at(t));
+  }
 }
 
 void AssertionGraph::add_floors(const std::vector<LiteralSpan>& clauses) {
@@ -216,9 +259,11 @@ bool AssertionGraph::update(Vertex parent) {
 AssertionGraph::Value AssertionGraph::evaluate(Vertex v) const {
   if (!atoms_[v].empty()) {
     const Value value = values_[of_key_[atoms_[v].front().key]];
-    return atoms_[v].front().negated ? negation(value) : value;
+    if (value != Value::UNKNOWN) return atoms_[v].front().negated ? negation(value) : value;
   }
   const Term_* const t = terms_of_[v];
+  if (const auto cases = cases_.find(t); cases != cases_.end())
+    return values_[vertices_.at(cases->second)];
   const auto value = [&](std::size_t i) { return values_[vertices_.at(t->arg(i))]; };
   switch (Terms::kind_of(t)) {
     case Kind::NOT: return negation(value(0));

@@ -37,6 +37,7 @@ class AssertionGraph {
   static Value negation(Value v) { return static_cast<Value>(-static_cast<int>(v)); }
 
   // --- making
+  void add_cases(std::vector<const Term_*>& terms);
   void add_floors(const std::vector<resolution::LiteralSpan>& clauses);
   void add_vertex(const Term_* t);
   void link_atom(Vertex v, const KeyedAtom& atom);
@@ -60,6 +61,8 @@ class AssertionGraph {
   AtomKeys keys_;
   std::unordered_map<const Term_*, const Term_*> constants_;  // of numbers by cases
   std::unordered_map<const Term_*, const Term_*> replaced_;
+  std::unordered_map<const Term_*, const Term_*>
+      cases_;                                          // of comparisons with such numbers
   std::vector<const Term_*> floors_;                   // in the clauses' atoms
   std::unordered_map<const Term_*, Vertex> vertices_;  // of terms
   std::vector<const Term_*> terms_of_;                 // by vertex; null for keys

@@ -26,6 +26,7 @@ ProofChecker::Run::Tree ProofChecker::Run::nodes_of(const proof::Proof* root) {
   std::vector<const proof::Proof*> stack{root};
   while (!stack.empty()) {
     const proof::Proof* const p = stack.back();
+    assert(tree.order.size() <= tree.parents.size());
     if (p == nullptr) refuse("LaZInternalBBProof: a branch is missing");
     const auto* node = la::as<laz::LaZInternalBBProof>(p);
     const bool is_new = tree.parents.emplace(p, 0).second;
@@ -39,6 +40,9 @@ ProofChecker::Run::Tree ProofChecker::Run::nodes_of(const proof::Proof* root) {
     stack.pop_back();
     if (is_new || open.erase(p) != 0) tree.order.push_back(p);
   }
+  // Each node is listed once, after what stands below it.
+  assert(open.empty() && tree.order.size() == tree.parents.size());
+  assert(tree.order.back() == root);
   for (const proof::Proof* p : tree.order)
     if (const auto* node = la::as<laz::LaZInternalBBProof>(p)) {
       ++tree.parents[node->left];
@@ -52,7 +56,7 @@ void ProofChecker::Run::tree(const laz::LaZInternalBBProof& root) {
   std::unordered_map<const proof::Proof*, BranchIds> used;
   const auto take = [&](const proof::Proof* child) {
     const auto it = used.find(child);
-    assert(it != used.end());
+    assert(it != used.end() && tree.parents[child] > 0);
     if (--tree.parents[child] > 0) return it->second;
     BranchIds ids = std::move(it->second);
     used.erase(it);
@@ -69,9 +73,11 @@ void ProofChecker::Run::tree(const laz::LaZInternalBBProof& root) {
     BranchIds right = take(node->right);
     right.erase(node->right_id);
     if (left.size() < right.size()) left.swap(right);
+    assert(left.size() >= right.size());
     left.insert(right.begin(), right.end());
     used.emplace(p, std::move(left));
   }
+  assert(used.size() == 1);  // every other node has handed its set to its parents
   const BranchIds& at_root = used.at(&root);
   if (!at_root.empty())
     refuse("LaZInternalBBProof: the constraint of branch ", *at_root.begin(),

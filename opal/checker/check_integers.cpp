@@ -38,6 +38,7 @@ void check_integer_variables(const CheckedConstraint& constraint, const std::str
 }
 
 void check_premise(const CheckedConstraint& constraint, int id) {
+  assert(constraint.sum.is_normal());
   if (constraint.is_disequality()) refuse(at(CUT, id), "it is a disequality");
   if (constraint.is_strict()) refuse(at(CUT, id), "it is strict");
   check_integer_variables(constraint, at(CUT, id));
@@ -62,7 +63,8 @@ const ProofChecker::Run::Derived& ProofChecker::Run::cut(
   if (divisor.is_zero()) refuse(CUT, ": the combination has no variable");
   if (node.divisor != divisor)
     refuse(CUT, ": the divisor is ", node.divisor, ", the coefficients have ", divisor);
-  derived.sum.tighten(false);
+  derived.sum.tighten(CheckedSum::Relation::AT_LEAST_ZERO);
+  assert(derived.sum.content() == QNumber(1) && derived.sum.constant.is_integer());
   enter_cut_variable(node);
   return cuts_.emplace(&node, std::move(derived)).first->second;
 }
@@ -70,6 +72,7 @@ const ProofChecker::Run::Derived& ProofChecker::Run::cut(
 // The combination before it is rounded.
 ProofChecker::Run::Derived ProofChecker::Run::combined(
     const laz::LaZTighteningProof& node) const {
+  assert(!node.constraints.empty() && node.coeffs.size() + 1 == node.constraints.size());
   const int conclusion_id = node.constraints.back();
   CheckedConstraint conclusion = constraints_.any(conclusion_id, CUT);
   check_premise(conclusion, conclusion_id);
@@ -88,10 +91,12 @@ ProofChecker::Run::Derived ProofChecker::Run::combined(
     const QNumber weight = premise.is_equality()
                                ? QNumber(direction) * multiplier
                                : QNumber(premise.direction()) * abs(multiplier);
+    assert(!weight.is_zero());
     result.sum.add(weight, premise.sum);
     if (premise.of_branch) result.branches.push_back(id);
   }
-  assert(result.sum.has_integer_coefficients());
+  assert(result.sum.has_integer_coefficients() && result.sum.constant.is_integer());
+  assert(result.sum.first_real() == nullptr && result.sum.is_normal());
   return result;
 }
 
@@ -100,12 +105,14 @@ void ProofChecker::Run::enter_cut_variable(const laz::LaZTighteningProof& node) 
   if (var == mapper_.delta_var())
     refuse(CUT, ": its variable ", var, " is the strictness variable");
   const Term_* const term = mapper_.var_term(var);
+  assert(cut_variables_.size() == cuts_.size());
   if (term == nullptr) refuse(CUT, ": its variable ", var, " has no term");
   if (!cut_variables_.emplace(var, term).second)
     refuse(CUT, ": its variable ", var, " is that of another node, too");
 }
 
 void ProofChecker::Run::check_cut_variables() const {
+  assert(cut_variables_.size() == cuts_.size());
   if (cut_variables_.empty()) return;
   const std::unordered_set<const Term_*> variables = constraints_.variables();
   for (const auto& [var, term] : cut_variables_)
@@ -128,6 +135,7 @@ void ProofChecker::Run::equality_proof(const laz::LaZEqSubProof& node) const {
     if (node.coeffs[i].is_zero()) refuse(at(EQUALITIES, id), "its multiplier is zero");
     sum.add(node.coeffs[i], constraint.sum);
   }
+  assert(ids.size() == node.constraints.size() && sum.is_normal());
   if (!sum.has_integer_coefficients())
     refuse(EQUALITIES, ": a coefficient of the sum is no integer");
   if (sum.constant.is_integer())

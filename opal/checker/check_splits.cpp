@@ -11,6 +11,7 @@
 // A half is a contradiction, or leaves a constraint over shared symbols in a case.
 
 #include <array>
+#include <cassert>
 
 #include "opal/checker/checked_constraint.h"
 #include "opal/checker/proof_checker.h"
@@ -31,10 +32,14 @@ struct Leaf {
   const proof::Proof* node;
   const QNumber* multiplier;  // null for one
 
+  // Positive, as leaves() has checked.
   [[nodiscard]] const QNumber& factor() const {
     return multiplier != nullptr ? *multiplier : la::LaComb::one;
   }
 };
+
+enum class Case : std::uint8_t { FIRST, SECOND };
+enum class Side : std::uint8_t { A, B };
 
 class SplitCheck {
  public:
@@ -55,13 +60,13 @@ class SplitCheck {
   };
 
   [[nodiscard]] status colour_of(const Term_* t) const;
-  [[nodiscard]] bool is_of_B(const Term_* t) const;
+  [[nodiscard]] Side side_of(const Term_* t) const;
   [[nodiscard]] const la::LaNeq& case_split(const proof::Proof* root);
   [[nodiscard]] std::vector<Leaf> leaves(const proof::Proof* root) const;
   void check_exact() const;
-  void check_case(const proof::Proof* root, bool first) const;
+  void check_case(const proof::Proof* root, Case which) const;
   [[nodiscard]] CheckedConstraint hypothesis(const la::LaHyp& hyp) const;
-  [[nodiscard]] HalfCase half_case(const proof::Proof* root, bool of_B) const;
+  [[nodiscard]] HalfCase half_case(const proof::Proof* root, Side side) const;
   [[nodiscard]] int add_fake(const la::LaFakeHyp& fake, HalfCase& half) const;
   [[nodiscard]] CheckedSum sum_of(const la::Equation& e) const;
 
@@ -78,12 +83,12 @@ status SplitCheck::colour_of(const Term_* t) const {
   return colour != status::UNKNOWN ? colour : classifier_.classify(t, false);
 }
 
-bool SplitCheck::is_of_B(const Term_* t) const {
+Side SplitCheck::side_of(const Term_* t) const {
   const status colour = colour_of(t);
   const bool of_B = classifier_.is_B_colorable(colour);
   if (!of_B && !classifier_.is_A_colorable(colour))
     refuse(term_text(t), " is ", classifier_.to_str(colour));
-  return of_B;
+  return of_B ? Side::B : Side::A;
 }
 
 const la::LaNeq& SplitCheck::case_split(const proof::Proof* root) {
@@ -96,6 +101,7 @@ const la::LaNeq& SplitCheck::case_split(const proof::Proof* root) {
   const std::optional<CheckedSum> difference = checked_difference(lit_.atom());
   if (!difference) refuse(term_text(lit_.atom()), " is not linear");
   expected_ = *difference;
+  assert(expected_.is_normal());
   return *node;
 }
 
@@ -118,9 +124,11 @@ std::vector<Leaf> SplitCheck::leaves(const proof::Proof* root) const {
       stack.push_back({comb->premise2, comb->coeff2});
       stack.push_back({comb->premise1, comb->coeff1});
     } else {
+      assert(top.factor().sign() > 0);
       result.push_back(top);
     }
   }
+  assert(result.size() <= seen.size());
   return result;
 }
 
@@ -135,6 +143,7 @@ CheckedSum SplitCheck::sum_of(const la::Equation& e) const {
     if (!form) refuse(term_text(term), " is not linear");
     result.add(coefficient, *form);
   }
+  assert(result.is_normal());
   return result;
 }
 
@@ -142,6 +151,7 @@ void SplitCheck::check_exact() const {
   const LinearTerm term = mapper_.linear_term(id_);
   CheckedSum sum = sum_of(term.vars);
   sum.constant -= term.constant;
+  assert(!lit_.has_no_atom());
   std::optional<QNumber> ratio = expected_.ratio_to(sum);
   if (!ratio) {
     sum.scale(QNumber(-1));
@@ -159,8 +169,8 @@ void SplitCheck::to_be_split(const proof::Proof* root) {
   if (colour != status::AB_MIXED)
     refuse(term_text(lit_.atom()), " is ", classifier_.to_str(colour), ", not AB-mixed");
   check_exact();
-  check_case(node.case1, true);
-  check_case(node.case2, false);
+  check_case(node.case1, Case::FIRST);
+  check_case(node.case2, Case::SECOND);
 }
 
 CheckedConstraint SplitCheck::hypothesis(const la::LaHyp& hyp) const {
@@ -171,10 +181,12 @@ CheckedConstraint SplitCheck::hypothesis(const la::LaHyp& hyp) const {
   if (halves ? hyp.sign != -1 && hyp.sign != 1 : hyp.sign != 0)
     refuse("LaHyp on constraint ", hyp.constraint_id, ": it has the sign ", hyp.sign);
   result.sum.scale(QNumber(halves ? hyp.sign : result.direction()));
+  assert(result.sum.is_normal() && !result.of_branch);
   return result;
 }
 
-void SplitCheck::check_case(const proof::Proof* root, bool first) const {
+void SplitCheck::check_case(const proof::Proof* root, Case which) const {
+  const bool first = which == Case::FIRST;
   const std::string where = first ? "in the first case, " : "in the second case, ";
   const LinearTerm term = mapper_.linear_term(id_);
   CheckedSum sum;
@@ -185,7 +197,7 @@ void SplitCheck::check_case(const proof::Proof* root, bool first) const {
     if (hyp == nullptr) refuse(where, "a rule that cannot be split");
     if (hyp->constraint_id != id_) {
       const CheckedConstraint constraint = hypothesis(*hyp);
-      static_cast<void>(is_of_B(mapper_.constraint_lit(hyp->constraint_id).atom()));
+      static_cast<void>(side_of(mapper_.constraint_lit(hyp->constraint_id).atom()));
       sum.add(leaf.factor(), constraint.sum);
       strict = strict || constraint.is_strict();
       continue;
@@ -200,6 +212,7 @@ void SplitCheck::check_case(const proof::Proof* root, bool first) const {
     sum.add(QNumber(first ? -1 : 1), half);
   }
   if (uses == 0) refuse(where, "the disequality does not occur");
+  assert(uses == 1 && sum.is_normal());
   if (const Term_* variable = sum.first_variable())
     refuse(where, "the sum has ", term_text(variable), " left");
   if (sum.constant.sign() > 0)
@@ -228,7 +241,7 @@ int SplitCheck::add_fake(const la::LaFakeHyp& fake, HalfCase& half) const {
   refuse(at, ": it does not say what ", term_text(lit.atom()), " says");
 }
 
-SplitCheck::HalfCase SplitCheck::half_case(const proof::Proof* root, bool of_B) const {
+SplitCheck::HalfCase SplitCheck::half_case(const proof::Proof* root, Side side) const {
   HalfCase result;
   for (const Leaf& leaf : leaves(root)) {
     if (const auto* fake = la::as<la::LaFakeHyp>(leaf.node)) {
@@ -236,6 +249,7 @@ SplitCheck::HalfCase SplitCheck::half_case(const proof::Proof* root, bool of_B) 
       if (own && leaf.factor() != QNumber(1)) refuse("a multiplier on the equality");
       HalfCase scaled;
       const int direction = add_fake(*fake, scaled);
+      assert(direction == 1 || direction == -1);
       result.sum.add(leaf.factor(), scaled.sum);
       result.strict = result.strict || scaled.strict;
       if (own && std::exchange(result.direction, direction) != 0)
@@ -245,22 +259,24 @@ SplitCheck::HalfCase SplitCheck::half_case(const proof::Proof* root, bool of_B) 
     const auto* const hyp = la::as<la::LaHyp>(leaf.node);
     if (hyp == nullptr) refuse("a rule that cannot stand in a half");
     const CheckedConstraint constraint = hypothesis(*hyp);
-    if (is_of_B(mapper_.constraint_lit(hyp->constraint_id).atom()) != of_B)
+    if (side_of(mapper_.constraint_lit(hyp->constraint_id).atom()) != side)
       refuse("LaHyp on constraint ", hyp->constraint_id, ": it is of the other side");
     result.sum.add(leaf.factor(), constraint.sum);
     result.strict = result.strict || constraint.is_strict();
   }
   if (result.direction == 0) refuse("a case does not deny its equality");
+  assert(result.strict && result.sum.is_normal());  // an equality is denied strictly
   return result;
 }
 
 bool SplitCheck::half(const proof::Proof* root) {
   const la::LaNeq& node = case_split(root);
-  const bool of_B = is_of_B(lit_.atom());
-  const std::array<HalfCase, 2> cases{half_case(node.case1, of_B),
-                                      half_case(node.case2, of_B)};
+  const Side side = side_of(lit_.atom());
+  const std::array<HalfCase, 2> cases{half_case(node.case1, side),
+                                      half_case(node.case2, side)};
   if (cases[0].direction == cases[1].direction && expected_.first_variable() != nullptr)
     refuse("both cases deny the equality in the same direction");
+  assert(cases[0].direction != 0 && cases[1].direction != 0);
   bool alone = true;
   for (const HalfCase& c : cases) {
     const int sign = c.sum.constant.sign();

@@ -39,20 +39,30 @@ int kind_of_atom(const Term_* atom) {
   return -1;
 }
 
+// A relation that is not mirrored.
 bool is_inequality(int kind) { return kind == LinearTerm::LEQ || kind == LinearTerm::LT; }
+
+[[maybe_unused]] bool is_mirrored(int kind) {
+  return kind == LinearTerm::GEQ || kind == LinearTerm::GT;
+}
 
 // Whether `difference kind 0` says `handed_out other_kind 0`; no kind is mirrored.
 bool follows(const CheckedSum& difference, int kind, const CheckedSum& handed_out,
              int other_kind) {
+  assert(!is_mirrored(kind) && !is_mirrored(other_kind));
+  assert(difference.is_normal() && handed_out.is_normal());
   if (kind == other_kind && difference.ratio_to(handed_out)) return true;
   if (!is_inequality(kind) || !is_inequality(other_kind)) return false;
   if (difference.coefficients.empty() || difference.first_real() != nullptr) return false;
   CheckedSum rounded = difference;
   rounded.scale(QNumber(-1));
-  rounded.tighten(kind == LinearTerm::LT);
+  rounded.tighten(kind == LinearTerm::LT ? CheckedSum::Relation::ABOVE_ZERO
+                                         : CheckedSum::Relation::AT_LEAST_ZERO);
   rounded.scale(QNumber(-1));
+  assert(rounded.content() == QNumber(1) && rounded.constant.is_integer());
   const std::optional<QNumber> scale = rounded.coefficient_ratio_to(handed_out);
   if (!scale) return false;
+  assert(scale->sign() > 0);
   const QNumber greatest = *scale * rounded.constant;
   return other_kind == LinearTerm::LEQ ? handed_out.constant <= greatest
                                        : handed_out.constant < greatest;
@@ -71,6 +81,7 @@ bool is_numeral_of(const Term_* t, const QNumber& value) {
 bool is_engine_atom(const Term_* atom, const LinearTerm& branch,
                     la::ItpLinearTermMapper& mapper) {
   if (Terms::kind_of(atom) != Kind::LEQ) return false;
+  assert(branch.kind == LinearTerm::LEQ || branch.kind == LinearTerm::GEQ);
   const bool upper = branch.kind == LinearTerm::LEQ;
   const Term_* sum = atom->arg(upper ? 0 : 1);
   if (!is_numeral_of(atom->arg(upper ? 1 : 0), branch.constant)) return false;
@@ -102,6 +113,7 @@ bool CheckedConstraint::is_strict() const {
 }
 
 int CheckedConstraint::direction() const {
+  assert(kind >= LinearTerm::LT && kind <= LinearTerm::GT);
   if (is_equality() || is_disequality()) return 0;
   return kind == LinearTerm::GEQ || kind == LinearTerm::GT ? 1 : -1;
 }
@@ -113,6 +125,7 @@ const Term_* CheckedConstraints::asserted_atom(int id, const std::string& rule) 
     refuse(rule, " on constraint ", id, ": its literal is not a positive atom");
   if (asserted_.find(lit.atom()) == asserted_.end())
     refuse(rule, " on constraint ", id, ": ", term_text(lit.atom()), " was not asserted");
+  assert(lit.atom() != nullptr);
   return lit.atom();
 }
 
@@ -129,6 +142,7 @@ CheckedConstraint CheckedConstraints::asserted(int id, const std::string& rule) 
     sum.scale(QNumber(-1));
     kind = kind == LinearTerm::GEQ ? LinearTerm::LEQ : LinearTerm::LT;
   }
+  assert(!is_mirrored(kind));
   if (!follows(*difference, kind_of_atom(atom), sum, kind))
     refuse(at, "the mapper's linear term is not that of ", term_text(atom));
   return result;
@@ -137,6 +151,7 @@ CheckedConstraint CheckedConstraints::asserted(int id, const std::string& rule) 
 CheckedConstraint CheckedConstraints::any(int id, const std::string& rule) const {
   const auto branch = branches_.find(id);
   if (branch == branches_.end()) return asserted(id, rule);
+  assert(branch->second.kind == LinearTerm::LEQ || is_mirrored(branch->second.kind));
   return {branch->second.kind, sum_of(branch->second, branch_at(id)), true};
 }
 
@@ -148,6 +163,7 @@ CheckedSum CheckedConstraints::sum_of(const LinearTerm& term, const std::string&
     if (variable == nullptr) refuse(at, "the variable ", var, " has no term");
     sum.add(variable, coefficient);
   }
+  assert(sum.is_normal());
   return sum;
 }
 
@@ -170,10 +186,12 @@ void CheckedConstraints::enter_branches(const laz::LaZInternalBBProof& node) {
   if (node.left_id == node.right_id) refuse(at, "both branches have this id");
   enter_branch(node.left_id, left);
   enter_branch(node.right_id, right);
+  assert(branches_.count(node.left_id) == 1 && branches_.count(node.right_id) == 1);
 }
 
 void CheckedConstraints::enter_branch(int id, const LinearTerm& branch) {
   const std::string at = branch_at(id);
+  assert(branch.kind == LinearTerm::LEQ || branch.kind == LinearTerm::GEQ);
   const auto [entered, is_new] = branches_.emplace(id, branch);
   if (!equal(entered->second, branch)) refuse(at, "it is another branch's id, too");
   if (!is_new) return;
@@ -197,6 +215,7 @@ std::unordered_set<const Term_*> CheckedConstraints::variables() const {
   for (const auto& entry : branches_)
     for (const auto& summand : entry.second.vars.coeffs())
       result.insert(mapper_.var_term(summand.first));
+  assert(result.count(nullptr) == 0);
   return result;
 }
 

@@ -25,7 +25,8 @@ template <typename... Parts>
   throw Broken{text.str()};
 }
 
-/// A constraint as the mapper hands it out: sum rel 0, the sum being left - right.
+/// A constraint as the mapper hands it out: sum rel 0, the sum being left - right. The sum
+/// keeps its own invariant.
 struct CheckedConstraint {
   int kind;  // a relation of la::LinearTerm
   CheckedSum sum;

@@ -1,3 +1,13 @@
+// The arithmetic of the proof checker, written a second time on purpose: a fault in the
+// solver's linear forms or in its rounding must not be repeated by what checks them.
+//
+// Example: the atom 2*(x + y) <= 7 + x has the difference x + 2y - 7. With Int variables,
+// -(x + 2y - 7) >= 0 is tight already; of 7 - 2x - 4y >= 0 the coefficients are divided by
+// 2 and the constant 7/2 rounded: 3 - x - 2y >= 0.
+//
+// The terms of a sum wait in a heap by descending id, so that a shared one is met once,
+// with its whole weight. Cost: n log n for n sub-terms.
+
 #include "opal/checker/checked_sum.h"
 
 #include <algorithm>
@@ -23,6 +33,7 @@ bool is_constant(const Term_* t) {
 
 // Which factor of a product is constant; 2 for none. A numeral is found without a walk.
 std::size_t constant_factor(const Term_* product) {
+  assert(Terms::kind_of(product) == Kind::TIMES);
   if (Terms::is_numeral(product->arg(0))) return 0;
   if (Terms::is_numeral(product->arg(1))) return 1;
   if (is_constant(product->arg(0))) return 0;
@@ -40,9 +51,11 @@ class Agenda {
   [[nodiscard]] bool empty() const { return entries_.empty(); }
   // The top term, and what all its entries weigh.
   std::pair<const Term_*, QNumber> pop() {
+    assert(!empty());
     std::pair<const Term_*, QNumber> result = pop_entry();
     while (!entries_.empty() && entries_.front().first == result.first)
       result.second += pop_entry().second;
+    assert(empty() || entries_.front().first->id() < result.first->id());
     return result;
   }
 
@@ -63,7 +76,14 @@ class Agenda {
 
 }  // namespace
 
+bool CheckedSum::is_normal() const {
+  return std::none_of(coefficients.begin(), coefficients.end(), [](const auto& entry) {
+    return entry.first == nullptr || entry.second.is_zero();
+  });
+}
+
 void CheckedSum::add(const Term_* variable, const QNumber& coefficient) {
+  assert(variable != nullptr);
   if (coefficient.is_zero()) return;
   const auto [it, is_new] = coefficients.emplace(variable, coefficient);
   if (is_new) return;
@@ -72,23 +92,26 @@ void CheckedSum::add(const Term_* variable, const QNumber& coefficient) {
 }
 
 void CheckedSum::add(const QNumber& factor, const CheckedSum& other) {
+  assert(&other != this);
   constant += factor * other.constant;
   for (const auto& [variable, coefficient] : other.coefficients)
     add(variable, factor * coefficient);
 }
 
 void CheckedSum::scale(const QNumber& factor) {
-  assert(!factor.is_zero());
+  assert(!factor.is_zero() && is_normal());
   constant *= factor;
   for (auto& entry : coefficients)
     entry.second *= factor;
 }
 
-void CheckedSum::tighten(bool strict) {
-  assert(first_variable() != nullptr && first_real() == nullptr);
+void CheckedSum::tighten(Relation relation) {
+  assert(!coefficients.empty() && first_real() == nullptr);
   scale(content().inv());
   // With an integer s, s + c > 0 is s >= floor(-c) + 1.
-  constant = strict ? constant.neg().floor().neg() - QNumber(1) : constant.floor();
+  constant = relation == Relation::ABOVE_ZERO ? constant.neg().floor().neg() - QNumber(1)
+                                              : constant.floor();
+  assert(has_integer_coefficients() && constant.is_integer());
 }
 
 const Term_* CheckedSum::first_variable() const {
@@ -119,6 +142,7 @@ QNumber CheckedSum::content() const {
     numerators = gcd(numerators, entry.second.get_num());
     denominators = lcm(denominators, entry.second.get_den());
   }
+  assert(coefficients.empty() == numerators.is_zero() && denominators.sign() > 0);
   return numerators / denominators;
 }
 
@@ -129,6 +153,7 @@ std::optional<QNumber> CheckedSum::coefficient_ratio_to(const CheckedSum& other)
     if (match == other.coefficients.end()) return std::nullopt;
     factor = match->second / coefficients.at(variable);
   }
+  assert(!factor.is_zero());
   CheckedSum rest = other;
   rest.add(factor.neg(), *this);
   const bool equal = rest.coefficients.empty();
@@ -136,6 +161,7 @@ std::optional<QNumber> CheckedSum::coefficient_ratio_to(const CheckedSum& other)
 }
 
 std::optional<QNumber> CheckedSum::ratio_to(const CheckedSum& other) const {
+  assert(is_normal() && other.is_normal());
   std::optional<QNumber> factor = coefficient_ratio_to(other);
   if (factor && coefficients.empty() && !constant.is_zero())
     factor = other.constant / constant;
@@ -168,12 +194,14 @@ std::optional<CheckedSum> sum_of(Agenda agenda) {
       default: return std::nullopt;
     }
   }
+  assert(sum.is_normal());
   return sum;
 }
 
 }  // namespace
 
 std::optional<CheckedSum> checked_form(const Term_* t) {
+  assert(Terms::sort_of(t) != Sort::BOOL);
   Agenda agenda;
   agenda.push(t, QNumber(1));
   return sum_of(std::move(agenda));
@@ -185,6 +213,7 @@ std::optional<CheckedSum> checked_difference(const Term_* atom) {
     sum.constant = QNumber(1);
     return sum;
   }
+  assert(atom->num_args() == 2);
   Agenda agenda;
   agenda.push(atom->arg(0), QNumber(1));
   agenda.push(atom->arg(1), QNumber(-1));

@@ -1,6 +1,7 @@
 #ifndef OPAL_CHECKER_CHECKED_SUM_H
 #define OPAL_CHECKER_CHECKED_SUM_H
 
+#include <cstdint>
 #include <optional>
 #include <unordered_map>
 
@@ -10,9 +11,14 @@
 namespace opal::host {
 
 /// constant + sum of coefficient * variable: the arithmetic of the proof checker, which
-/// shares none with the solver and the mapper but QNumber. No coefficient is zero. A floor
-/// term is a variable, and an integer one.
+/// shares none with the solver and the mapper but QNumber. A floor term is a variable, and
+/// an integer one.
+///
+/// Invariant (is_normal): no coefficient is zero.
 struct CheckedSum {
+  /// How a sum compares with zero.
+  enum class Relation : std::uint8_t { AT_LEAST_ZERO, ABOVE_ZERO };
+
   std::unordered_map<const Term_*, QNumber> coefficients;
   QNumber constant;
 
@@ -25,7 +31,9 @@ struct CheckedSum {
   /// coefficients divided by content(), which must not be zero, the constant rounded.
   ///
   ///     6x - 4y + 3 >= 0   is   3x - 2y + 1 >= 0       2x - 4 > 0   is   x - 3 >= 0
-  void tighten(bool strict);
+  void tighten(Relation relation);
+
+  [[nodiscard]] bool is_normal() const;
 
   /// The first variable in the order of the terms, or null; it lets messages name one
   /// that does not depend on addresses.

@@ -55,7 +55,7 @@ class ProofChecker::Run {
   Derived hypothesis(const la::LaHyp& hyp, Split* split) const;
   static void push_premises(const proof::Proof& node, std::vector<Visit>& stack);
 
-  // --- proof_checker_integers.cpp: cuts and equality sub-proofs
+  // --- check_integers.cpp: cuts and equality sub-proofs
   /// Checked at first sight, then remembered: leaves of a tree share cuts.
   const Derived& cut(const laz::LaZTighteningProof& node);
   [[nodiscard]] Derived combined(const laz::LaZTighteningProof& node) const;
@@ -63,7 +63,7 @@ class ProofChecker::Run {
   void check_cut_variables() const;
   void equality_proof(const laz::LaZEqSubProof& node) const;
 
-  // --- proof_checker_branches.cpp: trees of branches
+  // --- check_branches.cpp: trees of branches
   void tree(const laz::LaZInternalBBProof& root);
   Tree nodes_of(const proof::Proof* root);
 

@@ -8,10 +8,18 @@
 // multiplier. With each of them read as e >= 0 or e > 0, a combination is a contradiction
 // when their weighted sum is a number below zero, or zero with a strict one among them.
 //
-// The other refutations are in proof_checker_integers.cpp and proof_checker_branches.cpp.
+// Example: LaComb(1, x - 3 >= 0, 2, 1 - x/2 > 0) sums up to -1 > 0.
+//
+// The other refutations are in check_integers.cpp and check_branches.cpp. What a proof
+// under check says may be wrong in every way, so it is refused, never asserted; assertions
+// are about the checker's own sums and sets.
+//
+// Cost: linear in the nodes and in the summands of the constraints that they name.
 
 #include "opal/checker/proof_checker.h"
 
+#include <algorithm>
+#include <cassert>
 #include <set>
 #include <utility>
 
@@ -48,6 +56,7 @@ bool is_refutation_only(const proof::Proof& node) {
 }
 
 void check_contradiction(const CheckedSum& sum, bool strict) {
+  assert(sum.is_normal());
   if (const Term_* variable = sum.first_variable())
     refuse("the sum has ", term_text(variable), " left, with the coefficient ",
            sum.coefficients.at(variable));
@@ -68,6 +77,7 @@ void ProofChecker::Run::refutation(const proof::Proof* root) {
 
 ProofChecker::Run::BranchIds ProofChecker::Run::leaf(const proof::Proof* root) {
   used_.clear();
+  assert(!la::is<laz::LaZInternalBBProof>(root));
   if (const auto* equalities = la::as<laz::LaZEqSubProof>(root)) {
     equality_proof(*equalities);
   } else if (const auto* split = la::as<la::LaNeq>(root)) {
@@ -75,6 +85,7 @@ ProofChecker::Run::BranchIds ProofChecker::Run::leaf(const proof::Proof* root) {
   } else {
     combination(root, nullptr);
   }
+  assert(used_.empty() || !la::is<laz::LaZEqSubProof>(root));
   return std::move(used_);
 }
 
@@ -90,6 +101,7 @@ void ProofChecker::Run::disequality(const la::LaNeq& node) {
   for (const Split& half : {first, second})
     if (half.sign == 0)
       refuse("LaNeq on constraint ", id, ": a case does not use the disequality");
+  assert(first.constraint_id == id && second.constraint_id == id);
   if (first.sign == second.sign)
     refuse("LaNeq on constraint ", id, ": both cases have the sign ", first.sign);
 }
@@ -123,6 +135,7 @@ void ProofChecker::Run::combination(const proof::Proof* root, Split* split) {
       push_premises(*visit.node, stack);
     }
   }
+  assert(hypotheses.size() <= nodes.size());
   check_contradiction(sum, strict);
 }
 
@@ -155,18 +168,23 @@ ProofChecker::Run::Derived ProofChecker::Run::hypothesis(const la::LaHyp& hyp,
     if (split == nullptr) refuse(at(hyp), "a disequality outside of a LaNeq");
     if (split->constraint_id != hyp.constraint_id)
       refuse(at(hyp), "a disequality below the LaNeq of constraint ", split->constraint_id);
+    assert(halves);  // a disequality bounds nothing by itself
     if (split->sign != 0) refuse(at(hyp), "a case uses both sides of its disequality");
     split->sign = hyp.sign;
+    assert(split->sign == -1 || split->sign == 1);
   }
   Derived result{std::move(constraint.sum), constraint.is_strict(), {}};
   result.sum.scale(QNumber(halves ? hyp.sign : constraint.direction()));
   if (constraint.of_branch) result.branches.push_back(hyp.constraint_id);
+  assert(result.sum.is_normal() && result.branches.size() <= 1);
   return result;
 }
 
 ProofChecker::ProofChecker(la::ItpLinearTermMapper& mapper,
                            const std::vector<const Term_*>& asserted)
-    : mapper_(mapper), asserted_(asserted.begin(), asserted.end()) {}
+    : mapper_(mapper), asserted_(asserted.begin(), asserted.end()) {
+  assert(asserted_.count(nullptr) == 0);
+}
 
 std::optional<std::string> ProofChecker::check(const proof::Proof* root) {
   if (root == nullptr) return "there is no proof";

@@ -197,7 +197,7 @@ ProofRef EqualitySplitter::rewritten(la::LaProof& proof) {
     if (id == Mapper::ZERO_CONSTRAINT) continue;
     const TheoryLit lit = mapper_.constraint_lit(id);
     if (lit.is_negated() || splits_.find(lit.atom()) == nullptr) continue;
-    const int exact = mapper_.exact_constraint(lit.atom(), false);
+    const int exact = mapper_.exact_constraint(TheoryLit(lit.atom()));
     const la::Equation& vars = mapper_.constraint_term(id).vars;
     if (vars.coeffs() != mapper_.constraint_term(exact).vars.coeffs())
       throw std::invalid_argument("a normalised constraint for the split equality " +

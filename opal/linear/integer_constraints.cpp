@@ -26,22 +26,26 @@ using la::Equation;
 using la::LinearTerm;
 
 QNumber content(const Equation& vars) {
+  assert(vars.has_vars());
   QNumber divisor;
   QNumber multiple(1);
   for (const auto& [var, coefficient] : vars.coeffs()) {
     divisor = gcd(divisor, coefficient);
     if (!coefficient.is_integer()) multiple = lcm(multiple, coefficient.get_den());
   }
+  assert(divisor.sign() > 0 && multiple.sign() > 0);
   return multiple == QNumber(1) ? divisor : divisor / multiple;
 }
 
 Equation scaled(const Equation& vars, const QNumber& factor) {
+  assert(factor.sign() > 0);
   Equation result;
   for (const auto& [var, coefficient] : vars.coeffs()) {
     QNumber product = coefficient * factor;
     product.shrink();
     result.add_var(product, var);
   }
+  assert(result.coeffs().size() == vars.coeffs().size());
   return result;
 }
 
@@ -56,7 +60,7 @@ QNumber ceiling(const QNumber& x) { return x.neg().floor().neg(); }
 }  // namespace
 
 std::optional<LinearTerm> integer_normal_form(LinearTerm term) {
-  assert(term.vars.has_vars());
+  assert(term.vars.has_vars() && term.is_normal());
   scale(term, content(term.vars).inv());
   switch (term.kind) {
     case LinearTerm::LEQ: term.constant = term.constant.floor(); break;

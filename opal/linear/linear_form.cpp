@@ -10,6 +10,8 @@
 #include "opal/terms/sub_terms.h"
 #include "opal/terms/terms.h"
 
+// The linear form of a term.
+//
 // A term contributes its weight times its own linear form to the result:
 //
 //     weight w of a + b      =>  w to a, w to b
@@ -18,8 +20,11 @@
 //     weight w of x          =>  w*x                   (x a variable or a floor)
 //     weight w of a number q =>  w*q
 //
+// Example: 2*(x + 3) - (x - y) is x + y + 6: x gets the weights 2 and -1.
+//
 // Small terms are walked as trees, which needs no tables. Others are walked as DAGs from
 // the root downwards, so that a shared term has its whole weight before it passes it on.
+// Cost: linear in the DAG, but for sorting the summands.
 
 namespace opal::host {
 
@@ -51,6 +56,7 @@ std::optional<LinearForm> sum_of_trees(const std::vector<Weighted>& roots) {
   stack.reserve(8);
   stack.assign(roots.begin(), roots.end());
   for (std::size_t visits = 0; !stack.empty(); ++visits) {
+    assert(visits <= TREE_VISITS);
     if (visits == TREE_VISITS) return std::nullopt;
     Weighted top = std::move(stack.back());
     stack.pop_back();
@@ -129,8 +135,10 @@ LinearForm sum_of_dags(const std::vector<Weighted>& roots) {
       std::size_t factor = order.position(t->arg(0));
       std::size_t other = order.position(t->arg(1));
       if (!constants[factor]) std::swap(factor, other);
+      assert(constants[factor] && !constants[other]);
       weights[other] += weight * *constants[factor];
     } else {
+      assert(Terms::kind_of(t) == Kind::PLUS || Terms::kind_of(t) == Kind::TO_REAL);
       for (const Term_* argument : *t)
         weights[order.position(argument)] += weight;
     }
@@ -170,13 +178,18 @@ bool LinearForm::is_normal() const {
   return true;
 }
 
-LinearForm linear_form(const Term_* t) { return sum_of({{t, QNumber(1)}}); }
+LinearForm linear_form(const Term_* t) {
+  assert(Terms::sort_of(t) != Sort::BOOL);
+  return sum_of({{t, QNumber(1)}});
+}
 
 LinearForm linear_difference(const Term_* left, const Term_* right) {
+  assert(Terms::sort_of(left) != Sort::BOOL && Terms::sort_of(right) != Sort::BOOL);
   return sum_of({{right, QNumber(-1)}, {left, QNumber(1)}});
 }
 
 const Term_* sum_term(Terms& terms, const LinearForm& form) {
+  assert(form.is_normal());
   const auto is_integer = [](const auto& summand) {
     return Terms::sort_of(summand.first) == Sort::INT;
   };
@@ -190,6 +203,7 @@ const Term_* sum_term(Terms& terms, const LinearForm& form) {
     add(a == QNumber(1) ? t : terms.make_times(terms.make_number(a), t));
   }
   if (sum == nullptr || !form.constant.is_zero()) add(terms.make_number(form.constant));
+  assert(sum != nullptr && Terms::sort_of(sum) != Sort::BOOL);
   return sum;
 }
 

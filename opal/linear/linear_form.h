@@ -1,11 +1,11 @@
 #ifndef OPAL_LINEAR_LINEAR_FORM_H
 #define OPAL_LINEAR_LINEAR_FORM_H
 
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "opal/base/error.h"
 #include "opal/interfaces/term.h"
 #include "opal/utils/qnumber.h"
 
@@ -31,9 +31,9 @@ struct LinearForm {
 };
 
 /// An arithmetic term that is not linear; `term` is the product or other term at fault.
-class NotLinear : public std::runtime_error {
+class NotLinear : public Error {
  public:
-  NotLinear(const std::string& what, const Term_* t) : std::runtime_error(what), term(t) {}
+  NotLinear(const std::string& what, const Term_* t) : Error(what), term(t) {}
 
   const Term_* const term;
 };

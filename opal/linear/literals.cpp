@@ -1,3 +1,16 @@
+// A formula as a conjunction of atoms.
+//
+//     (and F G)          F and G                (not (or F G))     not F and not G
+//     (or false F)       F                      (ite true F G)     F
+//     (= true F)         F                      (not (<= a b))     b < a
+//
+// Goals, formulas that must hold or must not, wait on a stack. Those that are disjunctions
+// for good are refused, unless the whole formula folds to false by the values of its parts
+// that do not depend on atoms. Example: (and (or (< 2 1) (<= x 3)) (not (= x 1))) is x <= 3
+// and x /= 1, since 2 < 1 is false.
+//
+// Cost: each formula is taken apart at most once for each sign, and folded at most once.
+
 #include "opal/linear/literals.h"
 
 #include <array>
@@ -23,6 +36,7 @@ bool compares_formulas(const Term_* t) {
 }
 
 bool numerals_compare(const Term_* atom) {
+  assert(Terms::is_numeral(atom->arg(0)) && Terms::is_numeral(atom->arg(1)));
   const QNumber& a = Terms::symbol_of(atom->arg(0)).value;
   const QNumber& b = Terms::symbol_of(atom->arg(1)).value;
   switch (Terms::kind_of(atom)) {
@@ -31,6 +45,7 @@ bool numerals_compare(const Term_* atom) {
     case Kind::EQ: return a == b;
     default: break;
   }
+  assert(Terms::kind_of(atom) == Kind::NEQ);
   return a != b;
 }
 
@@ -46,6 +61,7 @@ using Truth = std::optional<bool>;
 class Folding {
  public:
   Truth value(const Term_* formula) {
+    assert(Terms::sort_of(formula) == Sort::BOOL);
     std::vector<const Term_*> stack{formula};
     while (!stack.empty()) {
       const Term_* t = stack.back();
@@ -94,7 +110,7 @@ class Folding {
     return std::nullopt;
   }
 
-  // One operand with the value `decisive` decides.
+  // An operand with the value `decisive` (false for a conjunction) decides the whole.
   static Truth fold_connective(Truth a, Truth b, bool decisive) {
     if (a == decisive || b == decisive) return decisive;
     return a && b ? Truth(!decisive) : std::nullopt;
@@ -119,7 +135,9 @@ class Decomposition {
  public:
   Decomposition(Terms& terms, const Term_* formula) : terms_(terms), root_(formula) {}
 
+  // To be called once.
   std::vector<const Term_*> atoms() {
+    assert(stack_.empty() && atoms_.empty());
     stack_.push_back({root_, true});
     while (!stack_.empty()) {
       const Goal goal = stack_.back();
@@ -136,8 +154,10 @@ class Decomposition {
     const Term_* t = goal.formula;
     switch (Terms::kind_of(t)) {
       case Kind::NOT: stack_.push_back({t->arg(0), !goal.positive}); return true;
-      case Kind::AND: return junction(goal, goal.positive);
-      case Kind::OR: return junction(goal, !goal.positive);
+      case Kind::AND:
+      case Kind::OR:
+        return (Terms::kind_of(t) == Kind::AND) == goal.positive ? conjunction(goal)
+                                                                 : disjunction(goal);
       case Kind::ITE: return choice(goal);
       case Kind::VARIABLE: return refuse("Boolean variable", goal);
       case Kind::CONGRUENCE: t = congruence_equality(terms_, t); break;
@@ -148,14 +168,18 @@ class Decomposition {
     return true;
   }
 
-  // A conjunction of both operands, or a disjunction that one operand decides.
-  bool junction(Goal goal, bool conjunction) {
+  // Both operands must hold, or both must not.
+  bool conjunction(Goal goal) {
+    assert(goal.formula->num_args() == 2);
+    stack_.push_back({goal.formula->arg(1), goal.positive});
+    stack_.push_back({goal.formula->arg(0), goal.positive});
+    return true;
+  }
+
+  // One of the operands must hold, or must not; the value of one is known.
+  bool disjunction(Goal goal) {
     const Term_* t = goal.formula;
-    if (conjunction) {
-      stack_.push_back({t->arg(1), goal.positive});
-      stack_.push_back({t->arg(0), goal.positive});
-      return true;
-    }
+    assert(t->num_args() == 2);
     for (std::size_t i = 0; i < 2; ++i) {
       const Truth value = folding_.value(t->arg(i));
       if (!value) continue;
@@ -167,6 +191,7 @@ class Decomposition {
 
   // A choice whose condition is true or false.
   bool choice(Goal goal) {
+    assert(is_choice(goal.formula));
     const Truth condition = folding_.value(goal.formula->arg(0));
     if (!condition) return refuse("choice", goal);
     stack_.push_back({goal.formula->arg(*condition ? 1 : 2), goal.positive});
@@ -176,6 +201,7 @@ class Decomposition {
   // An equality between formulas of which one is true or false.
   bool equivalence(Goal goal) {
     const Term_* t = goal.formula;
+    assert(compares_formulas(t));
     const bool equal = (Terms::kind_of(t) == Kind::EQ) == goal.positive;
     if (t->arg(0) == t->arg(1)) return equal;
     for (std::size_t i = 0; i < 2; ++i) {
@@ -188,11 +214,12 @@ class Decomposition {
   }
 
   void add(const Term_* atom) {
+    assert(Terms::sort_of(atom) == Sort::BOOL && !compares_formulas(atom));
     if (atom == terms_.true_term() || !listed_.insert(atom).second) return;
     atoms_.push_back(atom);
   }
 
-  // What cannot be taken apart does no harm where the rest of the formula is false.
+  // A part that cannot be taken apart does no harm where the whole formula folds to false.
   bool refuse(const char* what, Goal goal) {
     if (folding_.value(root_) == false) return false;
     std::string text = term_text(goal.formula);
@@ -204,8 +231,8 @@ class Decomposition {
   const Term_* const root_;
   Folding folding_;
   std::vector<Goal> stack_;
-  std::array<hsh::HashSet<const Term_*>, 2>
-      visited_;  // goals taken from the stack, by sign
+  // Goals that were taken from the stack, by sign: those that must hold are in the second.
+  std::array<hsh::HashSet<const Term_*>, 2> visited_;
   std::vector<const Term_*> atoms_;
   hsh::HashSet<const Term_*> listed_;  // the same as a set
 };
@@ -218,6 +245,7 @@ std::vector<const Term_*> conjuncts(Terms& terms, const Term_* formula) {
 }
 
 const Term_* congruence_equality(Terms& terms, const Term_* congruence) {
+  assert(Terms::kind_of(congruence) == Kind::CONGRUENCE);
   const BuildingFlagScope simplified(terms, 1);
   const QNumber modulus = abs(Terms::symbol_of(congruence).value);
   const Term_* const subtrahend =
@@ -230,6 +258,7 @@ const Term_* congruence_equality(Terms& terms, const Term_* congruence) {
 }
 
 std::vector<const Term_*> floor_definitions(Terms& terms, const Term_* atom) {
+  assert(Terms::sort_of(atom) == Sort::BOOL);
   std::vector<const Term_*> result;
   if (!terms.has_floors()) return result;
   const BuildingFlagScope simplified(terms, 1);
@@ -244,6 +273,7 @@ std::vector<const Term_*> floor_definitions(Terms& terms, const Term_* atom) {
 }
 
 const Term_* negated_atom(Terms& terms, const Term_* atom) {
+  assert(!compares_formulas(atom));
   switch (Terms::kind_of(atom)) {
     case Kind::LEQ: return terms.make_lt(atom->arg(1), atom->arg(0));
     case Kind::LT: return terms.make_leq(atom->arg(1), atom->arg(0));

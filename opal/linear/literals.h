@@ -1,19 +1,18 @@
 #ifndef OPAL_LINEAR_LITERALS_H
 #define OPAL_LINEAR_LITERALS_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "opal/base/error.h"
 #include "opal/terms/terms.h"
 
 namespace opal::host {
 
 /// A formula outside of what is supported; `term` is the sub-formula at fault.
-class Unsupported : public std::runtime_error {
+class Unsupported : public Error {
  public:
-  Unsupported(const std::string& what, const Term_* t)
-      : std::runtime_error(what), term(t) {}
+  Unsupported(const std::string& what, const Term_* t) : Error(what), term(t) {}
 
   const Term_* const term;
 };

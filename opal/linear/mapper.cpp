@@ -1,3 +1,16 @@
+// Atoms as linear constraints with ids, and back.
+//
+// Example, with Int variables x and y and nothing seen before: the atom 2x < 4y + 5 gives
+//
+//     variables     x = 2, y = 3        (1 is the strictness variable)
+//     linear form   2*x2 - 4*x3 < 5
+//     normalised    1*x2 - 2*x3 <= 2    (integer_constraints.cpp)
+//     constraint    1, with the literal 2x < 4y + 5
+//
+// An id is kept in a table by the id of its term, so that the next call for the same atom
+// costs a look into a vector. Branches, exact constraints and shared terms have tables of
+// their own, since the same atom may be asserted too and then has another id for that.
+
 #include "opal/linear/mapper.h"
 
 #include <algorithm>
@@ -58,10 +71,12 @@ class Mapper::Impl {
     return t->id() < numbers.size() ? numbers[t->id()] : 0;
   }
   void set_number(const Term_* t, int number) {
+    assert(number != 0);
     if (t->id() >= numbers.size())
       numbers.resize(std::max<std::size_t>(t->id() + 1, 2 * numbers.size()), 0);
-    assert(numbers[t->id()] == 0);
+    assert(numbers[t->id()] == 0);  // ids are never taken back
     numbers[t->id()] = number;
+    assert(number_of(t) == number);
   }
 
   struct Constraint {
@@ -92,6 +107,9 @@ class Mapper::Impl {
   }
 
   int add(TheoryLit lit, LinearTerm&& term) {
+    assert(!lit.has_no_atom() && term.is_normal());
+    assert(std::all_of(term.vars.coeffs().begin(), term.vars.coeffs().end(),
+                       [this](const auto& pair) { return has_variable(pair.first); }));
     constraints.push_back({lit, std::move(term)});
     return static_cast<int>(constraints.size());
   }
@@ -120,6 +138,7 @@ Mapper::Mapper(Terms& terms, Limits& limits)
 Mapper::~Mapper() = default;
 
 LinearTerm Mapper::unnormalised(const Term_* atom) {
+  assert(is_atom(atom));
   LinearForm form;
   if (Terms::kind_of(atom) == Kind::FALSE) {
     form.constant = QNumber(1);  // 1 <= 0
@@ -135,7 +154,7 @@ LinearTerm Mapper::unnormalised(const Term_* atom) {
   vars.reserve(sum.size());
   for (const auto& [var, coefficient] : sum)
     vars.add_var(*coefficient, var);
-  assert(vars.is_normal());
+  assert(vars.is_normal() && vars.coeffs().size() == form.summands.size());
   return LinearTerm(relation_of(atom), std::move(vars), form.constant.neg());
 }
 
@@ -152,6 +171,7 @@ int Mapper::constraint(const Term_* atom) {
     id = impl_->add(atom, std::move(*normal));
   }
   impl_->set_number(atom, id);
+  assert(id == ZERO_CONSTRAINT || constraint_atom(id) == atom);
   return id;
 }
 
@@ -168,6 +188,7 @@ int Mapper::variable(const Term_* var) {
   if (const int known = impl_->number_of(var)) return known;
   impl_->variables.push_back(var);
   impl_->set_number(var, num_variables() + 1);
+  assert(impl_->variable_term(num_variables() + 1) == var);
   return num_variables() + 1;
 }
 
@@ -179,6 +200,7 @@ bool Mapper::is_integer(int var) const { return impl_->is_integer(var); }
 
 // As the engine builds it: sum := 0; sum := sum + a*x ...
 const Term_* Mapper::Impl::branch_atom(const LinearTerm& branch) {
+  assert(branch.is_normal() && branch.vars.has_vars());
   const BuildingFlagScope simplified(terms, 1);
   const Term_* sum = terms.make_number(0);
   for (const auto& [var, coefficient] : branch.vars.coeffs()) {
@@ -200,6 +222,8 @@ int Mapper::branch_constraint(const LinearTerm& branch) {
   const Term_* const atom = impl_->branch_atom(branch);
   int& id = impl_->branches[atom];
   if (id == 0) id = impl_->add(atom, LinearTerm(branch));
+  assert(is_branch(id) && constraint_term(id).kind == branch.kind);
+  assert(constraint_term(id).vars.coeffs() == branch.vars.coeffs());
   return id;
 }
 
@@ -214,14 +238,16 @@ int Mapper::cut_variable() {
   return variable(impl_->terms.make_fresh_variable(".cut", Sort::INT));
 }
 
-int Mapper::exact_constraint(const Term_* equality, bool negated) {
-  assert(Terms::kind_of(equality) == Kind::EQ && is_atom(equality));
-  int& id = impl_->exact[negated ? 1 : 0][equality];
+int Mapper::exact_constraint(TheoryLit equality) {
+  const Term_* const atom = equality.atom();
+  assert(Terms::kind_of(atom) == Kind::EQ && is_atom(atom));
+  int& id = impl_->exact[equality.is_negated() ? 1 : 0][atom];
   if (id == 0) {
-    LinearTerm term = unnormalised(equality);
-    if (negated) term.kind = LinearTerm::NEQ;
-    id = impl_->add(TheoryLit(equality, negated), std::move(term));
+    LinearTerm term = unnormalised(atom);
+    if (equality.is_negated()) term.kind = LinearTerm::NEQ;
+    id = impl_->add(equality, std::move(term));
   }
+  assert(impl_->constraint(id).lit.bits() == equality.bits());
   return id;
 }
 
@@ -277,6 +303,7 @@ int Mapper::term_def_var(const Term_* term) {
     impl_->variables.push_back(term);
     var = num_variables() + 1;
   }
+  assert(impl_->variable_term(var) == term);
   return var;
 }
 

@@ -72,10 +72,9 @@ class Mapper final : public la::ItpLinearTermMapper, public ConstraintTerms {
 
   // --- for equalities that are split
   /// The id of an equality's constraint, or of the disequality that denies it, whose linear
-  /// term is left - right, exactly, whatever the sorts. Its literal is the equality,
-  /// negated or not. Always the same id for the same literal, and never that of
-  /// constraint().
-  int exact_constraint(const Term_* equality, bool negated);
+  /// term is left - right, exactly, whatever the sorts. Always the same id for the same
+  /// literal, and never that of constraint().
+  int exact_constraint(TheoryLit equality);
 
   // --- for the engine; see ItpLinearTermMapper
   /// Throws std::out_of_range for an id that was never handed out.

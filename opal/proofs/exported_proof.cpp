@@ -1,3 +1,11 @@
+// Exported proofs: what the engine builds through the proof manager's interface.
+//
+// Nodes stand in a deque, so their addresses stay; the id of a node is its place in it, and
+// children are made before their parents. That gives a walk without recursion and without a
+// set of visited nodes: a table by id. Example: (la-comb 1 (la-hyp a) 1 (la-hyp b)) has six
+// nodes, such as 1 = a, 2 = (la-hyp a), 3 = b, 4 = (la-hyp b), 5 = the number and the
+// root 6.
+
 #include "opal/proofs/exported_proof.h"
 
 #include <algorithm>
@@ -9,6 +17,7 @@
 namespace opal::host {
 
 ExternalProof* ExternalProofs::find_in_cache(proof::Proof* p) {
+  assert(p != nullptr);
   const auto it = cache_.find(p);
   return it == cache_.end() ? nullptr : it->second.exported;
 }
@@ -20,6 +29,7 @@ void ExternalProofs::store_in_cache(proof::Proof* p, ExternalProof* exported) {
 
 ExternalProof* ExternalProofs::new_ExternalProof(const char* rule, std::size_t count,
                                                  ExternalProof** children) {
+  assert(children != nullptr || count == 0);
   return &nodes_.emplace_back(nodes_.size() + 1, rule,
                               std::vector<ExternalProof*>(children, children + count));
 }
@@ -35,6 +45,7 @@ ExternalProof* ExternalProofs::get_term_proof(const Term_* term) {
         constants.push_back(it->second);
   }
   leaf = &nodes_.emplace_back(nodes_.size() + 1, term, std::move(constants));
+  assert(leaf->is_leaf() && leaf->term() == term);
   return leaf;
 }
 
@@ -60,12 +71,14 @@ std::vector<const ExternalProof*> nodes_of(const ExternalProof& root) {
     waiting.pop_back();
     for (const ExternalProof* child : p->children()) {
       assert(child->id() < p->id());
+      assert(by_id[child->id()] == nullptr || by_id[child->id()] == child);
       if (by_id[child->id()] != nullptr) continue;
       by_id[child->id()] = child;
       waiting.push_back(child);
     }
   }
   by_id.erase(std::remove(by_id.begin(), by_id.end(), nullptr), by_id.end());
+  assert(by_id.back() == &root);
   return by_id;
 }
 

@@ -1,6 +1,8 @@
 #ifndef OPAL_PROOFS_EXPORTED_PROOF_H
 #define OPAL_PROOFS_EXPORTED_PROOF_H
 
+#include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -28,7 +30,9 @@ class ExternalProof {
         rule_(""),
         role_(Role::PART),
         term_(t),
-        children_(std::move(constants)) {}
+        children_(std::move(constants)) {
+    assert(number > 0 && t != nullptr && children_precede());
+  }
   /// A rule; `rule` lives for ever. `constant` is what the node stands for, or null.
   ExternalProof(std::uint64_t number, const char* rule,
                 std::vector<ExternalProof*> children, Role role = Role::STEP,
@@ -37,7 +41,9 @@ class ExternalProof {
         rule_(rule),
         role_(role),
         constant_(constant),
-        children_(std::move(children)) {}
+        children_(std::move(children)) {
+    assert(number > 0 && rule != nullptr && *rule != '\0' && children_precede());
+  }
 
   /// The place in the order in which a manager makes nodes: from 1 on, children before
   /// their parents.
@@ -53,6 +59,12 @@ class ExternalProof {
   [[nodiscard]] const std::vector<ExternalProof*>& children() const { return children_; }
 
  private:
+  [[maybe_unused, nodiscard]] bool children_precede() const {
+    return std::all_of(children_.begin(), children_.end(), [this](const auto* child) {
+      return child != nullptr && child->id() < id_;
+    });
+  }
+
   const std::uint64_t id_;
   const char* const rule_;
   const Role role_;

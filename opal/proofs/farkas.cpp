@@ -39,7 +39,7 @@ FarkasCombination merged(FarkasCombination leaves) {
   places.reserve(leaves.size());
   std::size_t count = 0;
   for (FarkasLeaf& leaf : leaves) {
-    assert(leaf.multiplier.sign() > 0);
+    assert(leaf.is_normal());
     const std::int64_t key = std::int64_t{leaf.constraint_id} * 3 + leaf.sign;
     const auto [place, is_new] = places.emplace(key, count);
     if (is_new)
@@ -47,6 +47,7 @@ FarkasCombination merged(FarkasCombination leaves) {
     else
       leaves[place->second].multiplier += leaf.multiplier;
   }
+  assert(0 < count && count == places.size());
   leaves.erase(leaves.begin() + static_cast<std::ptrdiff_t>(count), leaves.end());
   return leaves;
 }
@@ -63,9 +64,11 @@ void make_coprime(FarkasCombination& leaves) {
     if (fractions) leaf.multiplier *= denominator;
     if (divisor != QNumber(1)) divisor = gcd(divisor, leaf.multiplier);
   }
+  assert(divisor.sign() > 0);
   for (FarkasLeaf& leaf : leaves) {
     if (divisor != QNumber(1)) leaf.multiplier /= divisor;
     leaf.multiplier.shrink();
+    assert(leaf.multiplier.is_integer() && leaf.is_normal());
   }
 }
 
@@ -80,6 +83,7 @@ class LeafOrder {
       const auto& coeffs = terms.constraint_term(leaves[i].constraint_id).vars.coeffs();
       fresh_[i] = coeffs.size();
       for (const auto& pair : coeffs) {
+        assert(pair.first > 0);
         const auto var = static_cast<std::size_t>(pair.first);
         if (var >= first_use_.size()) first_use_.resize(var + 1, 0);
         uses_.push_back({i, first_use_[var]});
@@ -116,6 +120,7 @@ class LeafOrder {
   void open(std::size_t var) {
     for (std::size_t use = first_use_[var]; use != 0; use = uses_[use - 1].next) {
       const std::size_t leaf = uses_[use - 1].leaf;
+      assert(fresh_[leaf] > 0);
       const std::size_t count = --fresh_[leaf];
       if (taken_[leaf]) continue;
       if (count >= by_fresh_.size()) by_fresh_.resize(count + 1);
@@ -136,7 +141,7 @@ class LeafOrder {
     return NONE;
   }
 
-  std::vector<std::size_t> fresh_;  // by leaf: variables that no taken leaf has
+  std::vector<std::size_t> fresh_;  // by leaf: how many variables no taken leaf has
   std::vector<bool> taken_;
   std::vector<Use> uses_;
   std::vector<std::size_t> first_use_;              // by variable; 0 once it is open
@@ -148,6 +153,10 @@ std::unique_ptr<QNumber> new_multiplier(const QNumber& q) {
 }
 
 ProofRef combination(const QNumber& m1, ProofRef p1, const QNumber& m2, ProofRef p2) {
+  assert(m1.sign() > 0 && m2.sign() > 0 && p1 && p2);
+  // A multiplier stands on a leaf only; see farkas_proof().
+  assert(m1 == QNumber(1) || !la::is<la::LaComb>(p1.get()));
+  assert(m2 == QNumber(1) || !la::is<la::LaComb>(p2.get()));
   auto c1 = new_multiplier(m1);
   auto c2 = new_multiplier(m2);
   // The node is allocated before anything is handed over to it.
@@ -158,7 +167,8 @@ ProofRef combination(const QNumber& m1, ProofRef p1, const QNumber& m2, ProofRef
 // The chain of the leaves order[begin..end), of which there are two or more.
 ProofRef run(const FarkasCombination& leaves, const std::vector<std::size_t>& order,
              std::size_t begin, std::size_t end, const LeafMaker& make_leaf) {
-  assert(end - begin >= 2);
+  assert(begin < end && end <= order.size() && end - begin >= 2);
+  assert(end - begin <= RUN_LENGTH);
   const FarkasLeaf& first = leaves[order[begin]];
   const FarkasLeaf& second = leaves[order[begin + 1]];
   ProofRef rest =
@@ -173,6 +183,7 @@ ProofRef run(const FarkasCombination& leaves, const std::vector<std::size_t>& or
 }  // namespace
 
 ProofRef hypothesis(const FarkasLeaf& leaf) {
+  assert(leaf.is_normal());
   return ProofRef(new la::LaHyp(leaf.constraint_id, leaf.sign));
 }
 
@@ -192,6 +203,7 @@ ProofRef farkas_proof(const ConstraintTerms& terms, FarkasCombination leaves,
   for (std::size_t i = 0; i < count; ++i)
     level.push_back(run(leaves, order, i * leaves.size() / count,
                         (i + 1) * leaves.size() / count, make_leaf));
+  assert(count >= 1 && level.size() == count);
   while (level.size() > 1) {
     std::vector<ProofRef> above;
     above.reserve(level.size() / 2 + 1);
@@ -219,8 +231,10 @@ std::vector<int> proof_constraints(const proof::Proof& root) {
     if (const auto* neq = la::as<la::LaNeq>(node)) {
       ids.push_back(neq->constraint_id);
     } else if (const auto* cut = la::as<laz::LaZTighteningProof>(node)) {
+      assert(cut->coeffs.size() + 1 == cut->constraints.size());
       ids.insert(ids.end(), cut->constraints.begin(), cut->constraints.end());
     } else if (const auto* sub = la::as<laz::LaZEqSubProof>(node)) {
+      assert(sub->coeffs.size() == sub->constraints.size());
       ids.insert(ids.end(), sub->constraints.begin(), sub->constraints.end());
     } else {
       assert(premises_of(*node).count > 0 && "a rule that the solver does not use");

@@ -18,6 +18,11 @@ struct FarkasLeaf {
   int constraint_id;
   int sign;
   QNumber multiplier;
+
+  /// A sign and a multiplier in their ranges, and an id that is none of "no constraint".
+  [[nodiscard]] bool is_normal() const {
+    return constraint_id != 0 && sign >= -1 && sign <= 1 && multiplier.sign() > 0;
+  }
 };
 
 /// A refutation: the weighted sum of the leaves, each read as "... >= 0" with the

@@ -1,4 +1,5 @@
-// A proof as text:
+// A proof as text, for people who look for a fault. A branch that several paths share is
+// printed once; the cost is linear in the text:
 //
 //     x2 is u
 //     3 is (<= u 2)
@@ -9,6 +10,7 @@
 
 #include "opal/proofs/proof_listing.h"
 
+#include <cassert>
 #include <ostream>
 #include <set>
 #include <unordered_map>
@@ -28,6 +30,7 @@ constexpr std::size_t LONGEST = 200;  // of a term's text
 
 // A branch's constraint as `... >= 0`.
 std::string equation_text(const la::LinearTerm& term) {
+  assert(term.kind == la::LinearTerm::LEQ || term.kind == la::LinearTerm::GEQ);
   la::Equation e = term.vars;
   e.add_const(term.constant.neg());
   if (term.kind == la::LinearTerm::LEQ) e.mult(QNumber(-1));
@@ -64,9 +67,11 @@ class Dump {
         interpolator_(&terms, nullptr, &mapper, la::Interpolator::MODE_SUM, false) {}
 
   void print(proof::Proof& root) {
+    assert(numbers_.empty());
     std::vector<Item> open{{&root, 0, 0}};
     while (!open.empty()) {
       const Item item = open.back();
+      assert(item.node != nullptr && item.indent >= 0 && item.ends >= 0);
       open.pop_back();
       const auto* const branch = la::as<laz::LaZInternalBBProof>(item.node);
       if (branch != nullptr && print_branch(*branch, item.indent)) {
@@ -110,6 +115,7 @@ class Dump {
   void print_leaf(proof::Proof& node, int by) {
     const auto* const sub = la::as<laz::LaZEqSubProof>(&node);
     if (sub == nullptr) return interpolator_.dump(out_, &node, by);
+    assert(sub->coeffs.size() == sub->constraints.size());
     indent(by);
     out_ << "(LAEQSUB: ";
     for (std::size_t i = 0; i < sub->constraints.size(); ++i)

@@ -1,6 +1,19 @@
+// Exported proofs as S-expressions and as JSON.
+//
+// A proof is a DAG whose tree may be too large to write; so what occurs more than once gets
+// a name, in the order of the nodes' ids, in which a name is bound before it is used. In
+// JSON every step is a node of a list, and names are the numbers in that list.
+//
+// Example: the hypothesis (la-hyp a), used in both cases of a disequality, is written as
+//
+//     (let ((@1 (la-hyp a))) (la-neq ... (la-comb 1 @1 ...) (la-comb 1 @1 ...)))
+//
+// Cost: linear in the nodes and in the text of their literals and numerals.
+
 #include "opal/proofs/proof_text.h"
 
 #include <algorithm>
+#include <cassert>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -13,6 +26,7 @@ namespace opal::host {
 namespace {
 
 const QNumber& number_of(const ExternalProof& p) {
+  assert(p.is_leaf() && Terms::is_numeral(p.term()));
   return Terms::symbol_of(p.term()).value;
 }
 
@@ -52,11 +66,13 @@ class NamedNodes {
       else
         number = number > 1 && is_worth_a_name(*p) ? ++count_ : 0;
     }
+    assert(!nodes_.empty() && nodes_.back() == &root && count_ <= nodes_.size());
   }
 
   [[nodiscard]] const std::vector<const ExternalProof*>& nodes() const { return nodes_; }
   // 0 for a node without a name; names are numbered in the order of the nodes.
   [[nodiscard]] std::uint64_t number(const ExternalProof& p) const {
+    assert(p.id() < numbers_.size());
     return numbers_[p.id()];
   }
   [[nodiscard]] std::uint64_t count() const { return count_; }
@@ -91,6 +107,7 @@ class ExpressionWriter {
       : out_(out), named_(named), real_(real), prefix_(unused_prefix(named)) {}
 
   void write_name(const ExternalProof& p) {
+    assert(1 <= named_.number(p) && named_.number(p) <= named_.count());
     if (p.constant() != nullptr)
       out_ << symbol_text(Terms::symbol_of(p.constant()).name);
     else
@@ -99,10 +116,12 @@ class ExpressionWriter {
 
   // Writes a node; its own name, if it has one, is not used.
   void write(const ExternalProof& root) {
+    assert(open_.empty());
     open(root);
     while (!open_.empty()) {
       Open& top = open_.back();
       const auto& children = top.node->children();
+      assert(top.next <= children.size());
       if (top.next == children.size()) {
         out_ << ')';
         open_.pop_back();
@@ -164,6 +183,7 @@ void write_string(std::ostream& out, const std::string& text) {
   for (std::size_t i = 0; i < text.size();) {
     const std::size_t length = utf8_length(text, i);
     const char c = text[i];
+    assert(length <= text.size() - i);
     if (length == 0)
       out << "\\ufffd";
     else if (c == '"' || c == '\\')
@@ -184,6 +204,7 @@ class JsonWriter {
 
   // The one member of a leaf.
   void write_leaf(const ExternalProof& p) {
+    assert(p.is_leaf());
     if (is_number(p)) {
       out_ << "\"number\": \"" << number_of(p).to_str() << '"';
       return;
@@ -202,6 +223,7 @@ class JsonWriter {
 
   // `ids` are those of the nodes, 0 for a leaf that is none.
   void write_step(const ExternalProof& p, const std::vector<std::uint64_t>& ids) {
+    assert(!p.is_leaf() && ids[p.id()] > 0);
     out_ << "\"rule\": ";
     write_string(out_, p.rule());
     out_ << ", \"children\": [";
@@ -209,6 +231,7 @@ class JsonWriter {
     for (const ExternalProof* child : p.children()) {
       out_ << separator;
       separator = ", ";
+      assert(child->is_leaf() || (0 < ids[child->id()] && ids[child->id()] < ids[p.id()]));
       if (ids[child->id()] > 0) {
         out_ << ids[child->id()];
         continue;

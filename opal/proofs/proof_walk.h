@@ -2,6 +2,7 @@
 #define OPAL_PROOFS_PROOF_WALK_H
 
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <unordered_set>
 #include <vector>
@@ -36,6 +37,7 @@ void walk_proof(Node& root, Visit visit) {
   std::unordered_set<const proof::Proof*> seen;
   while (!waiting.empty()) {
     Node* const node = waiting.back();
+    assert(node != nullptr);
     waiting.pop_back();
     if (node->references() > 1 && !seen.insert(node).second) continue;
     if (!visit(node)) continue;

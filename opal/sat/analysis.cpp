@@ -27,7 +27,9 @@ constexpr double DECAY = 0.95;
 
 // Makes a conflict of the present level out of `conflict`, whose literals are all false:
 // goes back to the highest level that it has. Where only one literal has that level, there
-// is no conflict before it was assigned: the clause implies its negation further below.
+// is no conflict before it was assigned: the clause implies its negation further below. (A
+// conflict of the theory, which is not kept, is learned from all the same: what is learned
+// is that clause, without what is redundant.)
 Search::Engine::Preparation Search::Engine::prepare_conflict(ClauseRef conflict) {
   Clause clause = arena_[conflict];
   std::uint32_t highest = 0;
@@ -42,14 +44,13 @@ Search::Engine::Preparation Search::Engine::prepare_conflict(ClauseRef conflict)
     if (its_level == highest) count++;
   }
   if (highest == 0) return Preparation::REFUTATION;
-  if (count > 1) {
+  if (count > 1 || clause.kind() == ClauseKind::EXPLANATION) {
     backtrack(highest);
     return Preparation::CONFLICT;
   }
-  const bool attached = clause.kind() != ClauseKind::EXPLANATION;
-  if (attached) detach(conflict);
+  detach(conflict);
   order_watches(clause.begin(), clause.end());
-  if (attached) attach(conflict);
+  attach(conflict);
   backtrack(clause.size() > 1 ? level(clause[1]) : 0);
   assert(truth(clause[0]) == 0);
   assign(clause[0], conflict);

@@ -117,7 +117,9 @@ void Search::Engine::save_model() {
   assert(head_ == trail_.size() && level() >= assumptions_.size());
   model_.resize(variable_count());
   for (Variable variable = 0; variable < variable_count(); variable++)
-    model_[variable] = static_cast<Value>(truth(Literal(variable)));
+    model_[variable] = is_idle_[variable] != 0
+                           ? Value::UNASSIGNED
+                           : static_cast<Value>(truth(Literal(variable)));
 }
 
 }  // namespace opal::sat

@@ -189,16 +189,12 @@ bool Search::Engine::add_theory_clause(std::vector<Literal>& literals, Tag tag,
   return true;
 }
 
-// Learns from a conflict of the theory, which is kept only if it has become a reason.
+// Learns from a conflict of the theory, which is not kept itself.
 bool Search::Engine::use_conflict(LiteralSpan literals, ClauseId id) {
   assert(conflict_in_use_ == NO_REF);
   conflict_in_use_ = store(literals, ClauseKind::EXPLANATION, 0, id);
   const bool consistent = handle_conflict(conflict_in_use_);
-  const Literal first = arena_[conflict_in_use_][0];
-  if (truth(first) > 0 && variables_[first.variable()].reason == conflict_in_use_)
-    is_explained_[first.variable()] = 1;
-  else
-    remove(conflict_in_use_);
+  remove(conflict_in_use_);
   conflict_in_use_ = NO_REF;
   return consistent;
 }

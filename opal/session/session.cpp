@@ -26,11 +26,13 @@ void Session::Impl::forget_answer() {
 void Session::Impl::push() {
   forget_answer();
   stack.push();
-  conjunctive.push();
+  bool is_pushed = false;  // on the conjunctive road
   try {
+    conjunctive.push();
+    is_pushed = true;
     if (formula.is_entered()) formula.push();
   } catch (...) {
-    conjunctive.pop();
+    if (is_pushed) conjunctive.pop();
     stack.pop();
     throw;
   }

@@ -99,7 +99,8 @@ class Session {
   [[nodiscard]] const std::string& reason_unknown() const;
   /// After SAT.
   [[nodiscard]] const Model& model() const;
-  /// After UNSAT: the proof; the session keeps it until the next change or check.
+  /// After UNSAT of a conjunction: the proof; the session keeps it until the next change or
+  /// check. Throws SessionError where the refutation is one of clauses.
   [[nodiscard]] proof::Proof* refutation() const;
   /// After UNSAT: the proof in the form that other programs read (see proof_text.h). The
   /// session owns it and keeps it until the next change or check; asked again, it is the

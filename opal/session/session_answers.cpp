@@ -32,8 +32,7 @@ void Session::Impl::need(Verdict wanted) const {
 proof::Proof& Session::Impl::conjunctive_proof() const {
   need(Verdict::UNSAT);
   if (last.road != Road::CONJUNCTIVE)
-    throw SessionError(
-        "the refutation is one of clauses: this is answered for conjunctions only so far");
+    throw SessionError("the refutation is one of clauses, and no proof of a conjunction");
   assert(conjunctive.proof() != nullptr);
   return *conjunctive.proof();
 }

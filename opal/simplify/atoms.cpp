@@ -1,3 +1,14 @@
+// Atoms as bounds on forms, and bounds as atoms.
+//
+//     2x - 4y <= 5          x - 2y <= 5/2         one form, so the two meet:
+//     3 < 6y - 3x           x - 2y < -1           together they are the second
+//
+// Over Ints these are x - 2y <= 2 and x - 2y <= -2. Written again, the summands stand where
+// their coefficients are positive: x + 2 <= 2y.
+//
+// Cost: linear in the atom, but for floor terms (floors.cpp); forms are found by a hash of
+// their summands, so that reading many atoms over one sum makes one form.
+
 #include "opal/simplify/atoms.h"
 
 #include <algorithm>
@@ -36,6 +47,7 @@ Relation negated(Relation r) {
     case Relation::CONGRUENT: return Relation::INCONGRUENT;
     case Relation::INCONGRUENT: break;
   }
+  assert(r == Relation::INCONGRUENT);
   return Relation::CONGRUENT;
 }
 
@@ -82,6 +94,7 @@ QNumber primitive_factor(const std::vector<LinearForm::Summand>& summands) {
 // match:  f r c, f integral
 // result: f r' c' with an integer c' and r' not strict, or a truth value
 AtomReading round_integer_bound(BoundLiteral literal) {
+  assert(literal.is_normal());
   QNumber& c = literal.bound;
   const bool integer = c.is_integer();
   switch (literal.relation) {
@@ -110,6 +123,7 @@ AtomReading round_integer_bound(BoundLiteral literal) {
       c = QNumber(1) - c;
       break;
   }
+  assert(c.is_integer() && literal.is_normal());
   return {std::nullopt, std::move(literal)};
 }
 
@@ -131,13 +145,26 @@ std::size_t AtomForms::SummandsHash::operator()(const Summands& summands) const 
 }
 
 std::size_t AtomForms::linear_form_number(Summands summands) {
+  assert(is_form(summands));
   const auto [entry, fresh] = linear_.try_emplace(std::move(summands), forms_.size());
   if (fresh) {
     const bool integral = is_over_integers(entry->first);
     forms_.push_back({entry->first, nullptr, integral, std::nullopt});
     if (integral) forms_.back().remainder = remainder_of(entry->first);
   }
+  assert(entry->second < forms_.size() && forms_[entry->second].opaque == nullptr);
   return entry->second;
+}
+
+bool AtomForms::is_form(const Summands& summands) {
+  if (summands.empty() || summands.front().second.sign() <= 0) return false;
+  if (!LinearForm{summands, QNumber()}.is_normal()) return false;
+  QNumber divisor;
+  for (const auto& [variable, a] : summands) {
+    if (!a.is_integer()) return false;
+    divisor = gcd(divisor, a);
+  }
+  return divisor == QNumber(1);
 }
 
 std::optional<AtomForms::Remainder> AtomForms::remainder_of(
@@ -146,6 +173,7 @@ std::optional<AtomForms::Remainder> AtomForms::remainder_of(
     if (Terms::kind_of(variable) != Kind::FLOOR) continue;
     const FloorForms::Floor& floor = floors_.floor_of(variable);
     if (!floor.over_integers || floor.divisor != abs(a)) continue;
+    assert(QNumber(1) < floor.divisor);
     const QNumber sign(a.sign() < 0 ? 1 : -1);
     Summands rest;
     for (const auto& summand : summands) {
@@ -160,13 +188,17 @@ std::optional<AtomForms::Remainder> AtomForms::remainder_of(
 std::size_t AtomForms::opaque_form_number(const Term_* literal) {
   const auto [entry, fresh] = opaque_.try_emplace(literal, forms_.size());
   if (fresh) forms_.push_back({{}, literal, true, std::nullopt});
+  assert(forms_[entry->second].opaque == literal);
   return entry->second;
 }
 
-AtomReading AtomForms::read(const Term_* atom, bool negate) {
+AtomReading AtomForms::read(TheoryLit literal) {
+  const Term_* const atom = literal.atom();
+  const bool negate = literal.is_negated();
   if (atom == terms_.true_term()) return {!negate, {}};
   if (atom == terms_.false_term()) return {negate, {}};
   const Kind kind = Terms::kind_of(atom);
+  assert(kind != Kind::AND && kind != Kind::OR && Terms::sort_of(atom) == Sort::BOOL);
   if (kind != Kind::CONGRUENCE &&
       (!is_comparison(kind) || Terms::sort_of(atom->arg(0)) == Sort::BOOL)) {
     return read_opaque(atom, negate);
@@ -193,6 +225,7 @@ AtomReading AtomForms::read(const Term_* atom, bool negate) {
 //         s - t is a constant
 AtomReading AtomForms::read_linear(Relation relation, LinearForm difference) {
   do {
+    assert(difference.is_normal());
     if (difference.is_constant()) {
       return {holds_for_sign(difference.constant.sign(), relation), {}};
     }
@@ -220,6 +253,7 @@ bool AtomForms::take_off_floor(LinearForm& difference, Relation& relation) const
   const FloorForms::Floor& floor = floors_.floor_of(difference.summands.front().first);
   const AtomReading rounded =
       round_integer_bound({0, relation, difference.constant.neg(), QNumber()});
+  assert(!rounded.truth && difference.summands.front().second == QNumber(1));
   relation = rounded.literal.relation;
   QNumber bound = floor.divisor * rounded.literal.bound;
   if (relation == Relation::LEQ) {
@@ -235,6 +269,7 @@ bool AtomForms::take_off_floor(LinearForm& difference, Relation& relation) const
 // match:  n mod d r c, where the values 0 .. d-1 all satisfy or violate r c, or all but one
 // result: true or false, or a congruence of n
 AtomReading AtomForms::read_remainder(BoundLiteral literal) {
+  assert(literal.is_normal() && is_integral(literal.form));
   const auto& remainder = forms_[literal.form].remainder;
   if (!remainder || literal.modulus.sign() > 0) return {std::nullopt, std::move(literal)};
   const FloorForms::Floor& floor = floors_.floor_of(remainder->floor);
@@ -252,6 +287,7 @@ AtomReading AtomForms::read_remainder(BoundLiteral literal) {
     r = c == last ? Relation::EQ : Relation::NEQ;
     if (r == Relation::NEQ) c = zero;
   }
+  assert(r == Relation::EQ || r == Relation::NEQ);
   if (c < zero || c > last) return {r == Relation::NEQ, {}};
   LinearForm difference = floor.numerator;
   difference.constant -= c;
@@ -260,6 +296,7 @@ AtomReading AtomForms::read_remainder(BoundLiteral literal) {
 
 AtomReading AtomForms::read_modular(LinearForm difference, const QNumber& modulus,
                                     bool negate) {
+  assert(is_over_integers(difference.summands) && modulus.sign() > 0);
   CongruenceReading reading = read_congruence(std::move(difference), modulus);
   if (reading.truth) return {*reading.truth != negate, {}};
   BoundLiteral literal{linear_form_number(std::move(reading.summands)), Relation::CONGRUENT,
@@ -295,6 +332,7 @@ BoundLiteral AtomForms::negation(const BoundLiteral& literal) const {
 
 const Term_* AtomForms::write_opaque(const Form& form, bool negated) {
   const Term_* atom = form.opaque;
+  assert(atom != nullptr && form.summands.empty());
   if (!negated) return atom;
   switch (Terms::kind_of(atom)) {
     case Kind::LEQ: return terms_.make_lt(atom->arg(1), atom->arg(0));
@@ -307,6 +345,7 @@ const Term_* AtomForms::write_opaque(const Form& form, bool negated) {
 // made for are normalised again, as are bounds on remainder forms.
 AtomReading AtomForms::canonical(const BoundLiteral& literal) {
   const Form& form = forms_[literal.form];
+  assert(form.integral && form.opaque == nullptr && literal.bound.is_integer());
   if (literal.modulus.sign() <= 0) return read_remainder(literal);
   if (form.summands.size() == 1) return {std::nullopt, literal};
   return read_modular({form.summands, literal.bound.neg()}, literal.modulus,
@@ -314,6 +353,7 @@ AtomReading AtomForms::canonical(const BoundLiteral& literal) {
 }
 
 const Term_* AtomForms::write(const BoundLiteral& literal) {
+  assert(literal.is_normal() && literal.form < forms_.size());
   const Form& form = forms_[literal.form];
   if (form.opaque != nullptr) return write_opaque(form, literal.relation == Relation::LEQ);
   if (!form.integral) return write_sides(literal);
@@ -331,6 +371,7 @@ const Term_* AtomForms::write(const BoundLiteral& literal) {
 //         former. GEQ and GT are written with their sides exchanged.
 const Term_* AtomForms::write_sides(const BoundLiteral& literal) {
   const Form& form = forms_[literal.form];
+  assert(is_form(form.summands));
   const bool mixed =
       !form.integral &&
       std::any_of(form.summands.begin(), form.summands.end(),
@@ -350,6 +391,7 @@ const Term_* AtomForms::write_sides(const BoundLiteral& literal) {
     side = plus(terms_, side, product);
   }
   const QNumber& c = literal.bound;
+  assert(left != nullptr);  // the first coefficient is positive
   if (right == nullptr || c.sign() > 0) {
     right = plus(terms_, right, terms_.make_number(c));
   } else if (c.sign() < 0) {
@@ -371,6 +413,7 @@ const Term_* AtomForms::write_sides(const BoundLiteral& literal) {
 
 // A bound on a remainder form, as n - d*floor(n/d) <= c or c <= n - d*floor(n/d).
 const Term_* AtomForms::write_remainder(const BoundLiteral& literal) {
+  assert(forms_[literal.form].remainder && literal.bound.is_integer());
   const Remainder& remainder = *forms_[literal.form].remainder;
   const FloorForms::Floor& floor = floors_.floor_of(remainder.floor);
   const Term_* difference = terms_.make_plus(

@@ -1,11 +1,13 @@
 #ifndef OPAL_SIMPLIFY_ATOMS_H
 #define OPAL_SIMPLIFY_ATOMS_H
 
+#include <cassert>
 #include <cstddef>
 #include <optional>
 #include <unordered_map>
 #include <vector>
 
+#include "opal/base/modular_arithmetic.h"
 #include "opal/linear/linear_form.h"
 #include "opal/simplify/floors.h"
 #include "opal/terms/terms.h"
@@ -15,6 +17,9 @@ namespace opal::host {
 
 /// A literal as a bound on the value of a form, which is known by its number, or as a
 /// residue class that its value is in, or is not in.
+///
+/// Invariant (is_normal): a class has a positive integer as its modulus, and its residue is
+/// an integer in 0 .. modulus - 1; a bound has the modulus 0.
 struct BoundLiteral {
   enum class Relation { LEQ, LT, GEQ, GT, EQ, NEQ, CONGRUENT, INCONGRUENT };
 
@@ -22,6 +27,13 @@ struct BoundLiteral {
   Relation relation = Relation::LEQ;
   QNumber bound;    // of a class, its residue
   QNumber modulus;  // of a class
+
+  [[nodiscard]] bool is_class() const {
+    return relation == Relation::CONGRUENT || relation == Relation::INCONGRUENT;
+  }
+  [[nodiscard]] bool is_normal() const {
+    return is_class() ? ResidueClass{bound, modulus}.is_normal() : modulus.is_zero();
+  }
 };
 
 /// What an atom says: a truth value, or a bound.
@@ -54,13 +66,16 @@ class AtomForms {
   /// Keeps the reference.
   explicit AtomForms(Terms& terms) : terms_(terms), floors_(terms) {}
 
-  /// The reading of an atom, or of its negation.
-  AtomReading read(const Term_* atom, bool negated);
+  /// The reading of an atom, or of its negation. The atom is no connective.
+  AtomReading read(TheoryLit literal);
   /// The literal as a term, or a truth value. Reading it again gives the same literal, or,
   /// on a remainder form, one on another form.
   const Term_* write(const BoundLiteral& literal);
   [[nodiscard]] BoundLiteral negation(const BoundLiteral& literal) const;
-  [[nodiscard]] bool is_integral(std::size_t form) const { return forms_[form].integral; }
+  [[nodiscard]] bool is_integral(std::size_t form) const {
+    assert(form < forms_.size());
+    return forms_[form].integral;
+  }
 
  private:
   using Summands = std::vector<LinearForm::Summand>;
@@ -89,6 +104,8 @@ class AtomForms {
   std::size_t linear_form_number(Summands summands);
   std::size_t opaque_form_number(const Term_* literal);
   [[nodiscard]] std::optional<Remainder> remainder_of(const Summands& summands) const;
+  // Coprime integer coefficients, the first one positive; for assertions.
+  [[nodiscard]] static bool is_form(const Summands& summands);
   const Term_* write_opaque(const Form& form, bool negated);
   const Term_* write_sides(const BoundLiteral& literal);
   const Term_* write_remainder(const BoundLiteral& literal);

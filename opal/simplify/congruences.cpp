@@ -20,9 +20,11 @@ namespace {
 
 using Summands = std::vector<LinearForm::Summand>;
 
-// A factor coprime to m that makes the first coefficient which is coprime to m 1, or the
-// first one a divisor of m: it is the least such factor.
+// The least positive factor coprime to m that makes a coefficient simple: the first one
+// that is coprime to m becomes 1, or, where there is none, the first one of all a divisor
+// of m.
 QNumber unit_factor(const Summands& summands, const QNumber& m) {
+  assert(!summands.empty() && QNumber(1) < m);
   const QNumber one(1);
   for (const auto& [variable, a] : summands) {
     if (gcd(a, m) == one) return inverse_modulo(a, m);
@@ -33,11 +35,13 @@ QNumber unit_factor(const Summands& summands, const QNumber& m) {
   QNumber factor = inverse_modulo(a / divisor, step);
   while (gcd(factor, m) != one)
     factor += step;
+  assert(remainder(a * factor, m) == remainder(divisor, m));
   return factor;
 }
 
 void multiply(Summands& summands, QNumber& residue, const QNumber& factor,
               const QNumber& m) {
+  assert(gcd(factor, m) == QNumber(1));
   for (auto& summand : summands)
     summand.second = balanced_remainder(summand.second * factor, m);
   residue = remainder(residue * factor, m);
@@ -53,8 +57,20 @@ void reduce_coefficients(Summands& summands, const QNumber& m) {
 
 }  // namespace
 
+bool CongruenceReading::is_normal() const {
+  if (truth) return summands.empty();
+  const QNumber& m = values.modulus;
+  if (!values.is_normal() || m <= QNumber(1) || summands.empty()) return false;
+  QNumber divisor = m;
+  for (const auto& [variable, a] : summands) {
+    if (a.is_zero() || balanced_remainder(a, m) != a) return false;
+    divisor = gcd(divisor, a);
+  }
+  return divisor == QNumber(1) && summands.front().second.sign() > 0;
+}
+
 CongruenceReading read_congruence(LinearForm form, QNumber modulus) {
-  assert(modulus.sign() > 0 && form.is_normal());
+  assert(modulus.sign() > 0 && modulus.is_integer() && form.is_normal());
   QNumber denominator(1);
   for (const auto& [variable, a] : form.summands)
     denominator = lcm(denominator, a.get_den());
@@ -71,6 +87,7 @@ CongruenceReading read_congruence(LinearForm form, QNumber modulus) {
     divisor = gcd(divisor, a);
   if (!divisor.divides(residue)) return {false, {}, {}};
   if (divisor == modulus) return {true, {}, {}};
+  assert(!summands.empty() && divisor.sign() > 0);
   modulus /= divisor;
   residue /= divisor;
   for (auto& summand : summands)
@@ -81,7 +98,7 @@ CongruenceReading read_congruence(LinearForm form, QNumber modulus) {
     multiply(summands, residue, QNumber(-1), modulus);
   }
   CongruenceReading result{std::nullopt, std::move(summands), {residue, modulus}};
-  assert(result.values.is_normal());
+  assert(result.is_normal());
   return result;
 }
 

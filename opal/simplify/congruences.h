@@ -17,6 +17,9 @@ struct CongruenceReading {
   /// such one is 1 or -1, else the first one of all divides the modulus.
   std::vector<LinearForm::Summand> summands;
   ResidueClass values;
+
+  /// These ranges; for assertions.
+  [[nodiscard]] bool is_normal() const;
 };
 
 /// The normal form of: the positive integer `modulus` divides the value of `form`, whose

@@ -26,6 +26,7 @@ namespace {
 
 // Adds factor * summands.
 void add_multiple(LinearForm& form, const QNumber& factor, const LinearForm& other) {
+  assert(!factor.is_zero() && &form != &other);
   for (const auto& [variable, a] : other.summands)
     form.summands.emplace_back(variable, a * factor);
   form.constant += other.constant * factor;
@@ -48,6 +49,8 @@ LinearForm take_integers(LinearForm& form) {
   form.summands = std::move(rest);
   taken.constant = form.constant.floor();
   form.constant -= taken.constant;
+  assert(form.constant.sign() >= 0 && form.constant < QNumber(1));
+  assert(form.is_normal() && taken.is_normal());
   return taken;
 }
 
@@ -55,10 +58,12 @@ QNumber common_denominator(const LinearForm& form) {
   QNumber denominator(1);
   for (const auto& [variable, a] : form.summands)
     denominator = lcm(denominator, a.get_den());
+  assert(denominator.sign() > 0);
   return denominator;
 }
 
 void scale(LinearForm& form, const QNumber& factor) {
+  assert(!factor.is_zero());
   for (auto& summand : form.summands)
     summand.second *= factor;
   form.constant *= factor;
@@ -80,6 +85,22 @@ bool is_over_integers(const std::vector<LinearForm::Summand>& summands) {
   });
 }
 
+bool FloorForms::Floor::is_normal() const {
+  if (!numerator.is_normal() || numerator.is_constant()) return false;
+  if (is_over_integers(numerator.summands) != over_integers) return false;
+  if (!over_integers)
+    return divisor == QNumber(1) && numerator.constant.sign() >= 0 &&
+           numerator.constant < QNumber(1);
+  if (divisor <= QNumber(1) || !ResidueClass{numerator.constant, divisor}.is_normal())
+    return false;
+  QNumber common = divisor;
+  for (const auto& [variable, a] : numerator.summands) {
+    if (!a.is_integer() || balanced_remainder(a, divisor) != a) return false;
+    common = gcd(common, a);
+  }
+  return common == QNumber(1) && numerator.summands.front().second.sign() > 0;
+}
+
 void FloorForms::replace(LinearForm& form) const {
   if (!has_floor(form)) return;
   LinearForm result;
@@ -97,6 +118,7 @@ void FloorForms::replace(LinearForm& form) const {
 
 // Inner floor terms are written before the outer ones.
 void FloorForms::normalize(LinearForm& form) {
+  assert(form.is_normal());
   if (!has_floor(form)) return;
   struct Open {
     const Term_* floor;
@@ -126,6 +148,7 @@ void FloorForms::normalize(LinearForm& form) {
     normal_.emplace(floor, floor_form(std::move(sum)));
   }
   replace(form);
+  assert(form.is_normal());
 }
 
 // The normal form of the floor of u, whose floor terms are normal. Invariant: the result is
@@ -135,10 +158,12 @@ LinearForm FloorForms::floor_form(LinearForm u) {
   QNumber sign(1), divisor(1);
   bool integers = true;
   for (;;) {
+    assert(u.is_normal() && abs(sign) == QNumber(1));
     add_multiple(taken, sign, take_integers(u));
     integers = is_over_integers(u.summands);
     if (!integers || u.is_constant()) break;
     divisor = common_denominator(u);
+    assert(QNumber(1) < divisor);
     u.constant = (u.constant * divisor).floor() / divisor;
     if (u.summands.front().second.sign() < 0) {
       // floor(n/d) = -floor((d - 1 - n)/d) for an integer n
@@ -159,8 +184,8 @@ LinearForm FloorForms::floor_form(LinearForm u) {
 }
 
 // When u has one floor term only, floor(n/d), which has the coefficient 1 in the integer
-// u * divisor, n/d takes its place. Not for large divisors, so that numbers do not grow
-// with the depth of terms. Whether it was done.
+// u * divisor, n/d takes its place. Large divisors are left alone, so that numbers do not
+// grow with the depth of terms. Answers whether it was done.
 bool FloorForms::fold_nested(LinearForm& u, const QNumber& divisor) const {
   if (std::count_if(u.summands.begin(), u.summands.end(), is_floor) != 1) return false;
   const auto nested = std::find_if(u.summands.begin(), u.summands.end(), is_floor);
@@ -174,6 +199,7 @@ bool FloorForms::fold_nested(LinearForm& u, const QNumber& divisor) const {
 }
 
 const Term_* FloorForms::write(Floor f) {
+  assert(f.is_normal());
   const Term_* sum = sum_term(terms_, f.numerator);
   const Term_* t =
       f.over_integers

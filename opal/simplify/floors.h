@@ -1,6 +1,7 @@
 #ifndef OPAL_SIMPLIFY_FLOORS_H
 #define OPAL_SIMPLIFY_FLOORS_H
 
+#include <cassert>
 #include <unordered_map>
 #include <vector>
 
@@ -23,6 +24,9 @@ class FloorForms {
     LinearForm numerator;  // its floor terms are normal
     QNumber divisor;       // 1 if a variable is Real
     bool over_integers = false;
+
+    /// The normal form described above.
+    [[nodiscard]] bool is_normal() const;
   };
 
   /// Keeps the reference.
@@ -32,6 +36,7 @@ class FloorForms {
   void normalize(LinearForm& form);
   /// What a normal floor term that normalize() has written is the floor of.
   [[nodiscard]] const Floor& floor_of(const Term_* normal) const {
+    assert(floors_.count(normal) == 1);
     return floors_.at(normal);
   }
 

@@ -1,3 +1,12 @@
+// Building formula graphs, and writing them as terms.
+//
+// Example: (and (<= x 3) (or (<= y 1) (<= (* 2 x) 10))) has nodes for x <= 3, y <= 1 and
+// x <= 5, then one for the `or` and one for the `and`. Nodes are found by a hash of their
+// literal, or of their connective and operands, so equal ones are one.
+//
+// Operands have smaller numbers than their node, so that walks go by number, without
+// recursion. Cost: linear in the nodes, but for sorting operands.
+
 #include "opal/simplify/formula_graph.h"
 
 #include <algorithm>
@@ -39,6 +48,7 @@ BoundLiteral FormulaGraph::signed_literal(Connective c, Node n) const {
 }
 
 FormulaGraph::Node FormulaGraph::literal(const BoundLiteral& literal) {
+  assert(literal.is_normal());
   const std::uint64_t h = hash_of(literal);
   const auto [begin, end] = by_hash_.equal_range(h);
   for (auto entry = begin; entry != end; ++entry)
@@ -55,6 +65,7 @@ FormulaGraph::Node FormulaGraph::literal(const BoundLiteral& literal) {
 
 FormulaGraph::Node FormulaGraph::compound(Connective c, const Nodes& operands) {
   assert(operands.size() >= 2 && std::is_sorted(operands.begin(), operands.end()));
+  assert(operands.front() > TRUE_NODE && operands.back() < nodes_.size());
   std::uint64_t h = mixed(2, static_cast<std::uint64_t>(c));
   for (const Node operand : operands)
     h = mixed(h, operand);
@@ -71,17 +82,19 @@ FormulaGraph::Node FormulaGraph::compound(Connective c, const Nodes& operands) {
   negations_.push_back(n);
   written_.push_back(nullptr);
   by_hash_.emplace(h, n);
+  assert(nodes_.size() == negations_.size() && nodes_.size() == written_.size());
   return n;
 }
 
-FormulaGraph::Node FormulaGraph::atom(const Term_* t, bool negated) {
+FormulaGraph::Node FormulaGraph::atom(const Term_* t) {
   const BuildingFlagScope exact(terms_, 0);
-  const AtomReading reading = forms_.read(t, negated);
+  const AtomReading reading = forms_.read(TheoryLit(t));
   if (reading.truth) return *reading.truth ? TRUE_NODE : FALSE_NODE;
   return literal(reading.literal);
 }
 
 FormulaGraph::Node FormulaGraph::formula(const Term_* t) {
+  assert(Terms::sort_of(t) == Sort::BOOL);
   std::vector<const Term_*> stack{t};
   while (!stack.empty()) {
     const Term_* const top = stack.back();
@@ -102,15 +115,15 @@ FormulaGraph::Node FormulaGraph::formula(const Term_* t) {
       case Kind::AND: n = conjunction(std::move(operands)); break;
       case Kind::OR: n = disjunction(std::move(operands)); break;
       case Kind::NOT: n = negation(operands.front()); break;
-      default: n = atom(top, false); break;
+      default: n = atom(top); break;
     }
     read_.emplace(top, n);
   }
   return read_.at(t);
 }
 
-// The literals over one form among the operands become the fewest with the same meaning;
-// false when they decide the whole.
+// The literals over one form among the operands become the fewest with the same meaning.
+// Answers false when they decide the whole: when no value of the form satisfies them.
 bool FormulaGraph::merge_literals(Connective c, Nodes& operands) {
   std::vector<std::pair<std::size_t, Node>> by_form;
   for (const Node n : operands)
@@ -149,6 +162,7 @@ FormulaGraph::Node FormulaGraph::join(Connective c, Nodes operands) {
   const Node decisive = neutral(dual(c));
   std::sort(operands.begin(), operands.end());
   operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
+  assert(operands.empty() || operands.back() < nodes_.size());
   if (std::binary_search(operands.begin(), operands.end(), decisive)) return decisive;
   operands.erase(std::remove(operands.begin(), operands.end(), neutral(c)), operands.end());
   if (operands.size() > 1 && !merge_literals(c, operands)) return decisive;
@@ -198,6 +212,7 @@ FormulaGraph::Nodes FormulaGraph::reachable(Node root) const {
   while (!stack.empty()) {
     const Node n = stack.back();
     stack.pop_back();
+    assert(n <= root);
     if (seen[n]) continue;
     seen[n] = true;
     result.push_back(n);
@@ -219,6 +234,7 @@ const Term_* FormulaGraph::term(Node root) {
     const Term_* result = nullptr;
     for (const Node* operand = begin(*n); operand != end(*n); ++operand) {
       const Term_* const t = written_[*operand];
+      assert(t != nullptr);
       if (result == nullptr)
         result = t;
       else
@@ -227,6 +243,7 @@ const Term_* FormulaGraph::term(Node root) {
     }
     written_[*n] = result;
   }
+  assert(written_[root] != nullptr);
   return written_[root];
 }
 

@@ -19,12 +19,14 @@
 #ifndef OPAL_SIMPLIFY_FORMULA_GRAPH_H
 #define OPAL_SIMPLIFY_FORMULA_GRAPH_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
 
 #include "opal/simplify/atoms.h"
+#include "opal/simplify/connective.h"
 #include "opal/simplify/region.h"
 #include "opal/terms/terms.h"
 
@@ -34,7 +36,7 @@ class FormulaGraph {
  public:
   using Node = std::uint32_t;
   using Nodes = std::vector<Node>;
-  enum class Connective : std::uint8_t { AND, OR };
+  using Connective = host::Connective;
 
   static constexpr Node FALSE_NODE = 0;
   static constexpr Node TRUE_NODE = 1;
@@ -70,8 +72,8 @@ class FormulaGraph {
     std::uint32_t begin;  // of the operands, or the number of the literal
     std::uint32_t count;  // of operands, ascending
   };
-  // What is known of the formulas around a node, literals that are true, ascending; and how
-  // many nodes have it as an operand.
+  // The literals that hold wherever a node counts, ascending, by what stands around it; and
+  // the number of nodes that have it as an operand.
   struct Surroundings {
     Nodes literals;
     std::size_t parents = 0;
@@ -81,23 +83,26 @@ class FormulaGraph {
   static NodeKind kind_of(Connective c) {
     return c == Connective::AND ? NodeKind::AND : NodeKind::OR;
   }
-  static Connective dual(Connective c) {
-    return c == Connective::AND ? Connective::OR : Connective::AND;
-  }
   static Node neutral(Connective c) {
     return c == Connective::AND ? TRUE_NODE : FALSE_NODE;
   }
   [[nodiscard]] bool is_literal(Node n) const {
+    assert(n < nodes_.size());
     return nodes_[n].kind == NodeKind::LITERAL;
   }
-  [[nodiscard]] bool is(Node n, Connective c) const { return nodes_[n].kind == kind_of(c); }
+  [[nodiscard]] bool is(Node n, Connective c) const {
+    assert(n < nodes_.size());
+    return nodes_[n].kind == kind_of(c);
+  }
   [[nodiscard]] bool is_compound(Node n) const {
     return is(n, Connective::AND) || is(n, Connective::OR);
   }
   [[nodiscard]] const BoundLiteral& literal_of(Node n) const {
+    assert(is_literal(n));
     return literals_[nodes_[n].begin];
   }
   [[nodiscard]] const Node* begin(Node n) const {
+    assert(is_compound(n));
     return operands_.data() + nodes_[n].begin;
   }
   [[nodiscard]] const Node* end(Node n) const { return begin(n) + nodes_[n].count; }
@@ -105,7 +110,7 @@ class FormulaGraph {
   [[nodiscard]] BoundLiteral signed_literal(Connective c, Node n) const;
 
   // --- formula_graph.cpp
-  Node atom(const Term_* t, bool negated);
+  Node atom(const Term_* t);
   Node literal(const BoundLiteral& literal);
   Node compound(Connective c, const Nodes& operands);
   bool merge_literals(Connective c, Nodes& operands);

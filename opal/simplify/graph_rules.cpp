@@ -47,6 +47,7 @@ using Nodes = FormulaGraph::Nodes;
 FormulaGraph::Node FormulaGraph::simplified(Node root) {
   for (int round = 0; round < MAX_ROUNDS && is_compound(root); ++round) {
     const Node next = simplified_once(root);
+    assert(next < nodes_.size());
     if (next == root || weight(next) > weight(root)) break;
     root = next;
   }
@@ -67,6 +68,7 @@ FormulaGraph::surroundings(Node root, const Nodes& order) {
   around[root].parents = 1;
   for (const Node n : order) {
     if (!is_compound(n)) continue;
+    assert(around[n].parents > 0);  // operands come after their nodes
     Nodes known = around[n].literals;
     Nodes own;
     for (const Node* operand = begin(n); operand != end(n); ++operand)
@@ -104,6 +106,7 @@ FormulaGraph::Regions FormulaGraph::regions_for(Node n, const Nodes& known) cons
     regions.try_emplace(form, forms_.is_integral(form));
   }
   for (const Node l : known) {
+    assert(is_literal(l));
     const auto region = regions.find(literal_of(l).form);
     if (region != regions.end()) region->second.add(literal_of(l));
   }
@@ -120,6 +123,7 @@ FormulaGraph::Nodes FormulaGraph::rewritten_operands(
   const Regions regions = regions_for(n, around.literals);
   Nodes operands;
   for (const Node* operand = begin(n); operand != end(n); ++operand) {
+    assert(*operand < n);
     if (is_compound(*operand)) {
       const Node result = results.at(*operand);
       const bool flat =
@@ -170,6 +174,7 @@ void FormulaGraph::absorb(Connective c, Nodes& operands) const {
                          });
     if (!implied) result.push_back(n);
   }
+  assert(result.size() <= operands.size());
   operands = std::move(result);
 }
 
@@ -190,6 +195,7 @@ void FormulaGraph::factor(Connective c, Nodes& operands) {
       if (times > most.first || (times == most.first && times > 1 && inner < most.second))
         most = {times, inner};
     if (most.first < 2) return;
+    assert(most.first <= compounds);
     Nodes parts;
     Nodes rest;
     for (const Node n : operands) {
@@ -201,6 +207,7 @@ void FormulaGraph::factor(Connective c, Nodes& operands) {
       without.erase(std::find(without.begin(), without.end(), most.second));
       parts.push_back(join(other, std::move(without)));
     }
+    assert(parts.size() == most.first && parts.size() + rest.size() == operands.size());
     rest.push_back(join(other, {most.second, join(c, std::move(parts))}));
     operands = std::move(rest);
   }

@@ -1,3 +1,16 @@
+// The values that literals over one form leave.
+//
+//     x <= 5, x >= 1, x /= 5, x = 0 modulo 2      over Ints
+//     [1, 5] without 5, even                      x >= 2, x <= 4, x = 0 modulo 2
+//
+// Bounds are taken in as they come, and brought into normal form once, by settle():
+// excluded points at a bound move it, bounds are rounded to the residue class, and excluded
+// points or classes outside are dropped. Bounds that move may drop classes, and these may
+// move bounds: so the steps for integers are repeated until no class is dropped.
+//
+// Cost: sorting the excluded points, and for each moved bound a step; stepping over
+// excluded classes ends after some steps (residues.cpp).
+
 #include "opal/simplify/region.h"
 
 #include <algorithm>
@@ -19,11 +32,13 @@ const ResidueClass& Region::all() const {
 
 // Whether a value of an integral form is in none of the excluded classes.
 bool Region::has(const QNumber& c) const {
+  assert(integral_);
   return residues_ ? residues_->contains(c) : c.is_integer();
 }
 
 // Whether a value of an integral form is in its residue class.
 bool Region::in_class(const QNumber& c) const {
+  assert(integral_);
   return residues_ ? residues_->all().contains(c) : c.is_integer();
 }
 
@@ -42,6 +57,7 @@ void Region::add_upper(const Bound& bound) {
 }
 
 void Region::add(const BoundLiteral& literal) {
+  assert(literal.is_normal() && (integral_ || !literal.is_class()));
   const QNumber& c = literal.bound;
   switch (literal.relation) {
     case Relation::LEQ: return add_upper({c, false});
@@ -62,6 +78,7 @@ void Region::add(const BoundLiteral& literal) {
 // match:  f <= c and f != c
 // result: f < c; excluded points above c are dropped
 void Region::settle_upper() {
+  assert(!integral_ && !residues_);
   while (upper_ && !excluded_.empty() && excluded_.back() >= upper_->value) {
     if (excluded_.back() == upper_->value) upper_->strict = true;
     excluded_.pop_back();
@@ -69,6 +86,7 @@ void Region::settle_upper() {
 }
 
 void Region::settle_lower() {
+  assert(!integral_ && std::is_sorted(excluded_.begin(), excluded_.end()));
   auto first = excluded_.begin();
   for (; lower_ && first != excluded_.end() && *first <= lower_->value; ++first) {
     if (*first == lower_->value) lower_->strict = true;
@@ -79,9 +97,10 @@ void Region::settle_lower() {
 // rule round-to-residue
 // match:  f >= 3 and f = 0 modulo 2,   f <= 5 and f != 5
 // result: f >= 4 and f = 0 modulo 2,   f <= 4
-// The classes excluded may cover everything, so that only some of their members are stepped
-// over.
+// The excluded classes may cover all integers, so a bound steps over a limited number of
+// their members only (Residues::member_below).
 void Region::settle_integral_upper() {
+  assert(integral_ && std::is_sorted(excluded_.begin(), excluded_.end()));
   if (!upper_) return;
   QNumber& value = upper_->value;
   value = residues_ ? residues_->round_down(value) : value.floor();
@@ -89,12 +108,14 @@ void Region::settle_integral_upper() {
     if (residues_) value = residues_->member_below(value).value_or(value);
     while (!excluded_.empty() && excluded_.back() > value)
       excluded_.pop_back();
+    assert(in_class(value));
     if (excluded_.empty() || excluded_.back() != value) return;
     value -= all().modulus;
   }
 }
 
 void Region::settle_integral_lower() {
+  assert(integral_);
   if (!lower_) return;
   QNumber& value = lower_->value;
   value = residues_ ? residues_->round_up(value) : value.neg().floor().neg();
@@ -103,6 +124,7 @@ void Region::settle_integral_lower() {
     if (residues_) value = residues_->member_above(value).value_or(value);
     while (first != excluded_.end() && *first < value)
       ++first;
+    assert(in_class(value));
     if (first == excluded_.end() || *first != value) break;
     value += all().modulus;
   }
@@ -154,6 +176,7 @@ bool Region::is_point() const {
 }
 
 bool Region::excludes(const BoundLiteral& literal) const {
+  assert(literal.is_normal());
   if (empty()) return true;
   const Bound c{literal.bound, false};
   const Bound strict{literal.bound, true};
@@ -179,13 +202,14 @@ bool Region::excludes(const BoundLiteral& literal) const {
 bool Region::excludes_class(const ResidueClass& c) const {
   if (residues_ && residues_->is_disjoint(c)) return true;
   if (!lower_ || !upper_) return false;
+  assert(c.is_normal() && common_class(all(), c));
   const ResidueClass both = *common_class(all(), c);
   return lower_->value + remainder(both.residue - lower_->value, both.modulus) >
          upper_->value;
 }
 
 std::vector<BoundLiteral> Region::literals(std::size_t form) const {
-  assert(!empty());
+  assert(!empty() && is_settled());
   if (is_point()) return {{form, Relation::EQ, lower_->value, {}}};
   std::vector<BoundLiteral> result;
   const auto add = [&](Relation relation, const QNumber& c, const QNumber& modulus = {}) {

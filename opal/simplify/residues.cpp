@@ -1,3 +1,16 @@
+// Integers in one residue class and in none of some others, in normal form.
+//
+//     x = 1 modulo 2, x /= 1 modulo 4           x = 3 modulo 4
+//     x /= 0 modulo 3, x /= 1 modulo 3          x = 2 modulo 3
+//     x = 0 modulo 2, x /= 0 modulo 6           stays as it is
+//
+// An excluded class is looked at relative to the class that is kept: x = 1 + 2y with x /= 1
+// modulo 4 is y /= 0 modulo 2, and of two residues one is left. Where the common period of
+// the excluded classes is small, the set is written down residue by residue and described
+// anew, so that equal sets have equal descriptions.
+//
+// Cost: quadratic in the number of classes, and linear in PERIOD_PER_CLASS periods.
+
 #include "opal/simplify/residues.h"
 
 #include <algorithm>
@@ -37,9 +50,12 @@ std::optional<std::size_t> small_period(const Classes& classes) {
 }
 
 Pattern without(const Classes& classes, std::size_t period) {
+  assert(period > 0);
   Pattern members(period, true);
   for (const ResidueClass& c : classes) {
+    assert(c.is_normal());
     const auto step = static_cast<std::size_t>(*c.modulus.to_long());
+    assert(period % step == 0);
     for (auto i = static_cast<std::size_t>(*c.residue.to_long()); i < period; i += step)
       members[i] = false;
   }
@@ -49,6 +65,7 @@ Pattern without(const Classes& classes, std::size_t period) {
 // The smallest class around the members, of a modulus that divides the period. There is a
 // member.
 ResidueClass hull(const Pattern& members) {
+  assert(std::find(members.begin(), members.end(), true) != members.end());
   QNumber modulus = number(members.size());
   std::optional<std::size_t> first;
   for (std::size_t i = 0; i < members.size(); ++i) {
@@ -59,8 +76,9 @@ ResidueClass hull(const Pattern& members) {
   return {remainder(number(*first), modulus), modulus};
 }
 
-// The classes without members, those of small moduli first, none inside of the others
-// together. Classes of 1, 2, ... residues are tried, so the result depends on the set only.
+// Classes without members that cover all residues that are no members: by ascending
+// modulus, and only where a class covers a residue that those before it do not. The result
+// depends on the set of members only.
 Classes gaps(const Pattern& members) {
   Classes result;
   Pattern uncovered(members);
@@ -90,6 +108,7 @@ Classes gaps(const Pattern& members) {
 }  // namespace
 
 void Residues::restrict_to(const ResidueClass& c) {
+  assert(c.is_normal());
   if (empty_) return;
   const auto common = common_class(class_, c);
   if (common) {
@@ -108,9 +127,11 @@ ResidueClass Residues::relative(const ResidueClass& c) const {
           common->modulus / class_.modulus};
 }
 
-// Of the classes that all() cuts in the class relative to it, that of the least modulus:
-// the modulus times that part of all()'s which has a divisor in common with it.
+// The inverse of relative(). Several classes meet all() in the same integers; this is the
+// one of the least modulus. That modulus is c's times the part of all()'s modulus whose
+// prime divisors c's has too.
 ResidueClass Residues::absolute(const ResidueClass& c) const {
+  assert(c.is_normal());
   QNumber part(1);
   QNumber rest = class_.modulus;
   for (QNumber g = gcd(rest, c.modulus); g != QNumber(1); g = gcd(rest, c.modulus)) {
@@ -118,6 +139,7 @@ ResidueClass Residues::absolute(const ResidueClass& c) const {
     rest /= g;
   }
   const QNumber modulus = part * c.modulus;
+  assert(part * rest == class_.modulus && gcd(rest, modulus) == QNumber(1));
   return {remainder(class_.residue + class_.modulus * c.residue, modulus), modulus};
 }
 
@@ -135,6 +157,7 @@ bool Residues::rebase() {
     }
     if (!common_class(class_, c)) continue;
     const ResidueClass y = relative(c);
+    assert(QNumber(1) < y.modulus);
     if (y.modulus == QNumber(2)) {
       class_.residue += class_.modulus * (QNumber(1) - y.residue);
       class_.modulus += class_.modulus;
@@ -153,6 +176,7 @@ bool Residues::rebase() {
 // result: x = 2 modulo 3,                        x = 0 modulo 2
 // Whether all() has changed.
 bool Residues::describe_by_period() {
+  assert(!empty_ && class_.is_normal());
   if (excluded_.size() < 2) return false;
   Classes classes;
   for (const ResidueClass& c : excluded_)
@@ -182,10 +206,21 @@ void Residues::settle() {
     while (rebase()) {
     }
   } while (!empty_ && describe_by_period());
-  assert(class_.is_normal());
+  assert(is_normal());
+}
+
+bool Residues::is_normal() const {
+  if (!class_.is_normal()) return false;
+  if (empty_) return true;
+  return std::is_sorted(excluded_.begin(), excluded_.end()) &&
+         std::all_of(excluded_.begin(), excluded_.end(), [this](const ResidueClass& c) {
+           return c.is_normal() && !c.contains(class_) && common_class(class_, c) &&
+                  relative(c).modulus > QNumber(2);
+         });
 }
 
 bool Residues::drop_outside(const QNumber& low, const QNumber& high) {
+  assert(low <= high && class_.contains(low) && class_.contains(high));
   const auto outside = [&](const ResidueClass& c) {
     const auto common = common_class(class_, c);
     return !common || low + remainder(common->residue - low, common->modulus) > high;
@@ -209,6 +244,7 @@ bool Residues::is_disjoint(const ResidueClass& c) const {
 }
 
 QNumber Residues::round_up(const QNumber& x) const {
+  assert(class_.is_normal());
   return x + remainder(class_.residue - x, class_.modulus);
 }
 
@@ -217,6 +253,7 @@ QNumber Residues::round_down(const QNumber& x) const {
 }
 
 std::optional<QNumber> Residues::next_member(QNumber x, const QNumber& step) const {
+  assert(class_.contains(x) && abs(step) == class_.modulus);
   constexpr int STEPS = 100;
   for (int i = 0; i < STEPS; ++i, x += step) {
     if (contains(x)) return x;

@@ -11,11 +11,11 @@ namespace opal::host {
 
 /// The integers of one residue class that lie in none of some other classes.
 ///
-/// Invariant after settle(): unless empty(), the excluded classes ascend, each shares
-/// integers with the class, none contains it, and none has two residues only relative to
-/// it (the other one would be the class). When a period of the set is small, they are the
-/// only description of that set that settle() gives; otherwise they may be redundant, and
-/// even cover the class.
+/// Invariant after settle() (is_normal): unless empty(), the excluded classes ascend, each
+/// shares integers with the class, none contains it, and none has two residues only
+/// relative to it (the other one would be the class). When a period of the set is small,
+/// they are the only description of that set that settle() gives; otherwise they may be
+/// redundant, and even cover the class.
 class Residues {
  public:
   /// Keeps the integers of a class only.
@@ -26,6 +26,9 @@ class Residues {
   /// Drops the excluded classes without members between two integers; whether there were
   /// any.
   bool drop_outside(const QNumber& low, const QNumber& high);
+
+  /// The invariant; for assertions.
+  [[nodiscard]] bool is_normal() const;
 
   [[nodiscard]] bool empty() const { return empty_; }
   [[nodiscard]] const ResidueClass& all() const { return class_; }

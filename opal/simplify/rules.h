@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "opal/simplify/atoms.h"
+#include "opal/simplify/connective.h"
 #include "opal/simplify/region.h"
 #include "opal/terms/terms.h"
 
@@ -25,7 +26,7 @@ class OperandRules {
   OperandRules(Terms& terms, AtomForms& forms) : terms_(terms), forms_(forms) {}
 
   /// The simplified conjunction or disjunction of simplified formulas.
-  const Term_* join(bool conjunction, Operands operands);
+  const Term_* join(Connective c, Operands operands);
 
   /// Whether an operand of an operand lost operands so that a rule matches what is left of
   /// it: simplifying the whole formula again applies that.
@@ -48,14 +49,14 @@ class OperandRules {
         false;  // whether a literal came out as one on another form, or true or false
   };
 
-  void reduce(bool conjunction, Operands& operands);
-  void flatten(bool conjunction, Operands& operands) const;
-  Merged merge_bounds(bool conjunction, Operands& operands);
-  bool use_units(bool conjunction, Operands& operands, const Regions& regions);
-  const Term_* use_units_in(bool conjunction, const Term_* operand, const Regions& regions);
-  void drop_subsumed(bool conjunction, Operands& operands);
-  [[nodiscard]] Operands common_operands(bool conjunction, const Operands& operands) const;
-  Operands take_common(bool conjunction, Operands& operands);
+  void reduce(Connective c, Operands& operands);
+  void flatten(Connective c, Operands& operands) const;
+  Merged merge_bounds(Connective c, Operands& operands);
+  bool use_units(Connective c, Operands& operands, const Regions& regions);
+  const Term_* use_units_in(Connective c, const Term_* operand, const Regions& regions);
+  void drop_subsumed(Connective c, Operands& operands);
+  [[nodiscard]] Operands common_operands(Connective c, const Operands& operands) const;
+  Operands take_common(Connective c, Operands& operands);
 
   // A connective within the joined one, read so that it is a conjunction.
   struct Cube {
@@ -65,18 +66,18 @@ class OperandRules {
     std::unordered_set<const Term_*> others;  // members that are no literals
     bool subsumed = false;
   };
-  Cube read_cube(bool conjunction, const Term_* operand);
+  Cube read_cube(Connective c, const Term_* operand);
   bool is_within(const Cube& small, const Cube& large) const;
 
-  Member read(bool conjunction, const Term_* operand);
-  const Term_* build_rest(bool conjunction, const Operands& rest);
-  const Term_* build(bool conjunction, const Operands& operands) const;
-  [[nodiscard]] Operands operands_of(bool conjunction, const Term_* t) const;
+  Member read(Connective c, const Term_* operand);
+  const Term_* build_rest(Connective c, const Operands& rest);
+  const Term_* build(Connective c, const Operands& operands) const;
+  [[nodiscard]] Operands operands_of(Connective c, const Term_* t) const;
   [[nodiscard]] bool is_truth(const Term_* t) const {
     return t == terms_.true_term() || t == terms_.false_term();
   }
-  [[nodiscard]] const Term_* neutral(bool conjunction) const {
-    return conjunction ? terms_.true_term() : terms_.false_term();
+  [[nodiscard]] const Term_* neutral(Connective c) const {
+    return c == Connective::AND ? terms_.true_term() : terms_.false_term();
   }
 
   Terms& terms_;

@@ -1,5 +1,20 @@
+// Simplification of formulas, bottom-up.
+//
+// Negations are pushed into the atoms, atoms are read as bounds on forms and written again
+// (atoms.h), and connectives are joined by rules (rules.h). A pass that leaves a rule with
+// something to do asks for another one. Example:
+//
+//     (not (or (< 3 x) (not (<= (* 2 x) 5))))      with an Int x
+//     x <= 3 and 2x <= 5                           negations pushed
+//     x <= 3 and x <= 2                            atoms normalised
+//     x <= 2                                       joined
+//
+// Cost: each formula, under each sign, is simplified once in a pass; there are at most
+// MAX_PASSES of them.
+
 #include "opal/simplify/simplifier.h"
 
+#include <cassert>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -25,17 +40,21 @@ TheoryLit without_not(TheoryLit formula) {
   while (Terms::kind_of(formula.atom()) == Kind::NOT) {
     formula = TheoryLit(formula.atom()->arg(0), !formula.is_negated());
   }
+  assert(!formula.has_no_atom());
   return formula;
 }
 
-bool is_conjunction(TheoryLit formula) {
-  return (Terms::kind_of(formula.atom()) == Kind::AND) != formula.is_negated();
+// The connective at the top of a formula under a sign.
+Connective connective_of(TheoryLit formula) {
+  assert(is_connective(formula.atom()));
+  const bool is_and = Terms::kind_of(formula.atom()) == Kind::AND;
+  return is_and != formula.is_negated() ? Connective::AND : Connective::OR;
 }
 
 // The operands of a connective under a sign, those of nested connectives of the same kind
 // included, each once.
 std::vector<TheoryLit> signed_operands(TheoryLit formula) {
-  const bool conjunction = is_conjunction(formula);
+  const Connective connective = connective_of(formula);
   std::vector<TheoryLit> operands;
   std::vector<TheoryLit> stack{formula};
   std::unordered_set<std::uint64_t> seen;
@@ -44,7 +63,7 @@ std::vector<TheoryLit> signed_operands(TheoryLit formula) {
     stack.pop_back();
     if (!seen.insert(top.bits()).second) continue;
     const Term_* t = top.atom();
-    if (!is_connective(t) || is_conjunction(top) != conjunction) {
+    if (!is_connective(t) || connective_of(top) != connective) {
       operands.push_back(top);
       continue;
     }
@@ -61,10 +80,12 @@ class Simplifier {
   explicit Simplifier(Terms& terms) : terms_(terms), forms_(terms), rules_(terms, forms_) {}
 
   const Term_* simplify(const Term_* formula) {
+    assert(open_.empty());
     const TheoryLit root = without_not(TheoryLit(formula));
     visit(root);
     while (!open_.empty())
       step();
+    assert(results_.count(root.bits()) == 1);
     return results_.at(root.bits());
   }
 
@@ -84,7 +105,7 @@ class Simplifier {
       open_.push_back({formula, signed_operands(formula), 0});
       return;
     }
-    const AtomReading reading = forms_.read(formula.atom(), formula.is_negated());
+    const AtomReading reading = forms_.read(formula);
     const Term_* result = !reading.truth   ? forms_.write(reading.literal)
                           : *reading.truth ? terms_.true_term()
                                            : terms_.false_term();
@@ -92,7 +113,9 @@ class Simplifier {
   }
 
   void step() {
+    assert(!open_.empty());
     Open& top = open_.back();
+    assert(top.next <= top.operands.size());
     if (top.next < top.operands.size()) {
       visit(top.operands[top.next++]);
       return;
@@ -104,7 +127,7 @@ class Simplifier {
     const TheoryLit formula = top.formula;
     open_.pop_back();
     results_.emplace(formula.bits(),
-                     rules_.join(is_conjunction(formula), std::move(operands)));
+                     rules_.join(connective_of(formula), std::move(operands)));
   }
 
   Terms& terms_;
@@ -117,6 +140,7 @@ class Simplifier {
 }  // namespace
 
 const Term_* simplify(Terms& terms, const Term_* formula) {
+  assert(Terms::sort_of(formula) == Sort::BOOL);
   constexpr int MAX_PASSES = 10;
   const BuildingFlagScope exact(terms, 0);
   for (int pass = 1;; ++pass) {
@@ -133,6 +157,7 @@ std::size_t dag_size(const std::vector<const Term_*>& terms) {
   std::vector<const Term_*> stack(terms);
   while (!stack.empty()) {
     const Term_* t = stack.back();
+    assert(t != nullptr);
     stack.pop_back();
     if (seen.insert(t).second) stack.insert(stack.end(), t->begin(), t->end());
   }

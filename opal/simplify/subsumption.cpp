@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <utility>
 
@@ -21,10 +22,10 @@ constexpr std::size_t MAX_CUBES = 256;
 }  // namespace
 
 // A disjunct, or the negation of a clause.
-OperandRules::Cube OperandRules::read_cube(bool conjunction, const Term_* operand) {
+OperandRules::Cube OperandRules::read_cube(Connective c, const Term_* operand) {
   Cube cube{operand, {}, {}, {}, false};
-  for (const Term_* t : operands_of(!conjunction, operand)) {
-    Member member = read(!conjunction, t);
+  for (const Term_* t : operands_of(dual(c), operand)) {
+    Member member = read(dual(c), t);
     if (!member.is_literal) {
       cube.others.insert(t);
     } else {
@@ -34,6 +35,7 @@ OperandRules::Cube OperandRules::read_cube(bool conjunction, const Term_* operan
     }
     cube.members.push_back(std::move(member));
   }
+  assert(cube.regions.size() + cube.others.size() <= cube.members.size());
   for (auto& [form, region] : cube.regions)
     region.settle();
   return cube;
@@ -49,15 +51,15 @@ bool OperandRules::is_within(const Cube& small, const Cube& large) const {
   });
 }
 
-void OperandRules::drop_subsumed(bool conjunction, Operands& operands) {
+void OperandRules::drop_subsumed(Connective c, Operands& operands) {
   const auto is_cube = [&](const Term_* t) {
-    return Terms::kind_of(t) == (conjunction ? Kind::OR : Kind::AND);
+    return Terms::kind_of(t) == (c == Connective::AND ? Kind::OR : Kind::AND);
   };
   const auto count = std::count_if(operands.begin(), operands.end(), is_cube);
   if (count < 2 || static_cast<std::size_t>(count) > MAX_CUBES) return;
   std::vector<Cube> cubes;
   for (const Term_* t : operands) {
-    if (is_cube(t)) cubes.push_back(read_cube(conjunction, t));
+    if (is_cube(t)) cubes.push_back(read_cube(c, t));
   }
   std::unordered_set<const Term_*> subsumed;
   for (std::size_t i = 0; i < cubes.size(); ++i) {
@@ -65,10 +67,12 @@ void OperandRules::drop_subsumed(bool conjunction, Operands& operands) {
       if (i == j || cubes[j].subsumed || !is_within(cubes[i], cubes[j])) continue;
       // Of two that are equivalent the later one goes.
       const std::size_t gone = j > i && is_within(cubes[j], cubes[i]) ? j : i;
+      assert(!cubes[gone].subsumed);
       cubes[gone].subsumed = true;
       subsumed.insert(cubes[gone].term);
     }
   }
+  assert(subsumed.size() < cubes.size());  // one that implies all others stays
   const auto is_subsumed = [&](const Term_* t) { return subsumed.count(t) != 0; };
   operands.erase(std::remove_if(operands.begin(), operands.end(), is_subsumed),
                  operands.end());

@@ -90,6 +90,7 @@ class ArithmeticTheory::Impl {
   [[nodiscard]] static DeltaNumber beyond(const DeltaNumber& value, Side side,
                                           bool is_integer);
   void fail(const std::vector<Ground>& grounds);
+  [[nodiscard]] bool are_asserted(const std::vector<Literal>& literals) const;
   void give_conflict(Consequences& consequences);
 
   // equality_sides.cpp

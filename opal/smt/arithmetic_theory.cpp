@@ -93,6 +93,7 @@ Meaning ArithmeticTheory::Impl::meaning_of(int constraint) {
   const LinearForms::Scaled form = forms_.variable_of(term.vars);
   meaning.kind = kind_of(term.kind, form.scale.sign() < 0);
   meaning.var = form.var;
+  assert(!form.scale.is_zero());
   meaning.value.real = term.constant / form.scale;
   if (term.kind == LinearTerm::LT || term.kind == LinearTerm::GT)
     meaning.value.strict = QNumber(meaning.kind == Meaning::Kind::UPPER ? -1 : 1);
@@ -101,6 +102,7 @@ Meaning ArithmeticTheory::Impl::meaning_of(int constraint) {
 }
 
 void ArithmeticTheory::Impl::add_atom(sat::Variable variable, int positive, int negative) {
+  assert(!table_.has(variable));
   const Meaning says = meaning_of(positive);
   const Meaning denies = meaning_of(negative);
   table_.make_variables(forms_.size());
@@ -123,6 +125,7 @@ void ArithmeticTheory::Impl::backtrack(std::uint32_t level) {
 }
 
 void ArithmeticTheory::Impl::retract(const Level& level) {
+  assert(level.asserted <= asserted_.size() && level.grounds <= grounds_.size());
   for (std::size_t i = asserted_.size(); i > level.asserted; --i)
     is_asserted_[asserted_[i - 1].code()] = 0;
   asserted_.resize(level.asserted);
@@ -159,6 +162,7 @@ void ArithmeticTheory::Impl::extend_ground(Ground ground) {
 }
 
 void ArithmeticTheory::Impl::assert_literal(Literal literal) {
+  assert(is_asserted_[literal.code()] == 0 && is_asserted_[(~literal).code()] == 0);
   asserted_.push_back(literal);
   is_asserted_[literal.code()] = 1;
   const Meaning& meaning = table_.meaning(literal);
@@ -184,6 +188,7 @@ void ArithmeticTheory::Impl::assert_literal(Literal literal) {
 
 void ArithmeticTheory::Impl::set_both_bounds(Literal equality) {
   const Meaning& meaning = table_.meaning(equality);
+  assert(meaning.kind == Meaning::Kind::EQUAL && is_asserted_[equality.code()] != 0);
   const Ground ground = make_ground(equality);
   set_bound(meaning.var, Side::UPPER, meaning.value, ground);
   if (conflict_.empty()) set_bound(meaning.var, Side::LOWER, meaning.value, ground);
@@ -235,6 +240,7 @@ sat::Literal ArithmeticTheory::Impl::denied_at(int var, const DeltaNumber& value
 }
 
 void ArithmeticTheory::Impl::deny(const Meaning& meaning, Literal literal) {
+  assert(meaning.kind == Meaning::Kind::UNEQUAL && meaning.value.strict.is_zero());
   disequalities_.push_back(literal);
   for (const Side side : {Side::LOWER, Side::UPPER}) {
     const BoundSimplex::Bound* const bound = simplex_.bound(meaning.var, side);
@@ -256,11 +262,17 @@ void ArithmeticTheory::Impl::fail(const std::vector<Ground>& grounds) {
     conflict_.insert(conflict_.end(), ground_literals_.begin() + span.begin,
                      ground_literals_.begin() + span.end);
   }
+  assert(are_asserted(conflict_));
   conflict_level_ = levels_.size();
 }
 
+bool ArithmeticTheory::Impl::are_asserted(const std::vector<Literal>& literals) const {
+  return std::all_of(literals.begin(), literals.end(),
+                     [&](Literal l) { return is_asserted_[l.code()] != 0; });
+}
+
 void ArithmeticTheory::Impl::give_conflict(Consequences& consequences) {
-  assert(!conflict_.empty());
+  assert(!conflict_.empty() && are_asserted(conflict_));
   std::sort(conflict_.begin(), conflict_.end());
   conflict_.erase(std::unique(conflict_.begin(), conflict_.end()), conflict_.end());
   clause_.clear();
@@ -293,6 +305,7 @@ const ArithmeticTheory::Statistics& ArithmeticTheory::Impl::current_statistics()
 void ArithmeticTheory::Impl::explain(Literal literal, std::vector<Literal>& clause) {
   ++statistics.explanations;
   clause.push_back(literal);
+  assert(implied_by_[literal.code()] < grounds_.size());
   const Span span = grounds_[implied_by_[literal.code()]];
   for (std::uint32_t i = span.begin; i < span.end; ++i)
     clause.push_back(~ground_literals_[i]);

@@ -25,6 +25,7 @@ void AtomTable::add(resolution::Variable atom, const Meaning& positive,
     const auto place =
         points.begin() + static_cast<std::ptrdiff_t>(points_below(equal.var, equal.value));
     points.insert(place, {equal.value, is_positive ? literal : ~literal});
+    assert(equal.value.strict.is_zero() && is_normal(equal.var));
   } else if (positive.kind == Kind::UPPER || positive.kind == Kind::LOWER) {
     const bool is_upper = positive.kind == Kind::UPPER;
     const Meaning& upper = is_upper ? positive : negative;
@@ -35,6 +36,7 @@ void AtomTable::add(resolution::Variable atom, const Meaning& positive,
         cuts.begin() + static_cast<std::ptrdiff_t>(cuts_below(upper.var, upper.value));
     cuts.insert(place, {upper.value, lower.value, is_upper ? literal : ~literal,
                         is_upper ? ~literal : literal});
+    assert(is_normal(upper.var));
   }
 }
 
@@ -66,6 +68,19 @@ AtomTable::Points AtomTable::points_at(int var, const DeltaNumber& value) const 
   while (last != points.data() + points.size() && last->value == value)
     ++last;
   return {first, last};
+}
+
+bool AtomTable::is_normal(int var) const {
+  const Atoms& atoms = at(var);
+  const auto disordered = [](const Cut& a, const Cut& b) {
+    return b.upper < a.upper || b.lower < a.lower;
+  };
+  return std::adjacent_find(atoms.cuts.begin(), atoms.cuts.end(), disordered) ==
+             atoms.cuts.end() &&
+         std::adjacent_find(atoms.points.begin(), atoms.points.end(),
+                            [](const Point& a, const Point& b) {
+                              return b.value < a.value;
+                            }) == atoms.points.end();
 }
 
 }  // namespace opal::smt

@@ -80,6 +80,9 @@ class AtomTable {
   };
   [[nodiscard]] Points points_at(int var, const host::DeltaNumber& value) const;
 
+  /// The invariant, of one variable of the simplex.
+  [[nodiscard]] bool is_normal(int var) const;
+
  private:
   struct Atoms {
     std::vector<Cut> cuts;

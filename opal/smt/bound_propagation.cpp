@@ -31,6 +31,7 @@ bool ArithmeticTheory::Impl::imply(Literal literal, Ground ground,
       break;
     case sat::Value::UNASSIGNED: break;
   }
+  assert(ground < grounds_.size() && length(ground) > 0);
   implied_by_[literal.code()] = ground;
   consequences.imply(literal);
   return true;
@@ -38,6 +39,7 @@ bool ArithmeticTheory::Impl::imply(Literal literal, Ground ground,
 
 // Implies what bounds say that were set since the last call.
 bool ArithmeticTheory::Impl::propagate_bounds(Consequences& consequences) {
+  assert(propagated_ <= simplex_.height());
   bool implied = false;
   for (; propagated_ < simplex_.height(); ++propagated_) {
     const BoundSimplex::Bound& bound = simplex_.bound(propagated_);
@@ -189,6 +191,7 @@ ArithmeticTheory::Impl::Ground ArithmeticTheory::Impl::explain(
   const Ground ground = begin_ground();
   for (const Ground reason : reasons_)
     extend_ground(reason);
+  assert(ground + 1 == grounds_.size());
   return ground;
 }
 

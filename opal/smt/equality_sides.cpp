@@ -43,6 +43,7 @@ void ArithmeticTheory::Impl::make_sides(sat::Variable atom, Consequences& conseq
 
 // Implies the sides of equalities.
 bool ArithmeticTheory::Impl::propagate_sides(Consequences& consequences) {
+  assert(equalities_head_ <= equalities_.size());
   bool implied = false;
   for (; equalities_head_ < equalities_.size(); ++equalities_head_) {
     const Literal equality = equalities_[equalities_head_];
@@ -59,6 +60,7 @@ bool ArithmeticTheory::Impl::propagate_sides(Consequences& consequences) {
 // bound on the equality's behalf.
 bool ArithmeticTheory::Impl::imply_side(Literal side, Literal equality,
                                         Consequences& consequences) {
+  assert(is_asserted_[equality.code()] != 0);
   if (is_asserted_[side.code()] != 0) return false;
   const Ground ground = make_ground(equality);
   const bool is_denied = is_asserted_[(~side).code()] != 0;

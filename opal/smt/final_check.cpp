@@ -87,6 +87,7 @@ bool ArithmeticTheory::Impl::add_half(const Meaning& disequality, Side side) {
 // A disequality neither half of which is consistent with those of others.
 ArithmeticTheory::Impl::Separation ArithmeticTheory::Impl::separate_alone(
     Literal literal, const Level& base, Consequences& consequences) {
+  assert(is_asserted_[literal.code()] != 0);
   retract(base);
   reasons_.clear();
   const Meaning meaning = table_.meaning(literal);
@@ -104,6 +105,7 @@ ArithmeticTheory::Impl::Separation ArithmeticTheory::Impl::separate_alone(
 
 LinearTerm ArithmeticTheory::Impl::half(const Meaning& disequality, Side side) const {
   LinearTerm term = mapper_.constraint_term(disequality.constraint);
+  assert(term.kind == LinearTerm::NEQ);
   const bool upper = side == Side::UPPER;
   if (forms_.is_integer(disequality.var)) {
     term.kind = upper ? LinearTerm::LEQ : LinearTerm::GEQ;
@@ -158,6 +160,7 @@ QNumber ArithmeticTheory::Impl::choose_epsilon() const {
     gap -= simplex_.value(meaning.var);
     narrow(gap);
   }
+  assert(epsilon.sign() > 0);
   return epsilon;
 }
 

@@ -28,6 +28,7 @@ using sat::FinalCheck;
 
 FinalCheck ArithmeticTheory::Impl::check_integers(int fractional,
                                                   Consequences& consequences) {
+  assert(fractional >= 0 && conflict_.empty());
   ++statistics.integer_checks;
   const std::vector<Literal> literals = essential_literals();
   std::vector<std::pair<int, Literal>> by_constraint;
@@ -59,6 +60,7 @@ FinalCheck ArithmeticTheory::Impl::check_integers(int fractional,
     else
       assert(mapper_.is_branch(id));
   }
+  assert(!conflict_.empty());
   conflict_level_ = levels_.size();
   give_conflict(consequences);
   return FinalCheck::INCONSISTENT;
@@ -98,6 +100,7 @@ void ArithmeticTheory::Impl::branch(int fractional, Consequences& consequences) 
   if (value.real.is_integer() && value.strict.sign() < 0) term.constant -= QNumber(1);
   term.vars.add_var(QNumber(1), structural.mapper_var);
   const Literal literal = atoms_.literal(term, consequences);
+  assert(table_.has(literal.variable()) && is_asserted_[literal.code()] == 0);
   consequences.add_split(literal.variable());
 }
 

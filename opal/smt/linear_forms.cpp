@@ -53,6 +53,7 @@ LinearForms::Scaled LinearForms::variable_of(const la::Equation& sum) {
     entry.coeff *= denominator;
   make_coprime(form);
   const QNumber scale = original / form.front().coeff;
+  assert(form.front().coeff.sign() > 0 && host::is_normal(form));
   return {slack(std::move(form)), scale};
 }
 

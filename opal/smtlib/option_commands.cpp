@@ -27,7 +27,8 @@ std::string first_value(std::string_view option) {
 
 // The numbers of a logic, if it is one that is supported.
 std::optional<Numbers> numbers_of(std::string_view logic) {
-  if (logic == "QF_LRA" || logic == "QF_RDL") return Numbers::REALS;
+  // Of QF_UF what has no functions: names of operators on integers are free there.
+  if (logic == "QF_LRA" || logic == "QF_RDL" || logic == "QF_UF") return Numbers::REALS;
   if (logic == "QF_LIA" || logic == "QF_IDL") return Numbers::INTEGERS;
   if (logic == "QF_LIRA" || logic == "ALL") return Numbers::BOTH;
   return std::nullopt;
@@ -43,7 +44,7 @@ void Interpreter::set_logic(const Command& command) {
   if (!numbers)
     fail_at(command, n,
             "unknown logic " + logic +
-                ", expected QF_LRA, QF_LIA, QF_LIRA, QF_RDL, QF_IDL or ALL");
+                ", expected QF_LRA, QF_LIA, QF_LIRA, QF_RDL, QF_IDL, QF_UF or ALL");
   if (!logic_.empty()) fail(command, "the logic is set already, to " + logic_);
   logic_ = logic;
   numbers_ = *numbers;

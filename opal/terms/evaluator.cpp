@@ -1,3 +1,10 @@
+// The value of a term in a model, exactly.
+//
+// The sub-terms are walked in the order of their ids, arguments before the terms that have
+// them, so a shared part is evaluated once and depth does not matter. A formula's truth
+// value is the number 1 or 0 on the way. Example: with x = 7, floor(x/2) + 1 has the values
+// 7, 7/2, 3, 4 for x, x/2, floor(x/2) and itself. Cost: one operation for each sub-term.
+
 #include "opal/terms/evaluator.h"
 
 #include <cassert>
@@ -17,6 +24,9 @@ QNumber value_of(const Term_* t, const Model& model, const QNumber* a, const QNu
                  const QNumber* c) {
   const TermSymbol& symbol = Terms::symbol_of(t);
   const auto truth = [](bool value) { return QNumber(value ? 1 : 0); };
+  assert((a != nullptr) == (t->num_args() > 0));
+  assert((b != nullptr) == (t->num_args() > 1));
+  assert((c != nullptr) == (t->num_args() > 2));
   switch (symbol.kind) {
     case Kind::VARIABLE: {
       const auto found = model.find(t);
@@ -39,6 +49,7 @@ QNumber value_of(const Term_* t, const Model& model, const QNumber* a, const QNu
     case Kind::OR: return truth(!a->is_zero() || !b->is_zero());
     case Kind::ITE: break;
   }
+  assert(symbol.kind == Kind::ITE);
   return a->is_zero() ? *c : *b;
 }
 
@@ -52,6 +63,7 @@ QNumber value(const Term_* root, const Model& model) {
     };
     values.push_back(value_of(t, model, argument(0), argument(1), argument(2)));
   }
+  assert(values.size() == order.size() && order.position(root) + 1 == order.size());
   return std::move(values.back());
 }
 
@@ -64,7 +76,9 @@ QNumber evaluate(const Term_* t, const Model& model) {
 
 bool holds(const Term_* formula, const Model& model) {
   assert(Terms::sort_of(formula) == Sort::BOOL);
-  return !value(formula, model).is_zero();
+  const QNumber truth = value(formula, model);
+  assert(truth.is_zero() || truth == QNumber(1));
+  return !truth.is_zero();
 }
 
 }  // namespace opal::host

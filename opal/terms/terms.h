@@ -1,6 +1,7 @@
 #ifndef OPAL_TERMS_TERMS_H
 #define OPAL_TERMS_TERMS_H
 
+#include <cassert>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -43,7 +44,11 @@ enum class Kind : int {
 class TermSymbol final : public Symbol {
  public:
   TermSymbol(Kind k, Sort s, std::size_t arity, std::string n, QNumber v)
-      : Symbol(arity), kind(k), sort(s), name(std::move(n)), value(std::move(v)) {}
+      : Symbol(arity), kind(k), sort(s), name(std::move(n)), value(std::move(v)) {
+    assert(name.empty() || kind == Kind::VARIABLE);
+    assert(kind != Kind::CONGRUENCE || (value.is_integer() && !value.is_zero()));
+    assert(kind != Kind::NUMERAL || (sort == Sort::INT) == value.is_integer());
+  }
 
   const Kind kind;
   const Sort sort;         // of a term with this symbol
@@ -112,6 +117,7 @@ class Terms : public TermManager {
 
   // --- queries; constant time
   static const TermSymbol& symbol_of(const Term_* t) {
+    assert(t != nullptr);
     return static_cast<const TermSymbol&>(*t->symbol());
   }
   static Kind kind_of(const Term_* t) { return symbol_of(t).kind; }

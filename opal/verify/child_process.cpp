@@ -1,3 +1,15 @@
+// A command with a text on its standard input, run to its end.
+//
+//     this process                         the child
+//     script  ------ pipe: input ------->  standard input
+//     output  <----- pipe: output -------  standard output
+//     text    <----- pipe: diagnostics --  standard error
+//
+// All three pipes are served as they become ready (poll), since a child that waits for its
+// output to be read would otherwise wait for ever, and so would we for it. Between two
+// looks at the pipes the limits are looked at, every 50 ms at least. The child is the
+// leader of a process group, and is killed together with what it started.
+
 #include "opal/verify/child_process.h"
 
 #include <fcntl.h>
@@ -37,6 +49,7 @@ class Descriptor {
   }
   // Makes reads and writes return at once.
   void make_non_blocking() const {
+    assert(is_open());
     ::fcntl(fd_, F_SETFL, ::fcntl(fd_, F_GETFL) | O_NONBLOCK);
   }
 
@@ -54,6 +67,7 @@ Pipe make_pipe() {
   if (::pipe2(fds.data(), O_CLOEXEC) != 0) {
     throw ChildProcessError(std::string("cannot make a pipe: ") + std::strerror(errno));
   }
+  assert(fds[0] >= 0 && fds[1] >= 0);
   return {Descriptor(fds[0]), Descriptor(fds[1])};
 }
 
@@ -111,6 +125,7 @@ class ChildProcess {
 
   // Writes the input and reads both outputs to their ends, as they become ready.
   void converse(const std::string& input, Limits& limits) {
+    assert(pid_ > 0);
     std::size_t written = 0;
     if (input.empty()) input_.close();
     while (outputs_[0].from.is_open() || outputs_[1].from.is_open()) {
@@ -130,6 +145,7 @@ class ChildProcess {
 
   // The status of the ended child, as waitpid() tells it.
   int wait_for_end() {
+    assert(pid_ > 0);
     int status = 0;
     while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
     }
@@ -147,6 +163,7 @@ class ChildProcess {
   };
 
   void spawn(std::vector<std::string>& words, int in, int out, int err) {
+    assert(pid_ < 0 && !words.empty());
     std::vector<char*> argv;
     for (std::string& word : words)
       argv.push_back(word.data());
@@ -167,24 +184,28 @@ class ChildProcess {
         ::posix_spawnp(&pid_, argv[0], &actions, &attributes, argv.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
+    assert(error != 0 || pid_ > 0);
     if (error == 0) return;
     pid_ = -1;
     throw ChildProcessError(std::strerror(error));
   }
 
-  // A child that reads no more ends the writing; whether that is a failure shows in how it
-  // ends and in what it answered.
+  // A child that closes its standard input ends the writing. Whether that is a failure
+  // shows in how the child ends, and in what it answered.
   void write_some(const std::string& text, std::size_t& written) {
+    assert(input_.is_open() && written < text.size());
     const ssize_t n = ::write(input_.get(), text.data() + written, text.size() - written);
     if (n >= 0) {
       written += static_cast<std::size_t>(n);
     } else if (errno != EAGAIN && errno != EINTR) {
       written = text.size();
     }
+    assert(written <= text.size());
     if (written == text.size()) input_.close();
   }
 
   static void read_some(Output& output) {
+    assert(output.from.is_open());
     std::array<char, 65536> buffer;
     const ssize_t n = ::read(output.from.get(), buffer.data(), buffer.size());
     if (n > 0) {
@@ -222,6 +243,7 @@ std::vector<std::string> lines_of(const std::string& text) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
     const std::size_t length = end - begin - (end > begin && text[end - 1] == '\r' ? 1 : 0);
     if (length > 0) lines.push_back(text.substr(begin, length));
+    assert(begin <= end);
     begin = end + 1;
   }
   return lines;

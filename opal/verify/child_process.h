@@ -1,18 +1,18 @@
 #ifndef OPAL_VERIFY_CHILD_PROCESS_H
 #define OPAL_VERIFY_CHILD_PROCESS_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "opal/base/error.h"
 #include "opal/base/limits.h"
 
 namespace opal::host {
 
 /// A command that could not be started; what() says why.
-class ChildProcessError : public std::runtime_error {
+class ChildProcessError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 struct ChildOutcome {

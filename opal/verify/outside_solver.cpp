@@ -1,4 +1,14 @@
+// One run of an outside solver: the words of its command line, its lines of output.
+//
+//     z3 -in -T:5             the words z3, -in, -T:5
+//     'my solver' "-o x"      the words my solver, -o x
+//
+// An (error ...) anywhere in the output is a failure even where the solver goes on after
+// it, since the answers that follow may be about another script than the one that was
+// meant.
+
 #include <algorithm>
+#include <cassert>
 
 #include "opal/verify/child_process.h"
 #include "opal/verify/verification.h"
@@ -18,6 +28,7 @@ std::vector<std::string> command_words(const std::string& command) {
       in_word = false;
       continue;
     }
+    assert(!in_word || !words.empty());
     if (!in_word) words.emplace_back();
     in_word = true;
     if (c == quote) {

@@ -1,3 +1,15 @@
+// What makes an interpolant right, as questions to solvers outside of this library.
+//
+// The interpolant of a group must follow from the group, the background and its children's
+// interpolants; the last group and its children's interpolants must be contradictory. With
+// two groups A and B and the interpolant I these are the steps
+//
+//     A and not I      unsatisfiable
+//     B and I          unsatisfiable
+//
+// and I may have no symbols but those that A and B share. Each step that the first solver
+// leaves undecided is handed on to the next.
+
 #include "opal/verify/verification.h"
 
 #include <algorithm>
@@ -32,6 +44,7 @@ std::vector<std::string> split_commands(const std::string& commands) {
     }
     result.back() += c;
   }
+  assert(!result.empty());
   return result;
 }
 
@@ -61,11 +74,13 @@ OutsideAnswers ask_outside_solvers(const std::string& commands, const Queries& q
     for (const std::size_t i : open)
       asked.push_back(queries[i]);
     std::vector<std::string> answers = ask(command, asked, limits);
+    assert(answers.size() == open.size());
     std::vector<std::size_t> undecided;
     for (std::size_t k = 0; k < open.size(); ++k) {
       if (answers[k] != "sat" && answers[k] != "unsat") undecided.push_back(open[k]);
       result.answers[open[k]] = std::move(answers[k]);
     }
+    assert(undecided.size() <= open.size());
     open = std::move(undecided);
     if (std::exchange(first, false)) result.handed_on = open.size();
   }
@@ -75,22 +90,26 @@ OutsideAnswers ask_outside_solvers(const std::string& commands, const Queries& q
 std::vector<std::vector<const Term_*>> verification_steps(
     Terms& terms, const InterpolationAnswer& answer) {
   const std::size_t groups = answer.groups.size();
-  assert(groups == answer.grouping->num_groups());
+  assert(answer.grouping != nullptr && groups == answer.grouping->num_groups());
   assert(answer.interpolants.size() + 1 == groups);
   std::vector<std::vector<const Term_*>> steps;
   for (std::size_t g = 0; g < groups; ++g) {
     std::vector<const Term_*> step = answer.background;
     step.insert(step.end(), answer.groups[g].begin(), answer.groups[g].end());
     for (const std::size_t child : answer.grouping->children(g)) {
+      assert(child < g);
       step.push_back(answer.interpolants[child]);
     }
     if (g + 1 < groups) step.push_back(terms.make_not(answer.interpolants[g]));
     steps.push_back(std::move(step));
   }
+  assert(steps.size() == groups);
   return steps;
 }
 
 std::vector<std::vector<const Term_*>> foreign_symbols(const InterpolationAnswer& answer) {
+  assert(answer.grouping != nullptr);
+  assert(answer.interpolants.size() + 1 == answer.groups.size());
   const std::vector<const Term_*> common = variables_of(answer.background);
   const std::unordered_set<const Term_*> background(common.begin(), common.end());
   std::unordered_map<const Term_*, std::vector<std::size_t>> groups_of;  // ascending
@@ -106,6 +125,7 @@ std::vector<std::vector<const Term_*>> foreign_symbols(const InterpolationAnswer
       const auto inside = static_cast<std::size_t>(std::count_if(
           groups.begin(), groups.end(),
           [&](std::size_t group) { return answer.grouping->in_subtree(group, g); }));
+      assert(inside <= groups.size());
       const bool shared = inside > 0 && inside < groups.size();
       if (!shared && background.count(v) == 0) foreign.push_back(v);
     }

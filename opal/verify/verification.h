@@ -1,10 +1,10 @@
 #ifndef OPAL_VERIFY_VERIFICATION_H
 #define OPAL_VERIFY_VERIFICATION_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "opal/base/error.h"
 #include "opal/base/limits.h"
 #include "opal/interpolate/partition.h"
 #include "opal/terms/terms.h"
@@ -12,9 +12,9 @@
 namespace opal::host {
 
 /// The outside solver is missing or failed; what() says which command and how.
-class OutsideSolverError : public std::runtime_error {
+class OutsideSolverError : public Error {
  public:
-  using std::runtime_error::runtime_error;
+  using Error::Error;
 };
 
 /// Runs an outside solver as a child process: a command line split at blanks (single and

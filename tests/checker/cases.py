@@ -58,6 +58,7 @@ FORMULAS = {
                                      "(= p (not q))", "(ite p (> (* 2 i) 7) (= (mod i 6) i))"]),
     "equalities": ("p", "i j", "", ["(or (= i j) (= i (+ j 1)))", "(distinct i j)",
                                     "(xor p (= (* 2 i) (+ (* 2 j) 2)))", "p"]),
+    "numeral": ("p", "", "", ["(or p (not p))", "((_ divisible 3) 1)", "(or p p)"]),
     "empty clause": ("p", "", "", ["(or p true)", "(and p (not p))", "(or false false)"]),
 }
 

@@ -177,11 +177,11 @@ class Judge:
         clause = parts[0]
         for pivot, other in zip(parts[1::2], parts[2::2]):
             pivot = sexpr.show(pivot)
-            for literals, wanted in ((other, pivot), (clause, negation(pivot))):
-                if not any(self.are_equal(wanted, literal) for literal in literals):
-                    return None
-            clause = ({l for l in clause if not self.are_equal(l, negation(pivot))}
-                      | {l for l in other if not self.are_equal(l, pivot)})
+            left = {l for l in clause if not self.are_equal(l, negation(pivot))}
+            right = {l for l in other if not self.are_equal(l, pivot)}
+            if left == clause and right == other:
+                return None
+            clause = clause if left == clause else other if right == other else left | right
         return clause
 
     def are_equal(self, a, b):

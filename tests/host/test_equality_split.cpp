@@ -43,7 +43,7 @@ class SplitsByHand : public Proofs {
   }
 
   const Term_ *a = real("a"), *b = real("b");
-  const int id = mapper.exact_constraint(eq(a, b), true);
+  const int id = mapper.exact_constraint(TheoryLit(eq(a, b), true));
   itp::TheoryAtomClassifier classifier{sides()};
 };
 
@@ -81,7 +81,7 @@ TEST_F(SplitsByHand, ALaterProofIsRewritten) {
     const auto terms = std::get<EqualitySplit>(splitter.split(e)).terms;
     EXPECT_TRUE(terms.a_side == a && terms.b_side == b);
     const ProofRef later =
-        farkas_proof(mapper, {{mapper.exact_constraint(e, false), turned ? -1 : 1, 1},
+        farkas_proof(mapper, {{mapper.exact_constraint(TheoryLit(e)), turned ? -1 : 1, 1},
                               {mapper.constraint(low), 0, 1},
                               {mapper.constraint(high), 0, 1}});
     const ProofRef rewritten = splitter.rewritten(*as_la(later));
@@ -103,7 +103,7 @@ TEST_F(SplitsByHand, TheCheckerRefusesWhatCannotBeSplit) {
   const int p = assert_on('A', leq(x, a)), q = assert_on('B', leq(b, x));
   const int r = assert_on('A', leq(a, x)), s = assert_on('B', leq(x, b));
   const int strict = assert_on('B', lt(b, x)), bound = assert_on('A', leq(k, num(1)));
-  const int local = mapper.exact_constraint(eq(a, k), true);
+  const int local = mapper.exact_constraint(TheoryLit(eq(a, k), true));
   const int ordinary = assert_on('-', neq(a, b));
   const QNumber half = QNumber(1) / QNumber(2);
   LinearTerm part = mapper.linear_term(id);

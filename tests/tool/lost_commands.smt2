@@ -4,7 +4,7 @@
 (get-info :error-behavior)
 (declare-const x Real) (declare-const y Real) (assert (! (<= x 0) :named low)) (check-sat)
 (echo "an assertion: sat is withheld until its level is popped, unsat is not")
-(push) (assert (! (or (< x 1) (< y 1)) :named either)) (get-model) (check-sat)
+(push) (assert (! (or (< x 1) (< (* x y) 1)) :named either)) (get-model) (check-sat)
 (get-info :reason-unknown) (get-value (x)) (get-assignment) (check-sat-assuming ((> x 0)))
 (get-unsat-assumptions)
 (push) (assert (! (> x 1) :named high)) (check-sat) (get-unsat-core) (get-interpolants low high)

@@ -266,9 +266,11 @@ class HugeInputs(unittest.TestCase):
         halves = f"{'(div (+ 1 ' * (n // 10)}x{') 2)' * (n // 10)}"
         self.assertEqual(self.answers(
             f"(declare-const x Int)(assert (< {halves} 3))(check-sat)"), ["sat"])
-        either, = self.answers(f"{declared}(assert {'(or (< x 1) ' * n}(< x 2){')' * n})", 1)
-        self.assertIn("disjunction is not supported", either)
-        self.assertLess(len(either), 300)
+        self.assertEqual(self.answers(
+            f"{declared}(assert {'(or (< x 1) ' * n}(< x 2){')' * n})(check-sat)"), ["sat"])
+        self.assertEqual(self.answers(
+            f"(declare-const p Bool){'(assert (or p ' }{'(and p (or p ' * (n // 2)}p"
+            f"{'))' * (n // 2)}))(assert (not p))(check-sat)"), ["unsat"])
         self.assertEqual(len(self.answers("(" * n + ")" * n, 1)), 1)
         self.assertEqual(len(self.answers(f"(get-interpolants {'(' * n}a{')' * n})", 1)), 1)
         open_lists = run("(" * n)
@@ -436,7 +438,7 @@ class Drawings(unittest.TestCase):
         done = subprocess.run([OPAL, "--dot", self.path / "p.dot", *files],
                               capture_output=True, text=True, timeout=60)
         self.assertEqual((done.stdout, done.returncode), (plain.stdout, 0))
-        names = re.findall(r"opal: (\S+) shows interpolant", done.stderr)
+        names = re.findall(r"opal: (\S+) shows ", done.stderr)
         expected = [self.path / f"p{f'-{k}' if k > 1 else ''}.dot"
                     for k in range(1, len(names) + 1)]
         self.assertEqual([pathlib.Path(name) for name in names], expected)
@@ -469,8 +471,8 @@ class Drawings(unittest.TestCase):
         alone = """(declare-const x Int) (declare-const y Int) (assert (! (= y 0) :named a))
             (assert (! (and (= (* 3 y) 0) (= (+ y (* 4 x)) (- 3))) :named b))
             (check-sat) (get-interpolants a b)"""
-        pigeons = [[f"p{i}{j}" for j in range(5)] for i in range(6)]
-        holes = [f"(not (and p{i}{k} p{j}{k}))" for k in range(5) for j in range(6)
+        pigeons = [[f"p{i}{j}" for j in range(6)] for i in range(7)]
+        holes = [f"(not (and p{i}{k} p{j}{k}))" for k in range(6) for j in range(7)
                  for i in range(j)]
         clauses = "".join(f"(declare-const {p} Bool)" for row in pigeons for p in row) + (
             "".join(f"(assert (! (or {' '.join(row)}) :named a{row[0]}))" for row in pigeons)

@@ -61,6 +61,10 @@ def resolution(checker, step):
          C or not p    D or p
         ----------------------   once for each p and the clause after it
                C or D
+
+    A premise without its literal is itself a part of the conclusion, and taken for it: the
+    search may have two variables for what is one formula here, and resolve on each. One of
+    the two premises must have its literal.
     """
     if len(step.arguments) < 3 or len(step.arguments) % 2 == 0:
         raise Wrong(step, "expected a clause, and pairs of a pivot and a clause")
@@ -68,13 +72,14 @@ def resolution(checker, step):
     for i in range(1, len(step.arguments), 2):
         pivot = formula_of(checker, step, i + 1, step.arguments[i])
         other = clause_step(step, i + 2)
+        if pivot not in other and pivot ^ 1 not in clause:
+            raise Wrong(step, f"expected argument {i + 1} in the clause after it, and its "
+                              "negation in the one before")
         if pivot not in other:
-            raise Wrong(step, f"expected the pivot {i + 1} in the clause after it")
-        if pivot ^ 1 not in clause:
-            raise Wrong(step, f"expected the negation of the pivot {i + 1} in the clause "
-                              "before it")
-        clause.remove(pivot ^ 1)
-        clause |= other - {pivot}
+            clause = set(other)
+        elif pivot ^ 1 in clause:
+            clause.remove(pivot ^ 1)
+            clause |= other - {pivot}
     step.clause = frozenset(clause)
 
 

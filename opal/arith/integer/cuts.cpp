@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
 #include <utility>
 
 #include "opal/arith/integer/diophantine.h"
+#include "opal/linear/integer_constraints.h"
 
 // Chvatal-Gomory cuts from the constraints that are tight at a point.
 //
@@ -51,13 +53,19 @@ const QNumber ONE(1);
 // Larger numbers in the elimination only lead to cuts with huge divisors.
 constexpr std::size_t COEFFICIENT_BITS = 64;
 
-/// The tight constraints over one sum, as an equation: sum = constant.
+/// Which multipliers of a certificate are taken: themselves, or their negations, which make
+/// a certificate as well.
+enum class Taken : std::uint8_t { AS_GIVEN, NEGATED };
+
+/// The tight constraints over one sum, as an equation: sum = constant. There is at least
+/// one.
 struct TightRow {
   std::optional<int> equality;
   bool equality_is_negated = false;  // -sum = -constant
   std::optional<int> at_least;       // sum >= constant
   std::optional<int> at_most;        // sum <= constant
 
+  [[nodiscard]] bool is_normal() const { return equality || at_least || at_most; }
   [[nodiscard]] bool has_both_directions() const {
     return equality || (at_least && at_most);
   }
@@ -79,6 +87,7 @@ TightRows tight_rows(const ConstraintTerms& terms, const std::vector<int>& tight
     if (!term.vars.has_vars()) continue;
     assert(term.kind == LinearTerm::EQ || term.kind == LinearTerm::LEQ ||
            term.kind == LinearTerm::GEQ);
+    assert(term.constant.is_integer());
     const bool negate = term.vars.coeffs().front().second.sign() < 0;
     Key key = term.vars.coeffs();
     if (negate)
@@ -90,6 +99,7 @@ TightRows tight_rows(const ConstraintTerms& terms, const std::vector<int>& tight
       for (const auto& [var, coeff] : place->first)
         row.sum.push_back({var, coeff});
       row.constant = negate ? term.constant.neg() : term.constant;
+      assert(row.is_normal() && row.sum.front().coeff.sign() > 0);
       rows.equations.push_back(std::move(row));
       rows.literals.emplace_back();
     }
@@ -102,19 +112,24 @@ TightRows tight_rows(const ConstraintTerms& terms, const std::vector<int>& tight
     slot = id;
     if (term.kind == LinearTerm::EQ) literal.equality_is_negated = negate;
   }
+  assert(rows.equations.size() == rows.literals.size());
+  assert(std::all_of(rows.literals.begin(), rows.literals.end(),
+                     [](const TightRow& row) { return row.is_normal(); }));
   return rows;
 }
 
 // The premise for a row with a multiplier that counts modulo 1, as a rational.
-CutPremise premise(const TightRow& row, const QNumber& multiplier, bool negate) {
+CutPremise premise(const TightRow& row, const QNumber& multiplier, Taken taken) {
+  const bool negate = taken == Taken::NEGATED;
   const QNumber part = multiplier - multiplier.floor();  // of sum - constant
-  assert(!part.is_zero());
+  assert(part.sign() > 0 && part < ONE && row.is_normal());
   if (!row.has_both_directions()) {
     // The fractional part of the literal's own multiplier, or one less that of the other.
     const bool whole = row.at_least.has_value() != negate;
     return {row.at_least ? *row.at_least : *row.at_most, whole ? part : ONE - part};
   }
   QNumber signed_part = part + part > ONE ? part - ONE : part;
+  assert(!signed_part.is_zero() && abs(signed_part + signed_part) <= ONE);
   if (negate) signed_part = signed_part.neg();
   if (row.equality)
     return {*row.equality, row.equality_is_negated ? signed_part.neg() : signed_part};
@@ -129,8 +144,10 @@ void make_coprime(std::vector<CutPremise>& premises) {
   QNumber divisor;
   for (CutPremise& premise : premises) {
     premise.multiplier *= denominator;
+    assert(premise.multiplier.is_integer() && !premise.multiplier.is_zero());
     divisor = gcd(divisor, premise.multiplier);
   }
+  assert(divisor.sign() > 0);
   for (CutPremise& premise : premises) {
     premise.multiplier /= divisor;
     premise.multiplier.shrink();
@@ -164,11 +181,14 @@ Sum sum_of(const ConstraintTerms& terms, const std::vector<CutPremise>& premises
       sum.coeffs.back() = {var, std::move(coeff)};
   }
   if (!sum.coeffs.empty() && sum.coeffs.back().second.is_zero()) sum.coeffs.pop_back();
+  assert(std::is_sorted(sum.coeffs.begin(), sum.coeffs.end(),
+                        [](const auto& x, const auto& y) { return x.first <= y.first; }));
   return sum;
 }
 
 // The rounded sum of the premises.
 Cut rounded(const ConstraintTerms& terms, std::vector<CutPremise> premises) {
+  assert(!premises.empty());
   make_coprime(premises);
   const Sum sum = sum_of(terms, premises);
   Cut cut;
@@ -184,7 +204,7 @@ Cut rounded(const ConstraintTerms& terms, std::vector<CutPremise> premises) {
   cut.term.constant.shrink();
   cut.divisor.shrink();
   cut.residue.shrink();
-  assert(cut.residue.sign() > 0 && cut.residue < cut.divisor);
+  assert(cut.is_normal());
   return cut;
 }
 
@@ -195,16 +215,25 @@ bool comes_before(const Cut& x, const Cut& y) {
 
 }  // namespace
 
+bool Cut::is_normal() const {
+  return !premises.empty() && term.kind == LinearTerm::GEQ && is_integer_normal(term) &&
+         residue.sign() > 0 && residue < divisor &&
+         std::all_of(premises.begin(), premises.end(), [](const CutPremise& p) {
+           return p.multiplier.is_integer() && !p.multiplier.is_zero();
+         });
+}
+
 std::vector<Cut> tight_cuts(const ConstraintTerms& terms, const std::vector<int>& tight,
                             std::size_t most, Limits& limits) {
   const TightRows rows = tight_rows(terms, tight);
   std::vector<Cut> cuts;
-  const auto add = [&](const Certificate& certificate, bool negate) {
+  const auto add = [&](const Certificate& certificate, Taken taken) {
     limits.poll();
+    assert(!certificate.empty() && certificate.back().first < rows.literals.size());
     std::vector<CutPremise> premises;
     bool equalities_only = true;
     for (const auto& [row, multiplier] : certificate) {
-      premises.push_back(premise(rows.literals[row], multiplier, negate));
+      premises.push_back(premise(rows.literals[row], multiplier, taken));
       equalities_only = equalities_only && rows.literals[row].equality;
     }
     if (!equalities_only) cuts.push_back(rounded(terms, std::move(premises)));
@@ -212,8 +241,8 @@ std::vector<Cut> tight_cuts(const ConstraintTerms& terms, const std::vector<int>
   for (const Certificate& certificate : derived_contradictions(
            rows.equations, rows.equations.size(), COEFFICIENT_BITS, limits)) {
     for (const Certificate& form : {shortened(rows.equations, certificate), certificate}) {
-      add(form, false);
-      add(form, true);
+      add(form, Taken::AS_GIVEN);
+      add(form, Taken::NEGATED);
     }
   }
   std::stable_sort(cuts.begin(), cuts.end(), comes_before);
@@ -225,6 +254,7 @@ std::vector<Cut> tight_cuts(const ConstraintTerms& terms, const std::vector<int>
     if (seen.emplace(cut.term.vars.coeffs(), cut.term.constant).second)
       result.push_back(std::move(cut));
   }
+  assert(result.size() <= most);
   return result;
 }
 

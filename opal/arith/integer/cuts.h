@@ -26,15 +26,19 @@ struct CutPremise {
 ///
 /// where t has coprime integer coefficients; the cut is t >= k. At least one premise is an
 /// inequality. The premises' multipliers have no common divisor, and no id occurs twice.
+///
+/// Invariant (is_normal): these ranges; integer multipliers other than zero.
 struct Cut {
   std::vector<CutPremise> premises;
   la::LinearTerm term;  // t >= k, of kind GEQ
   QNumber divisor;      // the greatest common divisor of the combined coefficients
   QNumber residue;      // how much the rounding took, in the combined scale
+
+  [[nodiscard]] bool is_normal() const;
 };
 
-/// Cuts that a point violates, at most `most`, those with a small divisor first, then those
-/// with few premises; no two with the same term.
+/// Cuts that a point violates, at most `most`, by ascending divisor, then by the number of
+/// premises; no two with the same term.
 ///
 /// `tight` are the ids of constraints that the point satisfies with equality: of kind LEQ,
 /// GEQ or EQ, with integer coefficients and constants, all variables integer. Of several

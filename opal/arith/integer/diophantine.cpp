@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstdint>
+#include <map>
 #include <queue>
 #include <tuple>
 
@@ -49,6 +50,25 @@ QNumber nearest(const QNumber& x) { return (x + QNumber(1) / QNumber(2)).floor()
 // In [-1/2, 1/2).
 QNumber nearest_part(const QNumber& x) { return x - nearest(x); }
 
+// Whether multipliers are a certificate against rows; for assertions that follow much more
+// work on the same rows.
+[[maybe_unused]] bool is_certificate(const std::vector<IntegerRow>& rows,
+                                     const Certificate& certificate) {
+  std::map<int, QNumber> sum;
+  QNumber constant;
+  for (std::size_t i = 0; i < certificate.size(); ++i) {
+    const auto& [row, multiplier] = certificate[i];
+    if (row >= rows.size() || multiplier.is_zero()) return false;
+    if (i > 0 && certificate[i - 1].first >= row) return false;
+    for (const RowEntry& entry : rows[row].sum)
+      sum[entry.var] += multiplier * entry.coeff;
+    constant += multiplier * rows[row].constant;
+  }
+  return !constant.is_integer() &&
+         std::all_of(sum.begin(), sum.end(),
+                     [](const auto& entry) { return entry.second.is_integer(); });
+}
+
 class Elimination {
  public:
   Elimination(const std::vector<IntegerRow>& rows, std::size_t bits, Limits& limits)
@@ -62,7 +82,9 @@ class Elimination {
     }
   }
 
+  // To be called once.
   std::vector<Certificate> run(std::size_t most) {
+    assert(pivots_.empty() && certificates_.empty());
     most_ = most;
     for (std::size_t i = 0; i < states_.size() && !done(); ++i)
       divide(i);
@@ -72,6 +94,7 @@ class Elimination {
       const State& state = states_[next.row];
       if (state.active && state.version == next.version) solve(next.row);
     }
+    assert(pivots_.size() + certificates_.size() <= states_.size());
     return std::move(certificates_);
   }
 
@@ -116,6 +139,7 @@ class Elimination {
 
   // The active rows that have the variable, ascending.
   std::vector<std::size_t> users(int var) {
+    assert(var >= 0 && static_cast<std::size_t>(var) < columns_.size());
     std::vector<std::size_t>& rows = columns_[static_cast<std::size_t>(var)];
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
@@ -129,6 +153,7 @@ class Elimination {
   // Adds factor * addend to the sum of a row.
   void add(std::size_t row, const QNumber& factor, const Row& addend) {
     limits_.poll();
+    assert(states_[row].active && !factor.is_zero());
     const Row& sum = states_[row].sum;
     Row result;
     result.reserve(sum.size() + addend.size());
@@ -149,6 +174,9 @@ class Elimination {
         ++y;
       }
     }
+    assert(std::all_of(result.begin(), result.end(), [](const RowEntry& entry) {
+      return entry.coeff.is_integer() && !entry.coeff.is_zero();
+    }));
     states_[row].sum = std::move(result);
   }
 
@@ -157,6 +185,7 @@ class Elimination {
     const auto uses = [&](const RowEntry& entry) {
       return columns_[static_cast<std::size_t>(entry.var)].size();
     };
+    assert(!sum.empty());
     const RowEntry* best = &sum.front();
     for (const RowEntry& entry : sum) {
       const QNumber size = abs(entry.coeff);
@@ -169,6 +198,7 @@ class Elimination {
   // Makes a row wait for its turn, or leaves it out because its coefficients are too large.
   void enqueue(std::size_t row) {
     State& state = states_[row];
+    assert(state.active && !state.sum.empty());
     QNumber smallest = abs(state.sum.front().coeff);
     QNumber largest = smallest;
     for (const RowEntry& entry : state.sum) {
@@ -194,6 +224,7 @@ class Elimination {
     QNumber divisor;
     for (auto it = state.sum.begin(); it != state.sum.end() && divisor != ONE; ++it)
       divisor = gcd(divisor, it->coeff);
+    assert(divisor.sign() > 0 && state.constant.is_integer());
     if (divisor != ONE) {
       for (RowEntry& entry : state.sum)
         entry.coeff /= divisor;
@@ -222,6 +253,7 @@ class Elimination {
 
   // Replaces x of entry a*x by x' = x + sum(round(b / a) * y) over the row's other terms.
   void replace(const RowEntry& entry, std::size_t row) {
+    assert(ONE < abs(entry.coeff));
     Row difference;  // x - x'
     for (const RowEntry& other : states_[row].sum) {
       if (other.var == entry.var) continue;
@@ -236,6 +268,7 @@ class Elimination {
 
   void eliminate(const RowEntry& entry, std::size_t row) {
     State& pivot = states_[row];
+    assert(pivot.active && abs(entry.coeff) == ONE && pivot.constant.is_integer());
     pivot.active = false;
     pivot.order = pivots_.size();
     pivots_.push_back(row);
@@ -243,6 +276,7 @@ class Elimination {
       State& state = states_[user];
       const QNumber factor = find_coeff(state.sum, entry.var)->neg() / entry.coeff;
       add(user, factor, pivot.sum);
+      assert(find_coeff(state.sum, entry.var) == nullptr);
       state.constant += factor * pivot.constant;
       state.constant.shrink();
       state.steps.push_back({row, factor * state.divisor});
@@ -254,6 +288,7 @@ class Elimination {
 
   // The multipliers over the given rows that make a contradictory row, modulo 1.
   [[nodiscard]] Certificate certificate(std::size_t contradictory) {
+    assert(!states_[contradictory].active);
     std::vector<QNumber> weights(pivots_.size());  // by order: how often a pivot counts
     Certificate result;
     const auto take = [&](std::size_t row, const QNumber& weight) {
@@ -287,6 +322,7 @@ class Elimination {
 
 // The smallest prime divisor when it is small, or else x itself.
 QNumber small_prime_divisor(const QNumber& x) {
+  assert(x.is_integer() && QNumber(1) < x);
   constexpr long LARGEST = 1000;
   for (long p = 2; p <= LARGEST; ++p)
     if (QNumber(p).divides(x)) return {p};
@@ -306,7 +342,11 @@ bool IntegerRow::is_normal() const {
 std::vector<Certificate> derived_contradictions(const std::vector<IntegerRow>& rows,
                                                 std::size_t most, std::size_t bits,
                                                 Limits& limits) {
-  return Elimination(rows, bits, limits).run(most);
+  std::vector<Certificate> result = Elimination(rows, bits, limits).run(most);
+  assert(result.size() <= most);
+  assert(std::all_of(result.begin(), result.end(),
+                     [&](const Certificate& c) { return is_certificate(rows, c); }));
+  return result;
 }
 
 std::vector<Certificate> integer_contradictions(const std::vector<IntegerRow>& rows,
@@ -343,7 +383,7 @@ Certificate shortened(const std::vector<IntegerRow>& rows, const Certificate& ce
     part.shrink();
     if (!part.is_zero()) result.emplace_back(row, std::move(part));
   }
-  assert(!result.empty());
+  assert(!result.empty() && is_certificate(rows, result));
   return result;
 }
 

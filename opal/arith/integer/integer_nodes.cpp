@@ -24,6 +24,13 @@
 // A disequality with a real variable is no ground for branching. As over the rationals (see
 // solver.cpp) one of its strict halves is added, if one is possible, and else both are
 // refuted. The halves last until the node is left.
+//
+// Example: x /= 3 over an Int x with the point x = 3 and no bounds: the branches are x <= 2
+// and x >= 3; in the second, where x = 3 is still the point, x <= 2 is ruled out, and the
+// branches are x <= 3 and x >= 4.
+//
+// Cost of a node: a check of the decider, and for each round of cuts an elimination of the
+// tight rows (cuts.cpp); the root has up to ROOT_ROUNDS of them, others NODE_ROUNDS.
 
 namespace opal::host {
 
@@ -46,7 +53,9 @@ QNumber floor_of(const DeltaNumber& x) {
 
 // How far a number is from the middle between two integers; 1/2 for an integer.
 QNumber distance_from_middle(const QNumber& x) {
-  return abs(x - x.floor() - QNumber(1, 2));
+  QNumber distance = abs(x - x.floor() - QNumber(1, 2));
+  assert(distance <= QNumber(1, 2));
+  return distance;
 }
 
 }  // namespace
@@ -65,6 +74,7 @@ IntegerSearch::Step IntegerSearch::examine() {
   const std::size_t rounds =
       !problem_.cuts ? 0 : (frames_.empty() ? ROOT_ROUNDS : NODE_ROUNDS);
   for (std::size_t round = 0;; ++round) {
+    assert(round <= rounds);
     limits_.look();
     if (auto combination = problem_.decider->check())
       return {refuted(std::move(*combination)), std::nullopt};
@@ -76,6 +86,7 @@ IntegerSearch::Step IntegerSearch::examine() {
 }
 
 IntegerSearch::Refuted IntegerSearch::refuted(FarkasCombination combination) {
+  assert(!combination.empty());
   Refuted result;
   for (const FarkasLeaf& leaf : combination) {
     const std::vector<int> below = constraints_.branches_below(leaf.constraint_id);
@@ -84,6 +95,7 @@ IntegerSearch::Refuted IntegerSearch::refuted(FarkasCombination combination) {
   std::sort(result.uses.begin(), result.uses.end());
   result.uses.erase(std::unique(result.uses.begin(), result.uses.end()), result.uses.end());
   result.proof = constraints_.refutation(std::move(combination));
+  assert(result.proof && result.uses.size() <= frames_.size());
   return result;
 }
 
@@ -100,8 +112,11 @@ bool IntegerSearch::add_cuts() {
   for (const Frame& frame : frames_)
     add_if_tight(frame.in_second ? frame.branches.second : frame.branches.first);
   std::vector<Cut> cuts = tight_cuts(constraints_, tight, CUTS_A_ROUND, limits_);
-  for (Cut& cut : cuts)
+  assert(cuts.size() <= CUTS_A_ROUND);
+  for (Cut& cut : cuts) {
+    assert(cut.is_normal());
     problem_.decider->add(constraints_.add_cut(std::move(cut)), 0);
+  }
   statistics_.cuts += cuts.size();
   return !cuts.empty();
 }
@@ -114,6 +129,7 @@ std::optional<int> IntegerSearch::fractional_variable() const {
     const DeltaNumber value = problem_.decider->value(var);
     if (is_integer(value)) continue;
     QNumber distance = distance_from_middle(value.real);
+    assert(mapper_.is_integer(var));
     if (best && best_distance <= distance) continue;
     best = var;
     best_distance = std::move(distance);
@@ -124,25 +140,34 @@ std::optional<int> IntegerSearch::fractional_variable() const {
 IntegerSearch::Step IntegerSearch::branch_on(int var) {
   const DeltaNumber value = problem_.decider->value(var);
   const QNumber floor = floor_of(value);
+  assert(!is_integer(value) && floor.is_integer());
   la::Equation vars;
   vars.add_var(QNumber(1), var);
-  return {std::nullopt, branches_at(vars, floor, value.real - floor > QNumber(1, 2))};
+  const bool is_nearer_above = value.real - floor > QNumber(1, 2);
+  return {std::nullopt,
+          branches_at(vars, floor,
+                      is_nearer_above ? FirstBranch::AT_LEAST : FirstBranch::AT_MOST)};
 }
 
 // The branches t <= floor and t >= floor + 1.
 IntegerSearch::Branches IntegerSearch::branches_at(const la::Equation& vars,
-                                                   const QNumber& floor, bool upper_first) {
+                                                   const QNumber& floor,
+                                                   FirstBranch first) {
+  assert(vars.has_vars() && floor.is_integer());
   const int at_most = constraints_.add_branch(LinearTerm(LinearTerm::LEQ, vars, floor));
   const int at_least =
       constraints_.add_branch(LinearTerm(LinearTerm::GEQ, vars, floor + QNumber(1)));
-  return upper_first ? Branches{at_least, at_most} : Branches{at_most, at_least};
+  assert(at_least < at_most);  // ids of what a search adds descend
+  return first == FirstBranch::AT_LEAST ? Branches{at_least, at_most}
+                                        : Branches{at_most, at_least};
 }
 
-std::optional<int> IntegerSearch::violated_disequality(bool integral) const {
+std::optional<int> IntegerSearch::violated_disequality(Disequalities which) const {
   for (const int id : *problem_.disequalities) {
     limits_.look();
     const LinearTerm& term = constraints_.constraint_term(id);
-    if (is_integral(term) != integral) continue;
+    assert(term.kind == LinearTerm::NEQ);
+    if (is_integral(term) != (which == Disequalities::INTEGRAL)) continue;
     if (holds_with_equality(term)) return id;
   }
   return std::nullopt;
@@ -152,16 +177,17 @@ std::optional<int> IntegerSearch::violated_disequality(bool integral) const {
 IntegerSearch::Step IntegerSearch::separate() {
   const std::size_t base = problem_.decider->size();
   for (;;) {
+    assert(problem_.decider->size() >= base);
     if (const auto var = fractional_variable()) {
       Step step = branch_on(*var);
       problem_.decider->retract(base);
       return step;
     }
-    if (const auto id = violated_disequality(true)) {
+    if (const auto id = violated_disequality(Disequalities::INTEGRAL)) {
       problem_.decider->retract(base);
       return separate_integral(*id);
     }
-    const auto id = violated_disequality(false);
+    const auto id = violated_disequality(Disequalities::MIXED);
     if (!id) return {};
     if (add_half(*problem_.decider, *id)) continue;
     problem_.decider->retract(base);
@@ -173,11 +199,13 @@ IntegerSearch::Step IntegerSearch::separate_integral(int id) {
   const bool below = half_is_possible(*problem_.decider, id, -1);
   if (!below && !half_is_possible(*problem_.decider, id, 1)) return refuted_disequality(id);
   const LinearTerm& term = constraints_.constraint_term(id);
+  assert(is_integral(term) && term.constant.is_integer());
   const QNumber floor = below ? term.constant - QNumber(1) : term.constant;
-  return {std::nullopt, branches_at(term.vars, floor, false)};
+  return {std::nullopt, branches_at(term.vars, floor, FirstBranch::AT_MOST)};
 }
 
 IntegerSearch::Step IntegerSearch::refuted_disequality(int id) {
+  assert(constraints_.constraint_term(id).kind == LinearTerm::NEQ);
   Refuted at_most = refuted(refute_half(*problem_.decider, id, -1));
   Refuted at_least = refuted(refute_half(*problem_.decider, id, 1));
   Refuted result;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 #include <optional>
 #include <utility>
 
@@ -13,6 +14,8 @@
 //
 // though it has thousands. The guess is tried by branches that fix the variables, so the
 // decider completes it and has the last word.
+//
+// Cost: a lattice of MOST_VARIABLES dimensions at most, and three guesses.
 
 namespace opal::host {
 
@@ -38,7 +41,8 @@ struct Interval {
   double width;
 };
 
-// Of an unbounded side, as if it were WIDTH_IF_UNBOUNDED away from the other or the point.
+// The middle and the width of bounds. A missing bound is taken to be WIDTH_IF_UNBOUNDED
+// away from the other one, or, with both missing, half of that from the point.
 Interval interval(const Bounds& bounds, double point) {
   constexpr double W = WIDTH_IF_UNBOUNDED;
   const double low = bounds.lower   ? bounds.lower->to_double()
@@ -50,6 +54,7 @@ Interval interval(const Bounds& bounds, double point) {
 
 // The position of a variable among ascending ones; nothing when it is not there.
 std::optional<std::size_t> position(const std::vector<int>& vars, int var) {
+  assert(std::is_sorted(vars.begin(), vars.end()));
   const auto at = std::lower_bound(vars.begin(), vars.end(), var);
   if (at == vars.end() || *at != var) return std::nullopt;
   return static_cast<std::size_t>(at - vars.begin());
@@ -65,6 +70,7 @@ std::vector<Bounds> bounds_of(const std::vector<int>& vars, const std::vector<in
     if (coeffs.size() != 1 || term.kind == LinearTerm::EQ) continue;
     const auto at = position(vars, coeffs[0].first);
     if (!at) continue;
+    assert(term.kind == LinearTerm::LEQ || term.kind == LinearTerm::GEQ);
     const QNumber bound = term.constant / coeffs[0].second;
     const bool upper = (term.kind == LinearTerm::LEQ) == (coeffs[0].second.sign() > 0);
     auto& side = upper ? result[*at].upper : result[*at].lower;
@@ -81,8 +87,10 @@ std::vector<IntegerSearch::Guess> IntegerSearch::guesses(
   const std::vector<Bounds> bounds = bounds_of(vars, integral_rows_, constraints_);
   std::vector<double> point, middle, widths;
   for (std::size_t i = 0; i < vars.size(); ++i) {
+    assert(mapper_.is_integer(vars[i]));
     point.push_back(problem_.decider->value(vars[i]).real.to_double());
     const Interval range = interval(bounds[i], point.back());
+    assert(range.width > 0);
     middle.push_back(range.middle);
     widths.push_back(range.width);
   }
@@ -99,6 +107,7 @@ std::vector<IntegerSearch::Guess> IntegerSearch::guesses(
     for (std::size_t i = 0; i < vars.size(); ++i)
       target.push_back(middle[i] + share * (point[i] - middle[i]));
     Guess guess = lattice.near(target);
+    assert(guess.size() == vars.size());
     std::size_t i = 0;
     while (i < vars.size() && bounds[i].contain(guess[i]))
       ++i;
@@ -117,6 +126,7 @@ bool IntegerSearch::guess_model(const std::vector<IntegerRow>& equalities) {
   vars.erase(std::unique(vars.begin(), vars.end()), vars.end());
   if (vars.size() > MOST_VARIABLES) return false;
   const std::vector<Guess> candidates = guesses(equalities, vars);
+  assert(problem_.decider->size() == problem_.convex->size());
   return std::any_of(candidates.begin(), candidates.end(),
                      [&](const Guess& guess) { return is_model(vars, guess); });
 }
@@ -124,16 +134,20 @@ bool IntegerSearch::guess_model(const std::vector<IntegerRow>& equalities) {
 // Whether the problem has a model with these values of variables, without another branch;
 // then the decider has it.
 bool IntegerSearch::is_model(const std::vector<int>& vars, const Guess& values) {
+  assert(vars.size() == values.size() && problem_.is_normal());
   for (std::size_t i = 0; i < vars.size(); ++i) {
+    assert(values[i].is_integer());
     la::Equation sum;
     sum.add_var(QNumber(1), vars[i]);
     for (const int kind : {LinearTerm::LEQ, LinearTerm::GEQ})
       problem_.decider->add(constraints_.add_branch(LinearTerm(kind, sum, values[i])), 0);
   }
-  if (!problem_.decider->check() && !fractional_variable() && !violated_disequality(true) &&
-      !violated_disequality(false))
+  if (!problem_.decider->check() && !fractional_variable() &&
+      !violated_disequality(Disequalities::INTEGRAL) &&
+      !violated_disequality(Disequalities::MIXED))
     return true;
   problem_.decider->retract(problem_.convex->size());
+  assert(problem_.is_normal());
   return false;
 }
 

@@ -40,10 +40,12 @@ IntegerRow row_of(const LinearTerm& term) {
   for (const auto& [var, coeff] : term.vars.coeffs())
     row.sum.push_back({var, coeff});
   row.constant = term.constant;
+  assert(row.is_normal());
   return row;
 }
 
 bool contains(const std::vector<int>& ascending, int x) {
+  assert(std::is_sorted(ascending.begin(), ascending.end()));
   return std::binary_search(ascending.begin(), ascending.end(), x);
 }
 
@@ -53,7 +55,7 @@ IntegerSearch::IntegerSearch(Mapper& mapper, SearchConstraints& constraints, Lim
     : mapper_(mapper), constraints_(constraints), limits_(limits) {}
 
 IntegerSearch::Verdict IntegerSearch::decide(const Problem& problem) {
-  assert(problem.decider->size() == problem.convex->size());
+  assert(problem.is_normal());
   problem_ = problem;
   refutation_ = proof::ProofRef();
   collect_integers();
@@ -63,6 +65,7 @@ IntegerSearch::Verdict IntegerSearch::decide(const Problem& problem) {
   std::optional<bool> bounded;
   nodes_ = 0;
   for (std::size_t depth = FIRST_DEPTH;; depth *= 2) {
+    assert(depth >= FIRST_DEPTH && !refutation_);
     switch (descend(depth)) {
       case Descent::SAT: return Verdict::SAT;
       case Descent::UNSAT: return Verdict::UNSAT;
@@ -85,6 +88,8 @@ void IntegerSearch::collect_integers() {
       for (const auto& pair : term.vars.coeffs()) {
         if (mapper_.is_integer(pair.first)) integers_.push_back(pair.first);
       }
+      assert((term.kind == LinearTerm::NEQ) == (ids == problem_.disequalities));
+      assert(term.vars.has_vars());
       if (ids == problem_.convex && is_integral(term)) integral_rows_.push_back(id);
     }
   }
@@ -102,6 +107,7 @@ IntegerSearch::Equalities IntegerSearch::integral_equalities() const {
     result.ids.push_back(id);
     result.rows.push_back(row_of(term));
   }
+  assert(result.ids.size() == result.rows.size());
   return result;
 }
 
@@ -112,6 +118,7 @@ bool IntegerSearch::refute(const Equalities& equalities) {
   std::vector<int> used;
   std::vector<QNumber> multipliers;
   for (const auto& [row, multiplier] : certificates.front()) {
+    assert(row < ids.size() && !multiplier.is_zero());
     used.push_back(ids[row]);
     multipliers.push_back(multiplier);
   }
@@ -124,20 +131,24 @@ IntegerSearch::Descent IntegerSearch::descend(std::size_t depth) {
   frames_.clear();
   problem_.decider->retract(problem_.convex->size());
   constraints_.clear();
+  assert(problem_.is_normal());
   for (;;) {
+    assert(frames_.size() <= depth);
     ++nodes_;
     ++statistics_.nodes;
     if (problem_.branches != 0 && nodes_ > problem_.branches) return Descent::TOO_MANY;
     Step step = examine();
+    assert(!step.refuted || !step.branches);
     if (!step.refuted && !step.branches) return Descent::SAT;
     if (step.branches && frames_.size() < depth) {
       frames_.push_back({*step.branches, problem_.decider->size(), false, std::nullopt});
+      assert(frames_.back().is_normal());
       problem_.decider->add(step.branches->first, 0);
       continue;
     }
     if (backtrack(step.refuted)) continue;
     if (!step.refuted) return Descent::TOO_DEEP;
-    assert(step.refuted->uses.empty());
+    assert(frames_.empty() && step.refuted->uses.empty());
     refutation_ = std::move(step.refuted->proof);
     return Descent::UNSAT;
   }
@@ -150,6 +161,7 @@ bool IntegerSearch::backtrack(std::optional<Refuted>& refuted) {
   while (!frames_.empty()) {
     limits_.poll();
     Frame& frame = frames_.back();
+    assert(frame.is_normal() && frame.height <= problem_.decider->size());
     const int current = frame.in_second ? frame.branches.second : frame.branches.first;
     if (!refuted || contains(refuted->uses, current)) {
       if (!frame.in_second) {
@@ -172,7 +184,11 @@ bool IntegerSearch::backtrack(std::optional<Refuted>& refuted) {
 }
 
 IntegerSearch::Refuted IntegerSearch::join(Frame& frame, Refuted second) {
+  assert(frame.in_second && frame.first);
   Refuted& first = *frame.first;
+  assert(first.proof && second.proof);
+  assert(contains(first.uses, frame.branches.first));
+  assert(contains(second.uses, frame.branches.second));
   Refuted result;
   std::set_union(first.uses.begin(), first.uses.end(), second.uses.begin(),
                  second.uses.end(), std::back_inserter(result.uses));

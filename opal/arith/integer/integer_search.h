@@ -29,6 +29,12 @@ class IntegerSearch {
     Decider* decider;
     bool cuts;             // whether the decider takes cuts
     std::size_t branches;  // the most nodes to look at; 0 for no limit
+
+    /// Everything is given, and the decider's stack is as described.
+    [[nodiscard]] bool is_normal() const {
+      return convex != nullptr && disequalities != nullptr && decider != nullptr &&
+             decider->size() == convex->size();
+    }
   };
 
   /// Work done since construction.
@@ -61,6 +67,10 @@ class IntegerSearch {
     int first;
     int second;
   };
+  /// Which of the branches t <= c and t >= c + 1 is tried first.
+  enum class FirstBranch : std::uint8_t { AT_MOST, AT_LEAST };
+  /// Disequalities over integers alone, or those with a real variable.
+  enum class Disequalities : std::uint8_t { INTEGRAL, MIXED };
   struct Step {
     std::optional<Refuted> refuted;
     std::optional<Branches> branches;
@@ -69,8 +79,13 @@ class IntegerSearch {
   struct Frame {
     Branches branches;
     std::size_t height;            // of the decider below the branches
-    bool in_second;                // which one the current node is under
-    std::optional<Refuted> first;  // its refutation, if it has one, when in the second
+    bool in_second;                // whether the current node is under the second branch
+    std::optional<Refuted> first;  // the refutation of the first branch, if it has one
+
+    /// Two branches, and no refutation of the first before the second is looked at.
+    [[nodiscard]] bool is_normal() const {
+      return branches.first != branches.second && (in_second || !first.has_value());
+    }
   };
   enum class Descent : std::uint8_t { SAT, UNSAT, TOO_DEEP, TOO_MANY };
 
@@ -99,9 +114,9 @@ class IntegerSearch {
   [[nodiscard]] std::optional<int> fractional_variable() const;
   [[nodiscard]] Step branch_on(int var);
   [[nodiscard]] Branches branches_at(const la::Equation& vars, const QNumber& floor,
-                                     bool upper_first);
+                                     FirstBranch first);
   Step separate();
-  [[nodiscard]] std::optional<int> violated_disequality(bool integral) const;
+  [[nodiscard]] std::optional<int> violated_disequality(Disequalities which) const;
   Step separate_integral(int id);
   Step refuted_disequality(int id);
   [[nodiscard]] Refuted refuted(FarkasCombination combination);

@@ -1,5 +1,6 @@
 #include "opal/arith/integer/recession.h"
 
+#include <cassert>
 #include <deque>
 
 #include "opal/arith/rational/simplex.h"
@@ -7,6 +8,12 @@
 // A variable is unbounded exactly when there is a direction along which one can go for ever
 // and in which it changes: a solution of the constraints with all constants replaced by 0.
 // (Schrijver, Theory of Linear and Integer Programming, 8.2.)
+//
+// Example: x - y <= 3 and x >= 0 leave y unbounded from above: the direction (0, 1) solves
+// x - y <= 0, x >= 0, y >= 1. They bound x from below only: (1, 1) is a direction too.
+//
+// Directions can be scaled, so a variable that changes may change by 1, or by -1: two
+// checks of a simplex for each variable.
 
 namespace opal::host {
 
@@ -17,9 +24,11 @@ namespace {
 class Directions final : public ConstraintTerms {
  public:
   [[nodiscard]] const LinearTerm& constraint_term(int constr_id) const override {
+    assert(constr_id >= 1 && static_cast<std::size_t>(constr_id) <= terms_.size());
     return terms_[static_cast<std::size_t>(constr_id) - 1];
   }
   int add(LinearTerm term) {
+    assert(term.vars.has_vars());
     terms_.push_back(std::move(term));
     return static_cast<int>(terms_.size());
   }
@@ -41,10 +50,12 @@ bool bounds_all(const ConstraintTerms& terms, const std::vector<int>& convex,
   Simplex simplex(directions, limits, Simplex::Effort::EXACT);
   for (const int id : convex) {
     const LinearTerm& term = terms.constraint_term(id);
+    assert(term.kind != LinearTerm::NEQ);
     simplex.add(
         directions.add(LinearTerm(without_strictness(term.kind), term.vars, QNumber())), 0);
   }
   const std::size_t height = simplex.size();
+  assert(height == convex.size());
   for (const int var : variables) {
     la::Equation alone;
     alone.add_var(QNumber(1), var);

@@ -53,6 +53,11 @@ class SearchConstraints final : public ConstraintTerms {
     return constr_id < Mapper::ZERO_CONSTRAINT;
   }
   [[nodiscard]] const Added& added(int constr_id) const;
+  /// The index in added_ of a constraint that was added.
+  [[nodiscard]] std::size_t place_of(int constr_id) const;
+  /// A branch's term is integral and it is its own only branch; a cut is in normal form,
+  /// and its branches ascend.
+  [[maybe_unused, nodiscard]] bool is_normal(const Added& constraint) const;
   int add(Added constraint);
   /// The mapper's id of a constraint that is no cut.
   int mapper_id(int constr_id);

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <utility>
 
+// The integer solutions of equations, as a point and a basis.
+//
 // Row by row, starting with all integer vectors: Euclid's algorithm on the values that a
 // row's sum takes on the basis leaves one vector with the greatest common divisor g and
 // makes the others 0. The others are the new basis; the one, taken (constant - value) / g
@@ -35,6 +37,7 @@ QNumber nearest(double x) {
 
 // x += q * y
 void add(SolutionLattice::Vector& x, const QNumber& q, const SolutionLattice::Vector& y) {
+  assert(x.size() == y.size() && q.is_integer());
   for (std::size_t i = 0; i < x.size(); ++i) {
     x[i] += q * y[i];
     x[i].shrink();
@@ -42,6 +45,7 @@ void add(SolutionLattice::Vector& x, const QNumber& q, const SolutionLattice::Ve
 }
 
 QNumber value(const Row& sum, const SolutionLattice::Vector& x) {
+  assert(sum.empty() || static_cast<std::size_t>(sum.back().var) < x.size());
   QNumber result;
   for (const RowEntry& entry : sum)
     result += entry.coeff * x[static_cast<std::size_t>(entry.var)];
@@ -49,6 +53,7 @@ QNumber value(const Row& sum, const SolutionLattice::Vector& x) {
 }
 
 double product(const std::vector<double>& x, const std::vector<double>& y) {
+  assert(x.size() == y.size());
   double sum = 0;
   for (std::size_t i = 0; i < x.size(); ++i)
     sum += x[i] * y[i];
@@ -60,6 +65,7 @@ double product(const std::vector<double>& x, const std::vector<double>& y) {
 SolutionLattice::SolutionLattice(const std::vector<IntegerRow>& rows,
                                  std::vector<double> widths, Limits& limits)
     : widths_(std::move(widths)), limits_(limits), solution_(Vector(widths_.size())) {
+  assert(std::all_of(widths_.begin(), widths_.end(), [](double w) { return w > 0; }));
   for (std::size_t i = 0; i < widths_.size(); ++i) {
     basis_.emplace_back(widths_.size());
     basis_.back()[i] = QNumber(1);
@@ -70,10 +76,24 @@ SolutionLattice::SolutionLattice(const std::vector<IntegerRow>& rows,
     return;
   }
   reduce();
+  assert(is_normal());
+  assert(std::all_of(rows.begin(), rows.end(), [this](const IntegerRow& row) {
+    return value(row.sum, *solution_) == row.constant;
+  }));
+}
+
+bool SolutionLattice::is_normal() const {
+  const auto is_integral = [this](const Vector& x) {
+    return x.size() == widths_.size() &&
+           std::all_of(x.begin(), x.end(), [](const QNumber& q) { return q.is_integer(); });
+  };
+  return (!solution_ || is_integral(*solution_)) && basis_.size() <= widths_.size() &&
+         std::all_of(basis_.begin(), basis_.end(), is_integral);
 }
 
 // False when no integer solution so far satisfies the row.
 bool SolutionLattice::restrict_to(const IntegerRow& row) {
+  assert(row.is_normal() && solution_);
   const QNumber missing = row.constant - value(row.sum, *solution_);
   std::vector<QNumber> values;
   for (const Vector& x : basis_)
@@ -92,6 +112,10 @@ bool SolutionLattice::restrict_to(const IntegerRow& row) {
     }
   }
   if (pivot == basis_.size()) return missing.is_zero();
+  // Euclid's algorithm has left a value at the pivot alone.
+  assert(static_cast<std::size_t>(std::count(values.begin(), values.end(), QNumber())) +
+             1 ==
+         values.size());
   const QNumber q = missing / values[pivot];
   if (!q.is_integer()) return false;
   add(*solution_, q, basis_[pivot]);
@@ -109,10 +133,12 @@ SolutionLattice::Image SolutionLattice::image(const Vector& x) const {
 
 // How often x has the orthogonal part of a basis vector.
 double SolutionLattice::share(const Image& x, std::size_t j) const {
+  assert(j < orthogonal_.size());
   return product(x, orthogonal_[j]) / product(orthogonal_[j], orthogonal_[j]);
 }
 
 void SolutionLattice::orthogonalise(std::size_t k) {
+  assert(k < basis_.size() && orthogonal_.size() == basis_.size());
   Image rest = image(basis_[k]);
   for (std::size_t j = 0; j < k; ++j) {
     const double q = share(rest, j);
@@ -122,7 +148,7 @@ void SolutionLattice::orthogonalise(std::size_t k) {
   orthogonal_[k] = std::move(rest);
 }
 
-// Takes multiples of the vectors before from a basis vector; whether there were any.
+// Takes multiples of the basis vectors before number k from it; whether there were any.
 bool SolutionLattice::shorten(std::size_t k) {
   bool changed = false;
   for (std::size_t j = k; j-- > 0;) {
@@ -170,6 +196,7 @@ SolutionLattice::Vector SolutionLattice::near(const std::vector<double>& point) 
       add(x, nearest(share(way, j)), basis_[j]);
     }
   }
+  assert(x.size() == widths_.size());
   return x;
 }
 

@@ -29,6 +29,9 @@ class SolutionLattice {
   /// A solution near a point. There must be one.
   [[nodiscard]] Vector near(const std::vector<double>& point) const;
 
+  /// Vectors of as many coordinates as there are widths, integers all; for assertions.
+  [[nodiscard]] bool is_normal() const;
+
  private:
   using Image = std::vector<double>;
 
@@ -44,7 +47,7 @@ class SolutionLattice {
   std::optional<Vector> solution_;
   std::vector<Vector> basis_;  // of the solutions with constants 0
   std::vector<Image>
-      orthogonal_;  // of each basis vector the part orthogonal to those before
+      orthogonal_;  // the part of each basis vector orthogonal to those before
 };
 
 }  // namespace opal::host

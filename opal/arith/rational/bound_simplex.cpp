@@ -33,6 +33,7 @@ int BoundSimplex::make_variable() {
 
 int BoundSimplex::make_slack(const Row& form) {
   assert(form.size() >= 2 && host::is_normal(form));
+  assert(form.back().var < static_cast<int>(variables_.size()));
   const int var = make_variable();
   variable(var).expected = true;
   slacks_.push_back({var, form});
@@ -49,6 +50,7 @@ void BoundSimplex::expect_bounds(int var) {
   v.expected = true;
   if (v.definition == NONE || !is_intact_) return;
   Definition& definition = definitions_[static_cast<std::size_t>(v.definition)];
+  assert(definition.var == var);
   Row row = std::exchange(definition, {NONE, {}}).row;
   v.definition = NONE;
   add_row(var, std::move(row));
@@ -88,6 +90,7 @@ void BoundSimplex::retract(std::size_t n) {
   assert(n <= height());
   while (bounds_.size() > n) {
     const Bound& bound = bounds_.back();
+    assert(this->bound(bound.var, bound.side) == &bound);
     Variable& v = variable(bound.var);
     (bound.side == Side::UPPER ? v.upper : v.lower) = bound.previous;
     bounds_.pop_back();
@@ -115,9 +118,11 @@ bool BoundSimplex::check() {
   }
   is_intact_ = true;
   if (!consistent) {
+    assert(!conflict_.empty());
     restore();
     return false;
   }
+  assert(candidates_.empty());
   saved_.clear();
   for (const int var : touched_)
     variable(var).touched = false;
@@ -185,6 +190,7 @@ void BoundSimplex::change(int var, DeltaNumber value) {
 
 // Has the basic variables follow a step of `var`, but for that of one row.
 void BoundSimplex::move(int var, const DeltaNumber& step, int except) {
+  assert(tableau_.row_of(var) == NONE);
   for (const int row : tableau_.column(var)) {
     if (row == except) continue;
     const Row& r = tableau_.row(row);
@@ -201,6 +207,7 @@ void BoundSimplex::move(int var, const DeltaNumber& step, int except) {
 
 void BoundSimplex::note(int basic) {
   Variable& v = variable(basic);
+  assert(v.definition == NONE);
   if (v.is_candidate || (v.lower == NONE && v.upper == NONE)) return;
   v.is_candidate = true;
   candidates_.push_back(basic);
@@ -275,6 +282,7 @@ int BoundSimplex::choose_entering(Violation violated, bool by_index) const {
 // Moves the violated variable to its bound, and makes the entering one basic.
 void BoundSimplex::repair(Violation violated, int entering) {
   const int leaving = tableau_.basic(violated.row);
+  assert(leaving != NONE && entering != leaving);
   const Row& row = tableau_.row(violated.row);
   const DeltaNumber target =
       *limit(variable(leaving), violated.below ? Side::LOWER : Side::UPPER);
@@ -286,6 +294,7 @@ void BoundSimplex::repair(Violation violated, int entering) {
   change(entering, variable(entering).value + step);
   tableau_.pivot(violated.row, entering);
   ++pivots_;
+  assert(tableau_.basic(violated.row) == entering);
   if (variable(entering).expected)
     note(entering);
   else

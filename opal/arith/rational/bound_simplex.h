@@ -1,6 +1,7 @@
 #ifndef OPAL_ARITH_RATIONAL_BOUND_SIMPLEX_H
 #define OPAL_ARITH_RATIONAL_BOUND_SIMPLEX_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -73,7 +74,10 @@ class BoundSimplex {
   void renew_bound(int var, Side side, Reason reason);
   /// The number of bounds set, and the bounds in the order in which they were set.
   [[nodiscard]] std::size_t height() const { return bounds_.size(); }
-  [[nodiscard]] const Bound& bound(std::size_t i) const { return bounds_[i]; }
+  [[nodiscard]] const Bound& bound(std::size_t i) const {
+    assert(i < height());
+    return bounds_[i];
+  }
   /// Keeps the first `n` bounds, n <= height(). Constant time for each bound taken back.
   void retract(std::size_t n);
   /// The bound of a variable, or null. Valid until the next set_bound().
@@ -137,9 +141,11 @@ class BoundSimplex {
   };
 
   [[nodiscard]] Variable& variable(int var) {
+    assert(var >= 0 && static_cast<std::size_t>(var) < variables_.size());
     return variables_[static_cast<std::size_t>(var)];
   }
   [[nodiscard]] const Variable& variable(int var) const {
+    assert(var >= 0 && static_cast<std::size_t>(var) < variables_.size());
     return variables_[static_cast<std::size_t>(var)];
   }
   [[nodiscard]] const DeltaNumber* limit(const Variable& v, Side side) const {

@@ -34,13 +34,15 @@ Row BoundSimplex::substituted(Row row, int own) const {
     if (tableau_.row_of(entry.var) != NONE) basics.push_back(entry.var);
   for (const int var : basics)
     row = eliminate(row, var, tableau_.row(tableau_.row_of(var)));
+  assert(find_coeff(row, own) != nullptr);
   return row;
 }
 
 // Makes `var`, which is in no row, basic in a new row, and gives it the value that the row
 // asks for.
 void BoundSimplex::add_row(int var, Row row) {
-  assert(saved_.empty());
+  assert(saved_.empty() && tableau_.row_of(var) == NONE &&
+         variable(var).definition == NONE);
   row = substituted(std::move(row), var);
   variable(var).value = solved_value(row, var);
   tableau_.add_row(var, std::move(row));
@@ -95,6 +97,7 @@ void BoundSimplex::complete_values() {
     const Definition& definition = definitions_[i];
     if (definition.var == NONE) continue;
     limits_.poll();
+    assert(!variable(definition.var).expected);
     variable(definition.var).value = solved_value(definition.row, definition.var);
   }
 }

@@ -17,6 +17,7 @@
 namespace opal::host {
 
 const std::vector<BoundSimplex::Derived>& BoundSimplex::derive_bounds(std::size_t rows) {
+  assert(touched_.empty() && derived_from_ <= height());
   derived_.clear();
   collect_rows(rows);
   for (const int row : rows_to_derive_) {
@@ -72,6 +73,7 @@ void BoundSimplex::derive_from(int row) {
 // From the upper limits of the entries follow lower bounds of the entries, and the other
 // way round.
 void BoundSimplex::derive_from(int row, Side side, const Extent& extent) {
+  assert(extent.unbounded == 0 || (extent.unbounded == 1 && extent.last != NONE));
   for (const RowEntry& entry : tableau_.row(row)) {
     if (extent.unbounded == 1 && entry.var != extent.last) continue;
     const Variable& v = variable(entry.var);
@@ -90,6 +92,7 @@ void BoundSimplex::derive_from(int row, Side side, const Extent& extent) {
 
 void BoundSimplex::explain(const Derived& derived, std::vector<Reason>& reasons) const {
   const Row& row = tableau_.row(derived.row);
+  assert(find_coeff(row, derived.var) != nullptr);
   // The limits of which side make the bound: the upper ones a lower bound of the entry.
   const RowEntry own{derived.var, *find_coeff(row, derived.var)};
   const Side opposite = derived.side == Side::UPPER ? Side::LOWER : Side::UPPER;

@@ -8,10 +8,12 @@ namespace opal::host {
 
 namespace {
 
+// Products of coefficients below this are words.
+const QNumber SMALL_LIMIT(1L << 31);
+const QNumber SMALL_OPPOSITE(-(1L << 31));
+
 bool is_small(const RowEntry& entry) {
-  static const QNumber limit(1L << 31);
-  static const QNumber opposite = limit.neg();
-  return entry.coeff < limit && opposite < entry.coeff;
+  return entry.coeff < SMALL_LIMIT && SMALL_OPPOSITE < entry.coeff;
 }
 
 bool is_small(const Row& row) {

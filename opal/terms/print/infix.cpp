@@ -1,3 +1,20 @@
+// Terms in the notation of mathematics.
+//
+// An operator is written between its operands, and an operand in parentheses where it binds
+// less tightly than its place asks for (Precedence). What is to be written waits on a
+// stack, pieces of text and terms with the precedence of their places, so depth does not
+// matter:
+//
+//     waiting                            text
+//     x + (-1)*y <= 3                    ""
+//     3, " <= ", x + (-1)*y              ""
+//     3, " <= ", the summand (-1)*y, x   ""
+//     3, " <= ", the summand (-1)*y      "x"
+//     3, " <= ", y                       "x - "
+//
+// (the top of the stack is on the right). The writing stops as soon as the text is longer
+// than the limit, so a term with a huge tree costs no more than its first characters.
+
 #include "opal/terms/print/infix.h"
 
 #include <cassert>
@@ -22,6 +39,14 @@ constexpr std::size_t LESS = 0, AT_MOST = 1, EQUAL = 2, UNEQUAL = 3, AT_LEAST = 
                       GREATER = 5;
 constexpr std::size_t OPPOSITE[] = {AT_LEAST, GREATER, UNEQUAL, EQUAL, LESS, AT_MOST};
 constexpr std::size_t MIRRORED[] = {GREATER, AT_LEAST, EQUAL, UNEQUAL, AT_MOST, LESS};
+
+// The opposite of the opposite, and the mirrored of the mirrored one, is the relation.
+constexpr bool undo_themselves() {
+  for (std::size_t r = LESS; r <= GREATER; ++r)
+    if (OPPOSITE[OPPOSITE[r]] != r || MIRRORED[MIRRORED[r]] != r) return false;
+  return true;
+}
+static_assert(undo_themselves(), "the rows of relations fit together");
 
 bool is_comparison(Kind kind) {
   return kind == Kind::LEQ || kind == Kind::LT || kind == Kind::EQ || kind == Kind::NEQ;
@@ -48,6 +73,7 @@ struct Product {
 Product product_of(const Term_* t) {
   QNumber factor(1);
   while (true) {
+    assert(Terms::sort_of(t) != Sort::BOOL);
     const Kind kind = Terms::kind_of(t);
     if (kind == Kind::NUMERAL) return {factor * Terms::symbol_of(t).value, nullptr};
     if (kind == Kind::TO_REAL) {
@@ -68,12 +94,14 @@ Product product_of(const Term_* t) {
 // on a stack, the next piece on top.
 class InfixWriter {
  public:
-  explicit InfixWriter(std::size_t limit) : limit_(4 * limit) {}
+  explicit InfixWriter(std::size_t limit) : limit_(4 * limit) { assert(limit > 0); }
 
   void push(const Term_* t, Precedence least) { waiting_.push_back({t, least, false, {}}); }
   void push(std::string text) { waiting_.push_back({nullptr, OR, false, std::move(text)}); }
   // Pushes the parts of `a relation b`, a numeral on the right.
   void push_comparison(const Term_* a, const Term_* b, std::size_t relation) {
+    assert(relation <= GREATER);
+    assert((Terms::sort_of(a) == Sort::BOOL) == (Terms::sort_of(b) == Sort::BOOL));
     if (Terms::is_numeral(a) && !Terms::is_numeral(b)) {
       std::swap(a, b);
       relation = MIRRORED[relation];
@@ -88,6 +116,7 @@ class InfixWriter {
   std::string write() {
     while (!waiting_.empty() && text_.size() <= limit_) {
       const Piece piece = std::move(waiting_.back());
+      assert(piece.term == nullptr || piece.text.empty());
       waiting_.pop_back();
       if (piece.term == nullptr)
         text_ += piece.text;
@@ -151,12 +180,14 @@ class InfixWriter {
   }
 
   void push_comparison_text(const Term_* a, const char* relation, const Term_* b) {
+    assert(Terms::sort_of(a) != Sort::BOOL && Terms::sort_of(b) != Sort::BOOL);
     push(b, SUM);
     push(relation);
     push(a, SUM);
   }
 
   void open_denial(const Term_* t) {
+    assert(Terms::sort_of(t) == Sort::BOOL);
     const Kind kind = Terms::kind_of(t);
     if (is_comparison(kind)) {
       push_comparison(t->arg(0), t->arg(1), OPPOSITE[relation_of(kind)]);
@@ -170,6 +201,7 @@ class InfixWriter {
   }
 
   void open_sum(const Term_* t) {
+    assert(Terms::kind_of(t) == Kind::PLUS);
     if (printing::is_integer_remainder(t)) {
       push(" mod " + abs(Terms::symbol_of(t->arg(1)->arg(0)).value).to_str());
       push(t->arg(0), FACTOR);
@@ -193,6 +225,7 @@ class InfixWriter {
   // 3·x, x/2, 3/2·x, -x, 7
   void open_product(const Product& product) {
     if (product.term == nullptr) return push(product.factor.to_str());
+    assert(!Terms::is_numeral(product.term));
     const QNumber size = abs(product.factor);
     const bool is_quotient = size.get_num() == QNumber(1) && !size.is_integer();
     if (is_quotient) push("/" + size.get_den().to_str());
@@ -238,6 +271,7 @@ std::string infix_text(const Term_* t, std::size_t limit) {
 }
 
 std::string half_text(const Term_* literal, int sign, std::size_t limit) {
+  assert(Terms::sort_of(literal) == Sort::BOOL && sign >= -1 && sign <= 1);
   const bool denied = Terms::kind_of(literal) == Kind::NOT;
   const Term_* const atom = denied ? literal->arg(0) : literal;
   const Kind kind = Terms::kind_of(atom);
@@ -259,6 +293,7 @@ std::string shortened(const std::string& text, std::size_t limit) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     if ((static_cast<unsigned char>(text[i]) & 0xC0U) == 0x80U) continue;
     if (++characters == limit) last = i;
+    assert(last <= i && characters <= limit + 1);
     if (characters > limit) return text.substr(0, last) + "…";
   }
   return text;

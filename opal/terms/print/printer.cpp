@@ -1,6 +1,20 @@
+// Terms in SMT-LIB's notation.
+//
+// A term is walked as a tree with a stack of open nodes, each with the children that are
+// still to be written (shapes.cpp says how a node is written). A term whose tree is much
+// larger than its DAG gets names for its shared parts instead, one `let` for each level of
+// parts that refer to one another:
+//
+//     f(g(x, x), g(x, x)) with x = h(y)      (let (($1 (h y))) (let (($2 (g $1 $1)))
+//                                              (f $2 $2)))
+//
+// Cost: linear in the text. Terms of up to SMALL nodes are written at once; for larger ones
+// the DAG is counted first.
+
 #include "opal/terms/print/printer.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstdint>
 #include <ostream>
 #include <unordered_map>
@@ -25,6 +39,7 @@ void flatten_left(const Term_* t, const Names& names, std::vector<Node>& childre
   const Kind kind = Terms::kind_of(t);
   if (kind != Kind::AND && kind != Kind::OR && kind != Kind::PLUS) return;
   if (children.size() < 2) return;  // a remainder
+  assert(children.size() == t->num_args());
   const Place place = children.front().place;
   std::vector<Node> reversed(children.rbegin(), children.rend());
   while (Terms::kind_of(reversed.back().term) == kind &&
@@ -47,9 +62,11 @@ class Writer {
 
   // Writes a node; its own name, if it has one, is not used.
   void write(const Node& root) {
+    assert(open_.empty());
     open(root);
     while (!open_.empty() && text_.size() <= limit_) {
       Open& top = open_.back();
+      assert(!top.children.empty() && top.next <= top.children.size());
       if (top.next == top.children.size()) {
         text_ += top.tail;
         open_.pop_back();
@@ -120,6 +137,7 @@ class SharedNodes {
 
   [[nodiscard]] std::vector<Entry>& entries() { return entries_; }
   [[nodiscard]] bool tree_is_much_larger() const {
+    assert(entries_.back().tree >= static_cast<double>(entries_.size()));
     return entries_.back().tree > 4.0 * static_cast<double>(entries_.size());
   }
   [[nodiscard]] static bool is_bound(const Entry& entry) {
@@ -129,6 +147,7 @@ class SharedNodes {
     for (Entry& entry : entries_) {
       for (const std::size_t child : entry.children) {
         const Entry& below = entries_[child];
+        assert(&below < &entry && below.references > 0);
         entry.level = std::max(entry.level, below.level + (is_bound(below) ? 1 : 0));
       }
     }
@@ -159,12 +178,14 @@ class SharedNodes {
     Entry entry{node, {}};
     for (const Node& child : children) {
       const std::size_t index = index_.at(child.key());
+      assert(index < entries_.size() && entries_[index].node.key() == child.key());
       entry.children.push_back(index);
       entry.tree += entries_[index].tree;
       ++entries_[index].references;
     }
     index_.emplace(node.key(), entries_.size());
     entries_.push_back(std::move(entry));
+    assert(index_.size() == entries_.size());
   }
 
   const bool real_;
@@ -195,7 +216,9 @@ void write_with_lets(Writer& writer, std::string& text, SharedNodes& shared) {
   const Node root = shared.entries().back().node;
   const std::string prefix = unused_prefix(root.term);
   Names& names = writer.names;
+  assert(names.empty());
   for (const std::vector<Node>& level : levels) {
+    assert(!level.empty());  // a bound node of level n has one of level n - 1 below it
     const char* separator = "(let (";
     for (const Node& node : level) {
       const std::string name = prefix + std::to_string(names.size() + 1);
@@ -243,6 +266,7 @@ std::string term_text(const Term_* t, std::size_t limit) {
     text.resize(limit);
     text += "...";
   }
+  assert(text.size() <= limit || text.size() == limit + 3);
   return text;
 }
 

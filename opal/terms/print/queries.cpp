@@ -1,3 +1,18 @@
+// Scripts of queries for outside solvers: one declaration of each variable for all queries,
+// and each query between a push and a pop, so that one run of a solver answers all of them.
+//
+//     (set-logic QF_LIA)
+//     (declare-fun x () Int)
+//     (push 1)
+//     (assert (<= x 3))
+//     (assert (<= 4 x))
+//     (check-sat)
+//     (pop 1)
+//
+// Cost: linear in the text but for finding the variables (sub_terms.cpp).
+
+#include <algorithm>
+#include <cassert>
 #include <ostream>
 
 #include "opal/terms/print/printer.h"
@@ -18,6 +33,8 @@ void print_queries(std::ostream& out,
   std::vector<const Term_*> all;
   for (const auto& query : queries)
     all.insert(all.end(), query.begin(), query.end());
+  assert(std::all_of(all.begin(), all.end(),
+                     [](const Term_* t) { return Terms::sort_of(t) == Sort::BOOL; }));
   const NumberSorts sorts = number_sorts(all);
   out << "(set-logic " << logic_for("", sorts) << ")\n";
   for (const Term_* v : variables_of(all))

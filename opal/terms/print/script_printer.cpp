@@ -1,6 +1,17 @@
+// Whole scripts: the logic, the declarations, the assertion.
+//
+//     numbers of a formula        logic
+//     Reals only, or none         QF_LRA
+//     Ints only                   QF_LIA
+//     both, to_real, floors       QF_LIRA
+//
+// A logic that was asked for stays if it has the sorts of the numbers: QF_IDL for a formula
+// over Ints does, QF_LRA does not and becomes QF_LIA.
+
 #include "opal/terms/print/script_printer.h"
 
 #include <algorithm>
+#include <cassert>
 #include <ostream>
 #include <utility>
 
@@ -37,11 +48,13 @@ NumberSorts number_sorts(const std::vector<const Term_*>& formulas) {
 
 std::string logic_for(const std::string& wanted, const NumberSorts& sorts) {
   if (covers(wanted, sorts)) return wanted;
-  if (!sorts.integers) return "QF_LRA";
-  return sorts.reals ? "QF_LIRA" : "QF_LIA";
+  const std::string logic = !sorts.integers ? "QF_LRA" : sorts.reals ? "QF_LIRA" : "QF_LIA";
+  assert(covers(logic, sorts));
+  return logic;
 }
 
 void print_declaration(std::ostream& out, const Term_* variable) {
+  assert(Terms::kind_of(variable) == Kind::VARIABLE);
   const TermSymbol& symbol = Terms::symbol_of(variable);
   out << "(declare-fun " << symbol_text(symbol.name) << " () " << to_string(symbol.sort)
       << ")\n";
@@ -50,6 +63,7 @@ void print_declaration(std::ostream& out, const Term_* variable) {
 ScriptPrinter::ScriptPrinter(ScriptStyle style) : style_(std::move(style)) {}
 
 void ScriptPrinter::print_formula(std::ostream& out, const Term_* formula) {
+  assert(Terms::sort_of(formula) == Sort::BOOL);
   print_start(out);
   if (!style_.status.empty()) out << "(set-info :status " << style_.status << ")\n";
   print_logic(out, formula);
@@ -70,6 +84,7 @@ void ScriptPrinter::print_declarations(std::ostream& out, const Term_* formula) 
 }
 
 void ScriptPrinter::print_symbol(std::ostream& out, const Symbol* symbol) {
+  assert(static_cast<const TermSymbol&>(*symbol).kind == Kind::VARIABLE);
   out << symbol_text(static_cast<const TermSymbol&>(*symbol).name);
 }
 
@@ -91,6 +106,7 @@ void ScriptPrinter::print_definition(std::ostream& out, const std::string& name,
 }
 
 void ScriptPrinter::print_assertion(std::ostream& out, const Term_* formula) {
+  assert(Terms::sort_of(formula) == Sort::BOOL);
   out << "(assert ";
   const bool annotated = style_.attributes != nullptr &&
                          style_.attributes->find(formula) != style_.attributes->end();
@@ -107,6 +123,7 @@ void ScriptPrinter::print_assertion(std::ostream& out, const Term_* formula) {
 void ScriptPrinter::print_comment(std::ostream& out, const std::string& text) {
   std::string line = text;
   std::replace(line.begin(), line.end(), '\n', ' ');
+  assert(line.find('\n') == std::string::npos);
   out << "; " << line << '\n';
 }
 

@@ -1,3 +1,13 @@
+// How single terms are written in SMT-LIB: a head, children between blanks, a tail.
+//
+//     a + b                        "(+ "        a, b       ")"
+//     a /= b                       "(not (= "   a, b       "))"
+//     floor(1/2 * x), x an Int     "(div "      x          " 2)"
+//     x - 2*floor(1/2 * x)         "(mod "      x          " 2)"
+//     x = y + 3 modulo 8           "(= (mod (- " x, y      ") 8) 3)"
+//
+// The place of a child says whether numerals stand among Ints or Reals there.
+
 #include "opal/terms/print/shapes.h"
 
 #include <cassert>
@@ -15,6 +25,7 @@ bool is_comparison(Kind kind) {
 
 // The place of both sides of a comparison; `real` decides between numerals.
 Place comparison_place(const Term_* t, bool real) {
+  assert(is_comparison(Terms::kind_of(t)) && t->num_args() == 2);
   bool numerals = true;
   for (const Term_* side : *t) {
     if (Terms::sort_of(side) == Sort::BOOL) return Place::FORMULA;
@@ -41,12 +52,14 @@ IntegerDivision integer_division(const Term_* t) {
       Terms::sort_of(dividend) != Sort::INT) {
     return {};
   }
+  assert(QNumber(1) < factor.get_den());
   return {dividend, factor.get_den()};
 }
 
 // Whether `t` is u - m*floor(u/m) over an Int u, as built: the remainder of u. Then u is
 // the first summand.
 IntegerDivision integer_remainder(const Term_* t) {
+  assert(Terms::kind_of(t) == Kind::PLUS);
   const Term_* product = t->arg(1);
   if (Terms::sort_of(t) != Sort::INT || Terms::kind_of(product) != Kind::TIMES ||
       !Terms::is_numeral(product->arg(0)) ||
@@ -86,6 +99,7 @@ Shape leaf_shape(const Node& node) {
 }
 
 Shape floor_shape(const Node& node) {
+  assert(node.place != Place::FORMULA);
   const IntegerDivision division = integer_division(node.term);
   Shape shape;
   if (division.dividend != nullptr) {
@@ -103,6 +117,7 @@ Shape floor_shape(const Node& node) {
 
 Shape remainder_shape(const Node& node) {
   const IntegerDivision division = integer_remainder(node.term);
+  assert(division.dividend != nullptr && node.place != Place::FORMULA);
   Shape shape{"(mod ", " " + number_text(division.divisor, Sort::INT) + ")", {}};
   shape.children.push_back({division.dividend, Place::INTEGER});
   if (node.place == Place::REAL) {
@@ -118,6 +133,7 @@ Shape congruence_shape(const Term_* t) {
   const Term_* a = t->arg(0);
   const Term_* b = t->arg(1);
   const QNumber modulus = abs(Terms::symbol_of(t).value);
+  assert(Terms::kind_of(t) == Kind::CONGRUENCE && modulus.sign() > 0);
   if (Terms::sort_of(a) != Sort::INT || Terms::sort_of(b) != Sort::INT) {
     return {"(is_int (* " + number_text(modulus.inv(), Sort::REAL) + " (- ",
             ")))",
@@ -146,6 +162,7 @@ Shape congruence_shape(const Term_* t) {
 
 Shape shape_of(const Node& node, bool real) {
   const TermSymbol& symbol = Terms::symbol_of(node.term);
+  assert((symbol.sort == Sort::BOOL) == (node.place == Place::FORMULA));
   Shape shape{"", ")", {}};
   Place place = Place::FORMULA;
   switch (symbol.kind) {
@@ -183,6 +200,7 @@ Shape shape_of(const Node& node, bool real) {
       break;
   }
   if (is_comparison(symbol.kind)) place = comparison_place(node.term, real);
+  assert(!shape.head.empty());
   for (const Term_* arg : *node.term)
     shape.children.push_back({arg, place});
   return shape;

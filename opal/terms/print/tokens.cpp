@@ -1,3 +1,8 @@
+// Symbols, strings and numbers of SMT-LIB.
+//
+//     x     x          my name   |my name|        let   |let|
+//     a"b   "a""b"     -3/2 as a Real   (- (/ 3.0 2.0))       -3 as an Int   (- 3)
+
 #include <algorithm>
 #include <cassert>
 #include <cctype>
@@ -18,6 +23,7 @@ constexpr std::string_view RESERVED =
     "set-info set-logic set-option ";
 
 bool is_reserved(std::string_view word) {
+  assert(word.find(' ') == std::string_view::npos);
   return RESERVED.find(" " + std::string(word) + " ") != std::string_view::npos;
 }
 
@@ -44,7 +50,7 @@ std::string string_literal(std::string_view text) {
 }
 
 std::string number_text(const QNumber& value, Sort sort) {
-  assert(sort == Sort::REAL || value.is_integer());
+  assert(sort != Sort::BOOL && (sort == Sort::REAL || value.is_integer()));
   const char* point = sort == Sort::REAL ? ".0" : "";
   const QNumber magnitude = abs(value);
   std::string text = magnitude.get_num().to_str() + point;
