@@ -210,7 +210,7 @@ const Term_* choice(Terms& terms, Arguments args) {
   if (args[0] == terms.true_term()) return args[1];
   if (args[0] == terms.false_term()) return args[2];
   if (args[1] == args[2]) return args[1];
-  return terms.make_ite(args[0], args[1], args[2]);
+  return terms.make_ite(args[0], args[1], args[2], args.sort(1));
 }
 
 const Term_* formula(Terms& terms, Operator op, Arguments args) {

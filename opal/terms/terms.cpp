@@ -383,7 +383,8 @@ const Term_* Terms::make_or(const Term_* a, const Term_* b) {
   return apply(Kind::OR, Sort::BOOL, a, b);
 }
 
-const Term_* Terms::make_ite(const Term_* condition, const Term_* a, const Term_* b) {
+const Term_* Terms::make_ite(const Term_* condition, const Term_* a, const Term_* b,
+                             Sort of_numerals) {
   assert(is_formula(condition) && is_formula(a) == is_formula(b));
   if (building_flag() != 0) {
     if (condition == true_ || a == b) return a;
@@ -391,7 +392,9 @@ const Term_* Terms::make_ite(const Term_* condition, const Term_* a, const Term_
     if (a == true_ && b == false_) return condition;
     if (a == false_ && b == true_) return make_not(condition);
   }
-  const Sort sort = is_formula(a) ? Sort::BOOL : common_sort(a, b);
+  Sort sort = is_formula(a) ? Sort::BOOL : common_sort(a, b);
+  if (sort == Sort::INT && both_numerals(a, b)) sort = of_numerals;
+  assert(sort != Sort::BOOL || is_formula(a));
   const std::array<const Term_*, 3> args{condition, a, b};
   return impl_->apply(impl_->symbol(Kind::ITE, sort, 3), args.data());
 }
@@ -419,7 +422,7 @@ const Term_* Terms::make_term(const Symbol* symbol, const std::vector<const Term
     case Kind::ITE: break;
   }
   assert(s.kind == Kind::ITE);
-  return make_ite(args[0], args[1], args[2]);
+  return make_ite(args[0], args[1], args[2], s.sort);
 }
 
 // One symbol serves all types: equal terms of different sorts differ in their arguments.

@@ -103,8 +103,10 @@ class Terms : public TermManager {
   const Term_* make_lt(const Term_* a, const Term_* b);
   /// a /= b; as in make_equal, both are formulas or neither is
   const Term_* make_distinct(const Term_* a, const Term_* b);
-  /// `a` where the condition holds, else `b`: both formulas, or both numbers.
-  const Term_* make_ite(const Term_* condition, const Term_* a, const Term_* b);
+  /// `a` where the condition holds, else `b`: both formulas, or both numbers. `of_numerals`
+  /// is the sort of a choice between two numerals that are integers, INT or REAL.
+  const Term_* make_ite(const Term_* condition, const Term_* a, const Term_* b,
+                        Sort of_numerals = Sort::INT);
 
   // --- symbols
   const Symbol* make_equality_symbol(const Type* type) final;
