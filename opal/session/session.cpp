@@ -150,8 +150,9 @@ void Session::Impl::take_model(const ValueOf& value_of) {
   }
   for (const Term_* assertion : formulas()) {
     limits.look();
-    if (holds(assertion, last.model)) continue;
-    assert(!"the model satisfies every assertion");
+    const bool is_satisfied = holds(assertion, last.model);
+    assert(is_satisfied);
+    if (is_satisfied) continue;
     last.model.clear();
     last.verdict = Verdict::UNKNOWN;
     last.reason_unknown = "the model violates " + term_text(assertion, 200);
