@@ -19,7 +19,7 @@ constexpr std::size_t VARIABLES = 6, CONSTANT = 6;
 
 class RandomRows : public Host {
  public:
-  enum Sorts { INTEGERS, MIXED, REALS };
+  enum Sorts { INTEGERS, BOTH, REALS };
 
   /// The shared values, doubled, with which A, or B, holds for some values of its own.
   using Points = std::vector<std::pair<long, long>>;
@@ -51,7 +51,7 @@ class RandomRows : public Host {
       point_a_[v] = pick(-3, 3);
       point_b_[v] = pick(-3, 3);
     }
-    if (sorts == MIXED) used_[REAL_A] = used_[REAL_SHARED] = true;
+    if (sorts == BOTH) used_[REAL_A] = used_[REAL_SHARED] = true;
   }
 
   static constexpr std::size_t REAL_A = 1, REAL_SHARED = 3;
@@ -77,7 +77,7 @@ class RandomRows : public Host {
   Status random_side() { return pick(0, 1) == 0 ? A : B; }
   static Status other(Status side) { return side == A ? B : A; }
   [[nodiscard]] bool is_real(std::size_t v) const {
-    return sorts_ == REALS || (sorts_ == MIXED && (v == REAL_A || v == REAL_SHARED));
+    return sorts_ == REALS || (sorts_ == BOTH && (v == REAL_A || v == REAL_SHARED));
   }
   static bool is_shared(std::size_t v) { return v / 2 == 1; }
   [[nodiscard]] bool may_have(Status side, std::size_t v, bool integers) const {
@@ -140,7 +140,7 @@ class RandomRows : public Host {
   template <typename Action>
   void for_each_value(Linear& p, std::size_t v, Action action) {
     const long bound = used_[v] ? HALF_BOX : 0;
-    for (p[v] = -bound; p[v] <= bound; p[v] += is_real(v) && sorts_ == MIXED ? 1 : 2)
+    for (p[v] = -bound; p[v] <= bound; p[v] += is_real(v) && sorts_ == BOTH ? 1 : 2)
       action();
     p[v] = 0;
   }

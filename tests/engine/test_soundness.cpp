@@ -14,7 +14,7 @@ TEST(Soundness, InterpolantsHoldWhereAHoldsAndFailWhereBHolds) {
   const unsigned factor =
       scale == nullptr ? 1 : static_cast<unsigned>(std::max(1, std::atoi(scale)));
   for (const auto& [sorts, problems] : {std::pair(RandomProblem::INTEGERS, 300U),
-                                        {RandomProblem::MIXED, 120U},
+                                        {RandomProblem::BOTH, 120U},
                                         {RandomProblem::REALS, 150U}}) {
     RandomProblem::Figures f;
     std::size_t points = 0;

@@ -366,7 +366,7 @@ TEST(Failures, OfTheEngine) {
   using small::RandomProblem;
   std::size_t total = survivals<1, RandomProblem::REALS>() +
                       survivals<2, RandomProblem::REALS>() +
-                      survivals<3, RandomProblem::MIXED>();
+                      survivals<3, RandomProblem::BOTH>();
   total += survivals<4, RandomProblem::INTEGERS>() +
            survivals<5, RandomProblem::INTEGERS>() +
            survivals<9, RandomProblem::INTEGERS>();
