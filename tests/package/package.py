@@ -138,12 +138,12 @@ def debian(build, work, compiler, flags):
 
 
 def main():
-    step, build, work, compiler, flags = sys.argv[1:]
+    step, build, work, compiler, *flags = sys.argv[1:]  # CMake leaves empty flags out
     work = pathlib.Path(work)
     shutil.rmtree(work, ignore_errors=True)
     work.mkdir(parents=True)
     {"clients": clients, "source": source, "debian": debian}[step](
-        pathlib.Path(build), work.resolve(), compiler, flags)
+        pathlib.Path(build), work.resolve(), compiler, " ".join(flags))
 
 
 if __name__ == "__main__":

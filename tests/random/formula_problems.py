@@ -307,6 +307,8 @@ def family(name, logics, integers=0, reals=0):
             problem.tree = TREES[groups]
         commands = dealt(rng, problem, formulas)
         many_levels = rng.random() < 0.33
+        if many_levels and integers:
+            problem.bounded = False  # a check may come before the bounds
         problem.commands = (with_levels(rng, problem, drawing, commands) if many_levels
                             else commands + [("check", None)])
         problem.terms = [drawing.of_sort(rng.choice(["p", *drawing.numeric()]), 2)
